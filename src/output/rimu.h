@@ -1,0 +1,140 @@
+// The Rimu stream: markup in arbitrary pieces in, finished line images out to a sink and copies to logs.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace out {
+
+// Colour classes (bits 0-2 of a style byte), fonts (bits 3-4), underline (bit 5), line drawing (bit 7).
+enum : uint8_t {
+    COL_RESULT = 1, COL_TEXT = 2, COL_BLUE = 3, COL_ERROR = 4, COL_INPUT = 5, COL_LINK = 6, COL_HILITE = 7,
+    FONT_SF = 0, FONT_IT = 8, FONT_BF = 16, STY_UNDERLINE = 32, STY_LINEDRAW = 128,
+};
+
+// Sink codes.
+enum : int { SINK_LINE = 1, SINK_PARTIAL = 2, SINK_FLUSH = 3, SINK_DESTROY = 4, SINK_MORE = 5, SINK_NEWLINE = 10 };
+
+// Stream modes.
+enum : int { MODE_ASIS = 1, MODE_LINE = 2, MODE_PARA = 3, MODE_OLDHELP = 4 };
+
+// A sink gets a line image (or none) and a code; for SINK_MORE its result is the key pressed.
+using SinkFn = int (*)(void *ctx, const uint8_t *image, int code);
+
+// Up to five log descriptors of one kind, each with a still-usable flag, and one 512-byte buffer.
+struct LogSet {
+    int count = 0;
+    int fd[5] = {-1, -1, -1, -1, -1};
+    uint8_t ok[5] = {};
+    char buf[512];
+    int fill = 0;
+};
+
+inline constexpr int LINE_IMAGE_MAX = 1680;
+inline constexpr int LINE_TEXT_MAX = 255;
+
+struct RimuStream {
+    // Fields the channel and sinks rely on.
+    int mode = MODE_LINE;
+    uint8_t discarding = 0;
+    uint8_t locked = 0;
+    SinkFn sink = nullptr;
+    SinkFn sinkBackup = nullptr;
+    void *sinkContext = nullptr;
+    void *sinkContextBackup = nullptr;
+    int width = 79;
+    int markMatch = 0;
+    uint8_t style = COL_TEXT;
+    uint8_t underlineResets = 0;
+    uint8_t inMore = 0;
+    int commandLinkKind = 21;
+    int kilnLinkKind = 23;
+    int pageLength = 0;
+    int linesShown = 0;
+    uint8_t moreEnabled = 1;
+    LogSet rimuLogs;
+    LogSet textLogs;
+
+    // Engine state.
+    uint8_t lineBreakArmed = 1;
+    uint8_t skipNewline = 0;
+    int inputDepth = 0;
+    uint8_t skipAfterParagraph = 0;
+    uint8_t lastWasNewline = 0;
+    int firstIndent = 0;
+    int nextIndent = 0;
+    int paragraphLines = 0;
+    int rightMarginWidth = 79;
+    uint8_t paragraphOpen = 0;
+    char pendingTag[1024];
+    int pendingLen = 0;
+    char wordBuffer[256];
+    uint8_t wordStyles[256];
+    int wordLen = 0;
+    int spaceState = 1;
+    int spacesSeen = 0;
+    uint8_t spaceStyle = COL_TEXT;
+    uint8_t linkPending = 0;
+    uint8_t p2colDefaults[5] = {1, 31, 35, 0, 2};
+    int linkState = 1;
+    int linkKind = 0;
+    char linkArgument[256];
+    int linkHead = 0;
+    int linkStart = 0;
+    // The line being built.
+    int lineLength = 0;
+    uint8_t lineEmpty = 1;
+    uint8_t lineContinued = 0;  // second or later line of a paragraph, or a "> " continuation
+    char lineText[LINE_TEXT_MAX + 1];
+    uint8_t runStart[LINE_TEXT_MAX + 1];
+    uint8_t runStyle[LINE_TEXT_MAX + 1];
+    int runCount = 0;
+    uint8_t linkTable[768];
+    int linkBytes = 0;
+    char markers[100];
+    int markerBytes = 0;
+    char argBuffer[256];
+    // Synopsis table state for {synoptset}.
+    int synoptWidth = 20;
+    int synoptMode = 0;
+};
+
+// Reading a line image.
+struct LineView {
+    bool continued;        // second or later line of a paragraph
+    const char *text;      // zero-terminated
+    int textLength;
+    int runCount;
+    const uint8_t *runs;   // pairs (start column, style), runCount of them
+    int lastEnd;           // end column of the last run
+    const uint8_t *links;  // link table, closed by two zero bytes
+    const char *markers;   // zero-terminated names, closed by a further zero
+};
+LineView line_view(const uint8_t *image);
+
+RimuStream *stream_new();
+void stream_free(RimuStream *s);
+void stream_set_sink(RimuStream *s, SinkFn sink, void *ctx);
+void stream_detach_sink(RimuStream *s);
+void stream_restore_sink(RimuStream *s);
+void stream_flush(RimuStream *s);
+void stream_set_mode(RimuStream *s, int newMode);
+
+// Markup in: braces are directives. Literal in: braces are shown (each goes in as {c -(} / {c )-}).
+void stream_put_rimu(RimuStream *s, std::string_view text);
+void stream_put_literal(RimuStream *s, std::string_view text);
+// Puts the colour tag ({res}, {txt}, {err}, {com}) unless the colour is already in force.
+void stream_set_colour(RimuStream *s, int colour);
+
+// Logs: attach a descriptor as a Rimu log or a text log; detach writes out the buffer first.
+int stream_add_log(RimuStream *s, int fd, bool rimu);
+void stream_remove_log(RimuStream *s, int fd);
+void stream_flush_logs(RimuStream *s);
+
+// The stored --more-- image (built on the first stream_new).
+const uint8_t *more_image();
+
+// Renders markup with a counting sink at width 254 and returns the width of the widest line.
+int measure(std::string_view rimu);
+
+}  // namespace out
