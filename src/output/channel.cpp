@@ -11,6 +11,7 @@
 namespace out {
 
 Chan ch;
+bool more_switch = true;
 
 namespace {
 

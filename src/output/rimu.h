@@ -131,6 +131,9 @@ int stream_add_log(RimuStream *s, int fd, bool rimu);
 void stream_remove_log(RimuStream *s, int fd);
 void stream_flush_logs(RimuStream *s);
 
+// The global more switch (`set more`); the pager runs only while it is on.
+extern bool more_switch;
+
 // The stored --more-- image (built on the first stream_new).
 const uint8_t *more_image();
 

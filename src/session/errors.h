@@ -39,6 +39,9 @@ int file_error(int code, std::string_view name);      // the code (697, 698 are 
 int numlist_error(int code, bool single);             // the code
 int out_of_memory_for(std::string_view name, int storetype);  // 0; the caller returns 950
 
+// The `error` command: error exp.
+int cmd_error(int);
+
 // Session flag: empty groups are normal (2000 becomes a note); set while a by-group runs.
 extern bool empty_groups_normal;
 

@@ -27,10 +27,14 @@ struct Startup {
     uint8_t editing = 0;        // command line editing possible
     volatile int fpe_seen = 0;
     int batchfd = -1;
+    uint8_t dp_comma = 0;       // -c: comma as the decimal point
+    int processors = 0;         // -p#: 0 means the default
 };
 extern Startup st;
 
 int session_main(int argc, char **argv);
+// The default global macros of stage 14 (S_ADO, the function-key texts and the rest).
+void set_system_macros();
 // The one exit path; never returns.
 [[noreturn]] void exit_path(int status);
 

@@ -56,4 +56,8 @@ int64_t store_count();
 // Called by store_delete when a program record goes, so a cached pointer to it can be cleared.
 extern void (*store_on_delete_program)(void *payload);
 
+// For tests of the failure path: when set to n > 0, the n-th allocation from now fails as if the
+// system had refused it.
+extern int store_fail_countdown;
+
 }  // namespace session
