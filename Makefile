@@ -1,7 +1,7 @@
 # Two entry points for a fresh Debian machine: `make run` and `make test`.
 SHELL := /bin/bash
 JOBS  ?= $(shell nproc)
-DEBS  := g++ cmake make python3 tmux libncurses-dev liblapack-dev libopenblas-dev zlib1g-dev libminizip-dev libgtest-dev libbenchmark-dev
+DEBS  := g++ cmake make python3 tmux bc libncurses-dev liblapack-dev libopenblas-dev zlib1g-dev libminizip-dev libgtest-dev libbenchmark-dev
 SYSDIR := $(CURDIR)/sysdir
 
 .PHONY: deps build build-asan run test unit scripts scripts-asan interactive install bench clean

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the script tests: each tests/script/<topic>/<name>.do runs in batch mode and its log must equal
+"""Runs the script tests: each tests/script/<topic>/<name>.do runs in batch mode with nostop and its log must equal
 <name>.log byte for byte; each <name>.sh runs with $ORVAT set and its output must equal <name>.out."""
 import argparse
 import difflib
@@ -27,7 +27,7 @@ def run_one(args, topic_dir, name, kind, extra_opts, label):
                    ORVAT_OPTS=" ".join(extra_opts), LC_ALL="C")
         try:
             if kind == "do":
-                cmd = [args.exe, "-q"] + extra_opts + ["-b", "do", name + ".do"]
+                cmd = [args.exe, "-q"] + extra_opts + ["-b", "do", name + ".do,", "nostop"]
                 p = subprocess.run(cmd, cwd=work, env=env, stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=args.timeout)
                 logf = os.path.join(work, name + ".log")

@@ -311,7 +311,10 @@ int getline(int from_program, int prompt_flag) {
             if (!(out::ch.OutputLevel > out::CLS_INPUT)) out::out_at_prompt(". ");
             out::out_flush();
             r = read_console_line();
-            if (r == 1) return 1;
+            if (r == 1) {
+                out::out_text("\n");  // end the prompt's line before the session ends
+                return 1;
+            }
         }
         // Strip trailing blanks.
         size_t n = std::strlen(tk.cmdbuf);

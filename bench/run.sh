@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Benchmarks: start-up, and plain commands through the file reader, tokenizer and dispatcher.
+# Prints our figures and, where a peer tool is installed, the peer's figure on the same work.
+set -eu
+build=${1:-build}
+exe="$(cd "$(dirname "$0")/.." && pwd)/$build/orvat-px"
+sysdir="$(cd "$(dirname "$0")/.." && pwd)/sysdir"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+export SYSDIR_ORVAT="$sysdir" HOME="$work"
+
+now() { date +%s.%N; }
+runs=200
+t0=$(now)
+for _ in $(seq $runs); do "$exe" -q exit </dev/null >/dev/null; done
+t1=$(now)
+ours=$(echo "($t1 - $t0) * 1000 / $runs" | bc -l)
+printf 'startup: orvat-px -q exit            %8.2f ms per process\n' "$ours"
+if command -v python3 >/dev/null; then
+  t0=$(now); for _ in $(seq $runs); do python3 -S -c pass; done; t1=$(now)
+  peer=$(echo "($t1 - $t0) * 1000 / $runs" | bc -l)
+  printf 'startup: python3 -S -c pass (peer)   %8.2f ms per process  (ratio %.2f)\n' "$peer" "$(echo "$ours / $peer" | bc -l)"
+fi
+if command -v Rscript >/dev/null; then
+  t0=$(now); for _ in $(seq 20); do Rscript -e 'q()' >/dev/null; done; t1=$(now)
+  peer=$(echo "($t1 - $t0) * 1000 / 20" | bc -l)
+  printf 'startup: Rscript -e q() (peer)       %8.2f ms per process  (ratio %.2f)\n' "$peer" "$(echo "$ours / $peer" | bc -l)"
+fi
+
+python3 - <<'PY'
+with open("lines.do", "w") as f:
+    for i in range(50000):
+        f.write("* comment line %d\n" % i)
+        f.write("version 10\n")
+PY
+t0=$(now); "$exe" -q -b run lines.do; t1=$(now)
+secs=$(echo "$t1 - $t0" | bc -l)
+printf 'reader: 100000 lines of a do-file     %8.3f s  (%.0f lines/s)\n' "$secs" "$(echo "100000 / $secs" | bc -l)"
+if command -v python3 >/dev/null; then
+  t0=$(now)
+  python3 - <<'PY'
+# The same work in the peer: read the file, drop comment lines, split the rest into words.
+n = 0
+with open("lines.do") as f:
+    for line in f:
+        line = line.rstrip("\n")
+        if not line.strip() or line.lstrip().startswith("*"):
+            continue
+        words = line.split()
+        n += len(words)
+PY
+  t1=$(now)
+  peer=$(echo "$t1 - $t0" | bc -l)
+  printf 'reader: python3 line loop (peer)      %8.3f s  (ratio %.2f)\n' "$peer" "$(echo "$secs / $peer" | bc -l)"
+fi
