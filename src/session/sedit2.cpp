@@ -263,6 +263,9 @@ void notes() {
     note(buf);
     std::snprintf(buf, sizeof buf, "(-v# option or -set maxvar-) %d maximum variables", st.maxvar);
     note(buf);
+    struct stat sb;
+    if (::stat((st.sysdir_orvat + "orvat-px.bin").c_str(), &sb) == 0)
+        note("New executable previously downloaded; type -{orvat update swap}- to install");
     std::snprintf(buf, sizeof buf, "Command line editing %sabled", st.editing ? "en" : "dis");
     note(buf);
     if (st.noninteractive) note("Orvat running in batch mode");
@@ -336,6 +339,28 @@ bool allocate_memory() {
 std::unique_ptr<char[]> g_cmdbuf;
 
 }  // namespace
+
+// The default directories of the ado path, by their sysdir names.
+int set_sysdirs() {
+    const std::string &sd = st.sysdir_orvat;
+    std::string parent = sd.substr(0, sd.size() - 1);
+    size_t slash = parent.rfind('/');
+    parent = slash == std::string::npos ? "" : parent.substr(0, slash + 1);
+    const char *home = std::getenv("HOME");
+    std::string h = home ? with_slash(home) : "~/";
+    struct stat sb;
+    bool old_plus = ::stat((h + "ado/ojbplus/").c_str(), &sb) == 0 && ::stat((h + "ado/plus/").c_str(), &sb) != 0;
+    st.sysdirs.UPDATES = sd + "ado/updates/";
+    st.sysdirs.BASE = sd + "ado/base/";
+    st.sysdirs.SITE = parent + "ado/";
+    st.sysdirs.PLUS = h + (old_plus ? "ado/ojbplus/" : "ado/plus/");
+    st.sysdirs.PERSONAL = h + "ado/personal/";
+    st.sysdirs.OLDPLACE = h + "ado/";
+    for (const std::string *d : {&st.sysdirs.UPDATES, &st.sysdirs.BASE, &st.sysdirs.SITE, &st.sysdirs.PLUS,
+                                 &st.sysdirs.PERSONAL, &st.sysdirs.OLDPLACE})
+        if (d->size() > 499) return 1;
+    return 0;
+}
 
 void set_system_macros() {
     auto global = [](const char *name, const std::string &v) {
@@ -491,6 +516,10 @@ int session_main(int argc, char **argv) {
 
     // Step 12: system macros and directories.
     st.initstage = 14;
+    if (set_sysdirs()) {
+        to_stderr("\r\nInitialization failure.\r\n");
+        exit_path(0);
+    }
     set_system_macros();
     st.initstage = 15;
     st.initstage = 17;

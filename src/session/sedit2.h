@@ -5,6 +5,11 @@
 
 namespace session {
 
+// The directories of the ado path by their sysdir names, each with a trailing '/'.
+struct Sysdirs {
+    std::string UPDATES, BASE, SITE, PLUS, PERSONAL, OLDPLACE;
+};
+
 struct Startup {
     int initstage = 0;
     int batchmode = 0;          // 0 interactive; 1 batch; 2 batch with -q (no echo of the command)
@@ -27,6 +32,7 @@ struct Startup {
     uint8_t editing = 0;        // command line editing possible
     volatile int fpe_seen = 0;
     int batchfd = -1;
+    Sysdirs sysdirs;
     uint8_t dp_comma = 0;       // -c: comma as the decimal point
     int processors = 0;         // -p#: 0 means the default
 };
@@ -35,6 +41,7 @@ extern Startup st;
 int session_main(int argc, char **argv);
 // The default global macros of stage 14 (S_ADO, the function-key texts and the rest).
 void set_system_macros();
+int set_sysdirs();
 // The one exit path; never returns.
 [[noreturn]] void exit_path(int status);
 
