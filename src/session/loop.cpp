@@ -25,6 +25,7 @@
 namespace session {
 
 Loop lp;
+const char *line_prompt = ". ";
 
 // A do-file being read: a 512-byte buffered reader and the comment state that spans its lines.
 struct FileSource {
@@ -303,12 +304,12 @@ int getline(int from_program, int prompt_flag) {
             // Standard input that is not a terminal is read like a file, and echoed.
             static FileSource in;
             in.fd = 0;
-            in.prompt = ". ";
+            in.prompt = line_prompt;
             r = file_read_command(&in, tk.cmdbuf, maxcmdlen + 1);
             if (r == 1) return 1;
             if (r == 2) continue;
         } else {
-            if (!(out::ch.OutputLevel > out::CLS_INPUT)) out::out_at_prompt(". ");
+            if (!(out::ch.OutputLevel > out::CLS_INPUT)) out::out_at_prompt(line_prompt);
             out::out_flush();
             r = read_console_line();
             if (r == 1) {

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "data/dataset.h"
 #include "lang/prog.h"
 #include "output/channel.h"
 #include "output/term.h"
@@ -24,7 +25,6 @@
 #include "session/settings.h"
 #include "session/store.h"
 #include "session/tok.h"
-#include "session/workmem.h"
 
 namespace session {
 
@@ -295,7 +295,7 @@ void fallback_note() {
 // Allocates the data area, falling back once to the defaults.
 bool allocate_memory() {
     if (st.memory_bytes <= 0 || st.memory_bytes < 102400) st.memory_bytes = default_memory;
-    if (work_memory_init(st.memory_bytes, st.maxvar, st.matsize) == 0) return true;
+    if (data::data_init(st.memory_bytes, st.maxvar, st.matsize) == 0) return true;
     bool defaults = st.memory_bytes == default_memory && st.maxvar == default_maxvar &&
                     st.matsize == default_matsize;
     if (!defaults) {
@@ -309,7 +309,7 @@ bool allocate_memory() {
         st.memory_bytes = default_memory;
         st.maxvar = default_maxvar;
         st.matsize = default_matsize;
-        if (work_memory_init(st.memory_bytes, st.maxvar, st.matsize) == 0) {
+        if (data::data_init(st.memory_bytes, st.maxvar, st.matsize) == 0) {
             st.fell_back = 1;
             return true;
         }
