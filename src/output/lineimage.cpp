@@ -12,6 +12,8 @@ static void put16(uint8_t *p, int v) {
 }
 static int get16(const uint8_t *p) { return p[0] | (p[1] << 8); }
 
+// Header of 10 bytes; link table closed by two zeros; marker names closed by a zero; run table
+// (index of the last run, start and style of each run, end column of the last); text closed by a zero.
 int line_build(uint8_t *img, const RimuStream *s) {
     int pos = 10;
     std::memcpy(img + pos, s->linkTable, s->linkBytes);
@@ -23,11 +25,13 @@ int line_build(uint8_t *img, const RimuStream *s) {
     pos += s->markerBytes;
     img[pos++] = 0;
     int runOff = pos;
-    int runs = s->runCount > 0 ? s->runCount : 1;
+    // A run that holds no character at the end of the line is left out, but one run always stands.
+    int runs = s->runCount;
+    while (runs > 1 && s->runStart[runs - 1] >= s->lineLength) --runs;
     img[pos++] = (uint8_t)(runs - 1);
     for (int i = 0; i < runs; ++i) {
-        img[pos++] = s->runCount > 0 ? s->runStart[i] : 0;
-        img[pos++] = s->runCount > 0 ? s->runStyle[i] : s->style;
+        img[pos++] = s->runStart[i];
+        img[pos++] = s->runStyle[i];
     }
     img[pos++] = (uint8_t)s->lineLength;
     int textOff = pos;
@@ -39,14 +43,14 @@ int line_build(uint8_t *img, const RimuStream *s) {
     put16(img + 4, runOff);
     put16(img + 6, textOff);
     img[8] = s->lineContinued;
-    img[9] = (uint8_t)(s->lineLength + 1);
+    img[9] = (uint8_t)(s->lineLength + 1);  // 255 characters wrap this byte to 0
     return pos;
 }
 
 LineView line_view(const uint8_t *image) {
     LineView v{};
     v.continued = image[8] != 0;
-    v.textLength = image[9] - 1;
+    v.textLength = (image[9] + 255) & 0xff;
     v.text = reinterpret_cast<const char *>(image + get16(image + 6));
     const uint8_t *rt = image + get16(image + 4);
     v.runCount = rt[0] + 1;
@@ -55,6 +59,18 @@ LineView line_view(const uint8_t *image) {
     v.links = image + 10;
     v.markers = reinterpret_cast<const char *>(image + get16(image + 2));
     return v;
+}
+
+bool link_next(const uint8_t *links, int *pos, LinkView *out) {
+    const uint8_t *e = links + *pos;
+    if (e[0] == 0 && e[1] == 0) return false;
+    out->start = e[0];
+    out->end = e[1];
+    out->kind = e[2];
+    out->argLength = e[3];
+    out->arg = reinterpret_cast<const char *>(e + 4);
+    *pos += 4 + e[3] + 1;
+    return true;
 }
 
 }  // namespace out

@@ -1,11 +1,11 @@
-// The Rimu engine (first cut: line mode, colour tags, {c}, {hline}, {col}, links shown as their text).
+// The Rimu stream: how text enters (colour tags, literal braces, Rimu logs, the {rimu} head line),
+// what happens to a finished line (text logs, pager), the stream's life, and measuring.
 #include "output/rimu.h"
 
+#include <errno.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "output/rimu_int.h"
 #include "session/loop.h"
@@ -14,197 +14,207 @@ namespace out {
 
 namespace {
 
-uint8_t g_more_image[LINE_IMAGE_MAX];
-bool g_more_built = false;
+constexpr char head_line[] = "{rimu}\n";
+constexpr int head_len = 7;
+constexpr int BREAK_RC = 1;
 
-void log_write_all(int fd, const char *p, size_t n, uint8_t &ok) {
-    while (ok && n > 0) {
+uint8_t more_img[LINE_IMAGE_MAX];
+bool more_built = false;
+
+// ---- logs
+
+void log_write(int fd, const char *p, size_t n, uint8_t &ok) {
+    if (!ok) return;
+    ::lseek(fd, 0, SEEK_END);  // text appended to the file from elsewhere isn't overwritten
+    while (n > 0) {
         ssize_t w = ::write(fd, p, n);
-        if (w < 0) { ok = 0; return; }
+        if (w < 0 && errno == EINTR) continue;
+        if (w <= 0) {
+            ok = 0;
+            return;
+        }
         p += w;
         n -= (size_t)w;
     }
 }
 
 void logset_flush(LogSet &ls) {
-    for (int i = 0; i < ls.count; ++i)
-        if (ls.ok[i]) log_write_all(ls.fd[i], ls.buf, ls.fill, ls.ok[i]);
+    if (ls.fill == 0) return;
+    for (int i = 0; i < ls.count; ++i) log_write(ls.fd[i], ls.buf, ls.fill, ls.ok[i]);
     ls.fill = 0;
 }
 
+// A piece that doesn't fit flushes the buffer first; one of more than the buffer goes out directly.
 void logset_put(LogSet &ls, const char *p, size_t n) {
-    if (ls.count == 0) return;
+    if (ls.count == 0 || n == 0) return;
     if (ls.fill + n > sizeof ls.buf) logset_flush(ls);
-    if (n >= sizeof ls.buf) {
-        for (int i = 0; i < ls.count; ++i)
-            if (ls.ok[i]) log_write_all(ls.fd[i], p, n, ls.ok[i]);
+    if (n > sizeof ls.buf) {
+        for (int i = 0; i < ls.count; ++i) log_write(ls.fd[i], p, n, ls.ok[i]);
         return;
     }
     std::memcpy(ls.buf + ls.fill, p, n);
     ls.fill += (int)n;
 }
 
-void new_line(RimuStream *s, bool continued) {
-    s->lineLength = 0;
-    s->runCount = 0;
-    s->lineEmpty = 1;
-    s->linkBytes = 0;
-    s->markerBytes = 0;
-    s->lineContinued = continued;
+// A Rimu log gets the markup as it came; a text ending in a newline gets the platform's line end.
+void rimu_log(RimuStream *s, const char *p, size_t n) {
+    if (s->rimuLogs.count == 0 || n == 0) return;
+    if (p[n - 1] == '\n') {
+        logset_put(s->rimuLogs, p, n - 1);
+        logset_put(s->rimuLogs, "\n", 1);
+    } else {
+        logset_put(s->rimuLogs, p, n);
+    }
 }
 
-void pager(RimuStream *s);
+// ---- the {rimu} head line
 
-void finish_line(RimuStream *s) {
-    s->lineText[s->lineLength] = '\0';
-    if (s->textLogs.count) {
-        char copy[LINE_TEXT_MAX + 2];
-        bool draw = false;
-        for (int i = 0; i < s->runCount; ++i) draw |= (s->runStyle[i] & STY_LINEDRAW) != 0;
-        for (int i = 0; i < s->lineLength; ++i) {
-            char c = s->lineText[i];
-            if (draw && c >= 1 && c <= 8) c = c <= 2 ? '-' : c <= 4 ? '|' : '+';
-            if (c == 19) c = ' ';
-            copy[i] = c;
+// Passes text on to the scanner, but holds back what could be the start of "{rimu}\n" at the end, and
+// drops the whole of it when it comes, changing to line mode.
+void mark_feed(RimuStream *s, const char *p, size_t n) {
+    size_t i = 0, seg = 0;
+    if (s->markMatch) {
+        int held = s->markMatch, m = held;
+        size_t j = 0;
+        while (j < n && m < head_len && p[j] == head_line[m]) ++m, ++j;
+        if (m == head_len) {
+            stream_set_mode(s, MODE_LINE);
+            seg = i = j;
+        } else if (j == n) {
+            s->markMatch = m;
+            return;
+        } else {
+            s->markMatch = 0;
+            scan_piece(s, head_line, held, true);
         }
-        copy[s->lineLength] = '\n';
-        logset_put(s->textLogs, copy, s->lineLength + 1);
     }
-    if (s->sink) {
-        uint8_t img[LINE_IMAGE_MAX];
-        line_build(img, s);
-        s->sink(s->sinkContext, img, SINK_LINE);
+    while (i < n) {
+        const char *b = (const char *)std::memchr(p + i, '{', n - i);
+        if (!b) break;
+        size_t k = b - p, j = k;
+        int m = 0;
+        while (j < n && m < head_len && p[j] == head_line[m]) ++m, ++j;
+        if (m == head_len) {
+            scan_piece(s, p + seg, k - seg, true);
+            stream_set_mode(s, MODE_LINE);
+            seg = i = j;
+            continue;
+        }
+        if (j == n) {
+            scan_piece(s, p + seg, k - seg, true);
+            s->markMatch = m;
+            return;
+        }
+        i = k + 1;
     }
-    new_line(s, false);
-    if (s->pageLength && s->moreEnabled) {
-        if (++s->linesShown >= s->pageLength) pager(s);
-    }
+    scan_piece(s, p + seg, n - seg, true);
 }
 
-void pager(RimuStream *s) {
+void enter(RimuStream *s, const char *p, size_t n) {
+    rimu_log(s, p, n);
+    mark_feed(s, p, n);
+}
+
+// ---- sinks of scratch streams
+
+int more_store_sink(void *, const uint8_t *img, int code) {
+    if (code == SINK_LINE && img) std::memcpy(more_img, img, img[0] | img[1] << 8);
+    return 0;
+}
+
+struct Count {
+    int total = 0;
+    bool firstWordOnly = false;
+    bool done = false;
+};
+
+int count_sink(void *ctx, const uint8_t *img, int code) {
+    Count *c = static_cast<Count *>(ctx);
+    if ((code != SINK_LINE && code != SINK_PARTIAL) || !img || c->done) return 0;
+    LineView v = line_view(img);
+    if (!c->firstWordOnly) {
+        c->total += v.textLength;
+        return 0;
+    }
+    const char *b = (const char *)std::memchr(v.text, ' ', v.textLength);
+    c->total += b ? (int)(b - v.text) : v.textLength;
+    if (b) c->done = true;
+    return 0;
+}
+
+int measure_with(std::string_view rimu, bool firstWord) {
+    RimuStream tmp;
+    stream_init(&tmp);
+    tmp.width = 254;
+    Count c;
+    c.firstWordOnly = firstWord;
+    stream_set_sink(&tmp, count_sink, &c);
+    stream_put_rimu(&tmp, rimu);
+    stream_flush(&tmp);
+    return c.total;
+}
+
+}  // namespace
+
+void text_log_line(RimuStream *s) {
+    if (s->textLogs.count == 0) return;
+    char copy[LINE_TEXT_MAX + 2];
+    bool draw = false;
+    for (int i = 0; i < s->runCount; ++i) draw |= (s->runStyle[i] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < s->lineLength; ++i) {
+        char c = s->lineText[i];
+        if (draw && c >= CH_TT && c <= CH_TLC) c = c <= CH_BT ? '-' : c <= CH_RT ? '|' : '+';
+        if (c == (char)CH_NBSP) c = ' ';
+        copy[i] = c;
+    }
+    copy[s->lineLength] = '\n';
+    logset_put(s->textLogs, copy, s->lineLength + 1);
+}
+
+// Counts a shown line; a full page waits at --more-- for a key.
+void pager_count(RimuStream *s) {
+    if (!s->pageLength || !s->moreEnabled) return;
+    if (++s->linesShown < s->pageLength) return;
     s->inMore = 1;
-    if (!s->sink || !s->moreEnabled) {
+    if (!s->sink || !more_switch) {
         s->inMore = 0;
+        s->linesShown = 0;
         return;
     }
-    int key = s->sink(s->sinkContext, g_more_image, SINK_MORE);
+    int key = s->sink(s->sinkContext, more_img, SINK_MORE);
     s->inMore = 0;
     if (key == 3 || key == 'q') {
         s->linesShown = 0;
-        session::lp.PendingBreak = 1;
+        session::lp.PendingBreak = BREAK_RC;
     } else if (key == '\n' || key == '\r' || key == 'l') {
-        s->linesShown = s->pageLength;
+        s->linesShown = s->pageLength;  // one more line, then the prompt again
     } else {
         s->linesShown = 0;
     }
 }
 
-void put_chars(RimuStream *s, const char *p, size_t n, uint8_t style) {
-    for (size_t i = 0; i < n; ++i) {
-        if (s->lineLength >= s->width) {
-            finish_line(s);
-            s->lineContinued = 1;
-            put_chars(s, "> ", 2, s->style);
-        }
-        if (s->runCount == 0 || s->runStyle[s->runCount - 1] != style) {
-            if (s->runCount > 0 && s->runStart[s->runCount - 1] == s->lineLength) {
-                s->runStyle[s->runCount - 1] = style;
-            } else {
-                s->runStart[s->runCount] = (uint8_t)s->lineLength;
-                s->runStyle[s->runCount] = style;
-                ++s->runCount;
-            }
-        }
-        s->lineText[s->lineLength++] = p[i];
-        s->lineEmpty = 0;
-    }
+int measure(std::string_view rimu) {
+    if (!std::memchr(rimu.data(), '{', rimu.size())) return (int)rimu.size();
+    return measure_with(rimu, false);
 }
 
-void write_text(RimuStream *s, const char *p, size_t n) {
-    while (n > 0) {
-        const char *nl = (const char *)std::memchr(p, '\n', n);
-        size_t k = nl ? (size_t)(nl - p) : n;
-        put_chars(s, p, k, s->style);
-        if (!nl) break;
-        finish_line(s);
-        p += k + 1;
-        n -= k + 1;
-    }
-}
+int measure_first_word(std::string_view rimu) { return measure_with(rimu, true); }
 
-bool directive(RimuStream *s, std::string_view d) {
-    std::string name, rest, text;
-    size_t colon = std::string::npos;
-    int depth = 0;
-    for (size_t i = 0; i < d.size(); ++i) {
-        if (d[i] == '{') ++depth;
-        else if (d[i] == '}') --depth;
-        else if (d[i] == ':' && depth == 0) { colon = i; break; }
-    }
-    std::string_view head = colon == std::string::npos ? d : d.substr(0, colon);
-    bool hasText = colon != std::string::npos;
-    std::string_view body = hasText ? d.substr(colon + 1) : std::string_view();
-    size_t sp = head.find(' ');
-    name = std::string(head.substr(0, sp));
-    rest = sp == std::string::npos ? "" : std::string(head.substr(sp + 1));
-    auto colour = [&](int c) {
-        if (hasText) {
-            uint8_t old = s->style;
-            s->style = (uint8_t)((s->style & ~7) | c);
-            stream_put_rimu(s, body);
-            s->style = (uint8_t)((s->style & ~7) | (old & 7));
-        } else {
-            s->style = (uint8_t)((s->style & ~7) | c);
-        }
-        return true;
-    };
-    if (name == "res" || name == "result") return colour(COL_RESULT);
-    if (name == "txt" || name == "text") return colour(COL_TEXT);
-    if (name == "err" || name == "error") return colour(COL_ERROR);
-    if (name == "com" || name == "input") return colour(COL_INPUT);
-    if (name == "hi" || name == "hilite" || name == "cmd") return colour(COL_HILITE);
-    if (name == "search" || name == "help" || name == "browse" || name == "view" || name == "orvat") {
-        uint8_t old = s->style;
-        s->style = (uint8_t)((s->style & ~7) | COL_LINK);
-        if (hasText) stream_put_rimu(s, body);
-        else write_text(s, rest.data(), rest.size());
-        s->style = old;
-        return true;
-    }
-    if (name == "c" || name == "char") {
-        if (rest == "-(") { put_chars(s, "{", 1, s->style); return true; }
-        if (rest == ")-") { put_chars(s, "}", 1, s->style); return true; }
-        if (rest == "|" || rest == "-" || rest == "+") { put_chars(s, rest.data(), 1, s->style); return true; }
-        return false;
-    }
-    if (name == "hline") {
-        int n = rest.empty() ? s->width - s->lineLength : std::atoi(rest.c_str());
-        if (n < 0) n = s->width + n - s->lineLength;
-        for (int i = 0; i < n; ++i) put_chars(s, "-", 1, s->style);
-        return true;
-    }
-    if (name == "col") {
-        int n = std::atoi(rest.c_str());
-        while (s->lineLength < n - 1) put_chars(s, " ", 1, s->style);
-        return true;
-    }
-    if (name == "p" || name == "p_end" || name == "reset") return true;
-    return false;
+void stream_init(RimuStream *s) {
+    *s = RimuStream{};
+    line_reset(s);
 }
-
-}  // namespace
 
 RimuStream *stream_new() {
-    auto *s = new RimuStream();
-    new_line(s, false);
-    if (!g_more_built) {
-        g_more_built = true;
+    if (!more_built) {
+        more_built = true;
         RimuStream tmp;
-        new_line(&tmp, false);
-        tmp.style = COL_LINK;
-        put_chars(&tmp, "--more--", 8, COL_LINK);
-        line_build(g_more_image, &tmp);
+        stream_init(&tmp);
+        stream_set_sink(&tmp, more_store_sink, nullptr);
+        stream_put_rimu(&tmp, "{clearmore:{hline 2}more{hline 2}}\n");
     }
+    RimuStream *s = new RimuStream();
+    line_reset(s);
     return s;
 }
 
@@ -238,7 +248,6 @@ void stream_flush(RimuStream *s) {
     if (s->sink) {
         if (!s->lineEmpty) {
             uint8_t img[LINE_IMAGE_MAX];
-            s->lineText[s->lineLength] = '\0';
             line_build(img, s);
             s->sink(s->sinkContext, img, SINK_PARTIAL);
         }
@@ -247,56 +256,49 @@ void stream_flush(RimuStream *s) {
     stream_flush_logs(s);
 }
 
-void stream_set_mode(RimuStream *s, int newMode) {
-    if (!s->lineEmpty) finish_line(s);
-    s->mode = newMode;
+void stream_put_rimu(RimuStream *s, std::string_view text) {
+    if (s->discarding || text.empty()) return;
+    enter(s, text.data(), text.size());
 }
 
-void stream_put_rimu(RimuStream *s, std::string_view text) {
-    if (s->discarding) return;
-    logset_put(s->rimuLogs, text.data(), text.size());
+// Braces of literal text go in as {c -(} and {c )-}, except in as-is and old-help modes.
+void stream_put_literal(RimuStream *s, std::string_view text) {
+    if (s->discarding || text.empty()) return;
     const char *p = text.data();
     size_t n = text.size();
+    if (s->mode == MODE_ASIS || s->mode == MODE_OLDHELP) {
+        enter(s, p, n);
+        return;
+    }
     while (n > 0) {
-        const char *b = (const char *)std::memchr(p, '{', n);
+        const char *o = (const char *)std::memchr(p, '{', n);
+        const char *c = (const char *)std::memchr(p, '}', o ? (size_t)(o - p) : n);
+        const char *b = c ? c : o;
         size_t k = b ? (size_t)(b - p) : n;
-        write_text(s, p, k);
-        if (!b) break;
-        p += k;
-        n -= k;
-        int depth = 0;
-        size_t end = 0;
-        for (size_t i = 0; i < n; ++i) {
-            if (p[i] == '{') ++depth;
-            else if (p[i] == '}' && --depth == 0) { end = i; break; }
-        }
-        if (end == 0) {
-            write_text(s, p, 1);
-            ++p;
-            --n;
-            continue;
-        }
-        if (!directive(s, std::string_view(p + 1, end - 1))) write_text(s, p, end + 1);
-        p += end + 1;
-        n -= end + 1;
+        if (k) enter(s, p, k);
+        if (!b) return;
+        if (*b == '{')
+            enter(s, "{c -(}", 6);
+        else
+            enter(s, "{c )-}", 6);
+        p += k + 1;
+        n -= k + 1;
     }
 }
 
-void stream_put_literal(RimuStream *s, std::string_view text) {
-    if (s->discarding) return;
-    logset_put(s->rimuLogs, text.data(), text.size());
-    write_text(s, text.data(), text.size());
-}
-
 void stream_set_colour(RimuStream *s, int colour) {
-    if ((s->style & 7) == colour) return;
-    static const char *tag[8] = {"", "{res}", "{txt}", "", "{err}", "{com}", "", ""};
-    if (*tag[colour]) stream_put_rimu(s, tag[colour]);
+    static const char *const tag[8] = {nullptr, "{res}", "{txt}", nullptr, "{err}", "{com}", nullptr, nullptr};
+    if (s->mode == MODE_ASIS || s->mode == MODE_OLDHELP) return;
+    if (colour < 0 || colour > 7 || !tag[colour]) return;
+    bool settled = s->mode == MODE_PARA ? s->wordLen == 0 : s->pendingLen == 0;
+    if (settled && (s->style & STY_COLOUR_BITS) == colour) return;
+    stream_put_rimu(s, tag[colour]);
 }
 
 int stream_add_log(RimuStream *s, int fd, bool rimu) {
     LogSet &ls = rimu ? s->rimuLogs : s->textLogs;
-    if (ls.count >= 5) return 1;
+    if (s->locked || ls.count >= 5) return 1;
+    logset_flush(ls);  // what came before doesn't reach the new log
     ls.fd[ls.count] = fd;
     ls.ok[ls.count] = 1;
     ++ls.count;
@@ -304,6 +306,7 @@ int stream_add_log(RimuStream *s, int fd, bool rimu) {
 }
 
 void stream_remove_log(RimuStream *s, int fd) {
+    if (s->locked) return;
     for (LogSet *ls : {&s->rimuLogs, &s->textLogs}) {
         for (int i = 0; i < ls->count; ++i) {
             if (ls->fd[i] != fd) continue;
@@ -313,6 +316,8 @@ void stream_remove_log(RimuStream *s, int fd) {
                 ls->ok[j - 1] = ls->ok[j];
             }
             --ls->count;
+            ls->fd[ls->count] = -1;
+            ls->ok[ls->count] = 0;
             return;
         }
     }
@@ -323,8 +328,6 @@ void stream_flush_logs(RimuStream *s) {
     logset_flush(s->textLogs);
 }
 
-const uint8_t *more_image() { return g_more_image; }
-
-int measure(std::string_view rimu) { return (int)rimu.size(); }
+const uint8_t *more_image() { return more_img; }
 
 }  // namespace out

@@ -2,6 +2,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace out {
@@ -11,12 +12,19 @@ enum : uint8_t {
     COL_RESULT = 1, COL_TEXT = 2, COL_BLUE = 3, COL_ERROR = 4, COL_INPUT = 5, COL_LINK = 6, COL_HILITE = 7,
     FONT_SF = 0, FONT_IT = 8, FONT_BF = 16, STY_UNDERLINE = 32, STY_LINEDRAW = 128,
 };
+inline constexpr uint8_t STY_COLOUR_BITS = 7;
+inline constexpr uint8_t STY_FONT_BITS = 24;
 
 // Sink codes.
 enum : int { SINK_LINE = 1, SINK_PARTIAL = 2, SINK_FLUSH = 3, SINK_DESTROY = 4, SINK_MORE = 5, SINK_NEWLINE = 10 };
 
 // Stream modes.
 enum : int { MODE_ASIS = 1, MODE_LINE = 2, MODE_PARA = 3, MODE_OLDHELP = 4 };
+
+// Line-drawing codes in line text, and the blank that doesn't break a word.
+enum : uint8_t {
+    CH_TT = 1, CH_BT = 2, CH_LT = 3, CH_RT = 4, CH_BRC = 5, CH_BLC = 6, CH_TRC = 7, CH_TLC = 8, CH_NBSP = 19,
+};
 
 // A sink gets a line image (or none) and a code; for SINK_MORE its result is the key pressed.
 using SinkFn = int (*)(void *ctx, const uint8_t *image, int code);
@@ -32,6 +40,9 @@ struct LogSet {
 
 inline constexpr int LINE_IMAGE_MAX = 1680;
 inline constexpr int LINE_TEXT_MAX = 255;
+inline constexpr int LINK_TABLE_MAX = 765;  // bytes of link entries on one line
+inline constexpr int MARKER_MAX = 99;       // bytes of marker names on one line
+inline constexpr int PENDING_MAX = 1024;    // an unclosed tag waits up to this many characters
 
 struct RimuStream {
     // Fields the channel and sinks rely on.
@@ -66,7 +77,7 @@ struct RimuStream {
     int paragraphLines = 0;
     int rightMarginWidth = 79;
     uint8_t paragraphOpen = 0;
-    char pendingTag[1024];
+    char pendingTag[PENDING_MAX];
     int pendingLen = 0;
     char wordBuffer[256];
     uint8_t wordStyles[256];
@@ -74,27 +85,34 @@ struct RimuStream {
     int spaceState = 1;
     int spacesSeen = 0;
     uint8_t spaceStyle = COL_TEXT;
-    uint8_t linkPending = 0;
-    uint8_t p2colDefaults[5] = {1, 31, 35, 0, 2};
+    uint8_t linkPending = 0;    // the link's last characters wait in wordBuffer
+    int linkCloseAt = 0;        // ... and it closes after this many of them
+    uint8_t p2colDefaults[5] = {1, 31, 35, 0, 2};  // #1, #2, #3, 1 when #4 is negative, |#4|
+    // Link on the line: 1 idle, 2 open with an entry at linkHead, 3 to be opened at the next character shown.
     int linkState = 1;
+    uint8_t linkOpen = 0;       // a link directive is rendering its text
     int linkKind = 0;
     char linkArgument[256];
-    int linkHead = 0;
+    int linkArgLen = 0;
+    int linkHead = -1;
     int linkStart = 0;
+    int bindDepth = 0;          // inside {bind:}: blanks don't break
+    uint8_t inFirstColumn = 0;  // rendering the first text of {p2col} or {synopt}
+    int modeSerial = 0;         // counts mode changes, so the scanner sees one happen under it
     // The line being built.
     int lineLength = 0;
     uint8_t lineEmpty = 1;
-    uint8_t lineContinued = 0;  // second or later line of a paragraph, or a "> " continuation
+    uint8_t lineContinued = 0;  // second or later line of a paragraph
     char lineText[LINE_TEXT_MAX + 1];
     uint8_t runStart[LINE_TEXT_MAX + 1];
     uint8_t runStyle[LINE_TEXT_MAX + 1];
     int runCount = 0;
-    uint8_t linkTable[768];
+    uint8_t linkTable[LINK_TABLE_MAX + 3];
     int linkBytes = 0;
-    char markers[100];
+    char markers[MARKER_MAX + 1];
     int markerBytes = 0;
     char argBuffer[256];
-    // Synopsis table state for {synoptset}.
+    // Option-table layout of {synoptset}: width of the option column, 0 plain, 1 tabbed, 2 notes.
     int synoptWidth = 20;
     int synoptMode = 0;
 };
@@ -112,8 +130,19 @@ struct LineView {
 };
 LineView line_view(const uint8_t *image);
 
+// One entry of a line image's link table.
+struct LinkView {
+    int start, end, kind;
+    const char *arg;  // zero-terminated
+    int argLength;
+};
+// Reads the entry at *pos of a link table and moves *pos on; false at the closing two zero bytes.
+bool link_next(const uint8_t *links, int *pos, LinkView *out);
+
 RimuStream *stream_new();
 void stream_free(RimuStream *s);
+// Sets up a stream object that lives elsewhere (a scratch stream on the stack) as stream_new would.
+void stream_init(RimuStream *s);
 void stream_set_sink(RimuStream *s, SinkFn sink, void *ctx);
 void stream_detach_sink(RimuStream *s);
 void stream_restore_sink(RimuStream *s);
@@ -126,18 +155,23 @@ void stream_put_literal(RimuStream *s, std::string_view text);
 // Puts the colour tag ({res}, {txt}, {err}, {com}) unless the colour is already in force.
 void stream_set_colour(RimuStream *s, int colour);
 
-// Logs: attach a descriptor as a Rimu log or a text log; detach writes out the buffer first.
+// Logs: attach a descriptor as a Rimu log or a text log (non-zero when the stream is locked or the set
+// is full); detach writes out the buffer first. A failed write marks the descriptor bad, silently.
 int stream_add_log(RimuStream *s, int fd, bool rimu);
 void stream_remove_log(RimuStream *s, int fd);
 void stream_flush_logs(RimuStream *s);
 
-// The global more switch (`set more`); the pager runs only while it is on.
-extern bool more_switch;
-
 // The stored --more-- image (built on the first stream_new).
 const uint8_t *more_image();
 
-// Renders markup with a counting sink at width 254 and returns the width of the widest line.
+// Renders markup with a counting sink at width 254 and returns the summed length of its lines.
 int measure(std::string_view rimu);
+
+// The global `more` switch (`set more`); the pager prompts only while it is on.
+extern bool more_switch;
+// Code page of {c} Latin names: ISO 8859-1 when set (the platform's), Mac Roman when clear.
+extern bool latin1_codepage;
+// Value of c(name) for {ccl name}; the settings code installs it. The default returns "".
+extern std::string (*ccl_lookup)(const char *name);
 
 }  // namespace out

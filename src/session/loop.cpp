@@ -368,6 +368,7 @@ void report_outcome(int rc, double t0) {
             out::out_rimu("\n{hline 2}Break{hline 2}\n");
         }
         out::ClassScope cs(out::CLS_INFO);
+        out::out_text("");  // the colour of the class, before the markup
         out::out_rimuf("{search r(%d):r(%d);}", rc, rc);
         if (!lp.rmsg) out::out_rimu("\n");
     } else if (lp.rmsg) {

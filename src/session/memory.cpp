@@ -1,6 +1,8 @@
 // The `memory` command: the usage table and its r() results.
 #include "session/memory.h"
 
+#include "data/dataset.h"
+
 #include <string>
 
 #include "output/channel.h"
@@ -12,19 +14,9 @@
 namespace session {
 
 // Until the dataset supplies its figures the area is allocated and empty.
-__attribute__((weak)) MemFigures memory_figures() {
-    MemFigures f;
-    f.M_total = st.memory_bytes;
-    return f;
-}
-
 __attribute__((weak)) int32_t memory_adosize() { return 1000; }
 
 namespace {
-
-// The variable tables are sized by maxvar: name (33), type (1), offset (4), display format (49),
-// value-label name (33) and a sort-list slot (2) for each variable.
-constexpr int64_t VAR_TABLE_BYTES = 33 + 1 + 4 + 49 + 33 + 2;
 
 enum Fig { F_OH, F_DATA, F_DOH, F_FREE, F_TOTAL, F_MAXVAR, F_MATSIZE, F_DM, F_OTHER, F_GRAND, F_COUNT };
 enum LineKind { L_BLANK, L_HEAD, L_FIG, L_RULE };
@@ -96,14 +88,14 @@ int post_scalar(const char *name, double v) {
 // memory
 int cmd_memory(int) {
     if (*gettok(SEP_STD)) return error(198);
-    const MemFigures f = memory_figures();
+    const data::MemInfo f = data::data_memory_info();
     double fig[F_COUNT];
     fig[F_OH] = (double)f.M_oh;
     fig[F_DATA] = (double)f.M_data;
     fig[F_DOH] = fig[F_OH] + fig[F_DATA];
     fig[F_FREE] = (double)f.M_total - fig[F_DOH];
     fig[F_TOTAL] = (double)f.M_total;
-    fig[F_MAXVAR] = (double)st.maxvar * VAR_TABLE_BYTES;
+    fig[F_MAXVAR] = (double)f.maxvar_bytes;
     fig[F_MATSIZE] = (double)st.matsize * st.matsize * 8.0;
     fig[F_DM] = (double)store_bytes();
     fig[F_OTHER] = fig[F_MAXVAR] + fig[F_MATSIZE] + fig[F_DM];

@@ -22,6 +22,7 @@
 #include "output/term.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
+#include "session/prefs.h"
 #include "session/settings.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -392,6 +393,13 @@ int session_main(int argc, char **argv) {
     if (const char *p = std::getenv("PATH")) st.path = p;
     st.initstage = 1;
 
+    // Step 2: the preference store. Step 3 starts from the stored memory preferences, so that an
+    // option beats a preference and a preference beats the default.
+    prefs_start();
+    st.memory_bytes = pref_int("mem_se_c", "memory", st.memory_bytes);
+    st.maxvar = (int32_t)pref_int("mem_se_c", "maxvar", st.maxvar);
+    st.matsize = (int32_t)pref_int("mem_se_c", "matsize", st.matsize);
+
     // Step 3: options, up to the first argument that does not start with '-'.
     int i = 1;
     bool swap = false;
@@ -439,6 +447,7 @@ int session_main(int argc, char **argv) {
 
     // Step 5: the output context, then the initial command.
     st.initstage = 3;
+    load_stored_settings();
     out::ch.console = out::stream_new();
     out::ch.current = out::ch.console;
     out::ch.console->width = se.linesize;
@@ -455,8 +464,12 @@ int session_main(int argc, char **argv) {
         if (open_batch_log(command)) exit_path(0);
         st.noninteractive = 1;
         if (st.quiet) st.batchmode = 2;
+        if (st.logtype_rimu) {
+            // A Rimu log announces itself, so that viewers and translators know its form.
+            static const char head[] = "{rimu}\n";
+            if (::write(st.batchfd, head, sizeof head - 1) < 0) exit_path(0);
+        }
         out::stream_add_log(out::ch.console, st.batchfd, st.logtype_rimu);
-        if (st.logtype_rimu) out::stream_put_rimu(out::ch.console, "");
     }
 
     // Step 7: terminal type and the system directory.
@@ -529,7 +542,10 @@ int session_main(int argc, char **argv) {
     // Step 13: the waiting command.
     st.saveprefs = 1;
     bool waiting = command.find_first_not_of(' ') != std::string::npos;
-    if (!waiting) st.initstage = 19;
+    if (!waiting) {
+        st.initstage = 19;
+        load_stored_level();
+    }
     else if (!st.quiet) out::out_text("\n");
 
     // Step 14: the profiles, each run as one command.
@@ -571,7 +587,10 @@ void exit_path(int status) {
         signal(SIGINT, SIG_DFL);
         signal(SIGFPE, SIG_DFL);
     }
-    if (st.initstage > 0) lang::remove_temporary_files();
+    if (st.initstage > 0) {
+        prefs_exit(st.saveprefs);
+        lang::remove_temporary_files();
+    }
     std::exit(status);
 }
 

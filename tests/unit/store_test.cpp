@@ -2,6 +2,8 @@
 // allocation failure; and the `memory` command's results.
 #include <gtest/gtest.h>
 
+#include "data/dataset.h"
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -320,7 +322,7 @@ TEST(NamedStore, FailedAllocationWritesTheMessageAndChangesNothing) {
 TEST(MemoryCommand, SetsTheResults) {
     Clean clean;
     Startup saved = st;
-    st.memory_bytes = 20971520;
+    ASSERT_EQ(data::data_init(20971520, 5000, 400), 0);
     st.matsize = 400;
     MsgCapture cap;
     settok("");
@@ -344,7 +346,7 @@ TEST(MemoryCommand, SetsTheResults) {
 TEST(MemoryCommand, TableHeadingsAndFigures) {
     Clean clean;
     Startup saved = st;
-    st.memory_bytes = 10485760;
+    ASSERT_EQ(data::data_init(10485760, 5000, 400), 0);
     st.matsize = 400;
     MsgCapture cap;
     settok("");

@@ -3,7 +3,7 @@ di "di is display"
 dis "dis is display"
 display "in full"
 de
-q
+q born
 qui display "qui is quietly: hidden"
 quietly display "hidden too"
 d

@@ -2,7 +2,7 @@
 mkdir -p a
 printf 'display "in b"\n' > a/b.c.do
 $ORVAT -q -b do a/b.c.do; echo "status $?"
-ls; echo "-- b.log"; cat b.log
+ls *.log; echo "-- b.log"; cat b.log
 $ORVAT -q -b 'display "plain"'; echo "-- orvat.log"; cat orvat.log
 $ORVAT -q -s 'display "rimu"'; echo "-- orvat.rimu"; cat orvat.rimu
 echo "-- no command"
