@@ -1,41 +1,63 @@
-// do, run and include: a file read line by line through the one-line executor, in a call frame.
+// do, run, include and program calls: one runner that reads lines through the one-line executor in
+// a call frame; exit; trace lines.
+#include <cerrno>
 #include <cstring>
 #include <string>
 
-#include "lang/prog.h"
+#include "data/dataset.h"
+#include "lang/exprhook.h"
+#include "lang/flow.h"
+#include "lang/macro.h"
+#include "lang/prog_int.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
+#include "session/sedit2.h"
+#include "session/settings.h"
+#include "session/store.h"
 #include "session/tok.h"
 
 namespace lang {
 
 using session::lp;
+using session::se;
 using session::tk;
 
 int callframes = 0;
+Flow fl;
+bool file_echo = false;
 
 namespace {
-
-constexpr int max_callframes = 64;
-enum { MODE_DO = 0, MODE_RUN = 1, MODE_PROG = 3, MODE_INCLUDE = 4 };
 
 // What a frame saves on entry to a file or program and puts back at its end.
 struct Frame {
     int16_t version;
     uint8_t modernmissing;
+    int64_t tempname_counter, tempfile_counter;
     uint8_t OutputLevel, EntryLevel;
     uint8_t in_prog;
     int curline;
     void *curprog;
     char progname[33], ownername[33];
+    uint8_t if_taken, in_loop, contflag;
+    bool trace;
+    int tracedepth;
     uint8_t delimiter_semi;
     session::FileSource *curfile;
+    bool file_echo;
+    uint8_t rmsg;
+    uint8_t byprefix;
     uint8_t execflag;
+    // The caller's line: a file or program overwrites cmdbuf, and callers such as `by` read theirs
+    // again after the call.
+    std::string line;
+    ptrdiff_t tokpos_off, tokstart_off;
 
     void save() {
         version = lp.version;
         modernmissing = lp.modernmissing;
+        tempname_counter = lang::tempname_counter;
+        tempfile_counter = lang::tempfile_counter;
         OutputLevel = out::ch.OutputLevel;
         EntryLevel = out::ch.EntryLevel;
         in_prog = lp.in_prog;
@@ -43,14 +65,31 @@ struct Frame {
         curprog = lp.curprog;
         std::memcpy(progname, lp.progname, sizeof progname);
         std::memcpy(ownername, lp.ownername, sizeof ownername);
+        if_taken = fl.if_taken;
+        in_loop = fl.in_loop;
+        contflag = fl.contflag;
+        trace = se.trace;
+        tracedepth = se.tracedepth;
         delimiter_semi = lp.delimiter_semi;
         curfile = lp.curfile;
+        file_echo = lang::file_echo;
+        rmsg = lp.rmsg;
+        byprefix = lp.byprefix;
         execflag = lp.execflag;
+        line = tk.cmdbuf;
+        auto off = [](const char *p) -> ptrdiff_t {
+            if (!p || p < tk.cmdbuf || p > tk.cmdbuf + std::strlen(tk.cmdbuf)) return -1;
+            return p - tk.cmdbuf;
+        };
+        tokpos_off = off(tk.tokpos);
+        tokstart_off = off(tk.tokstart);
     }
     void restore(int mode) {
         if (mode != MODE_INCLUDE) {
             lp.version = version;
             lp.modernmissing = modernmissing;
+            lang::tempname_counter = tempname_counter;
+            lang::tempfile_counter = tempfile_counter;
             out::ch.OutputLevel = OutputLevel;
             out::ch.EntryLevel = EntryLevel;
         }
@@ -59,9 +98,21 @@ struct Frame {
         lp.curprog = curprog;
         std::memcpy(lp.progname, progname, sizeof progname);
         std::memcpy(lp.ownername, ownername, sizeof ownername);
+        fl.if_taken = if_taken;
+        fl.in_loop = in_loop;
+        fl.contflag = contflag;
+        se.trace = trace;
+        se.tracedepth = tracedepth;
         lp.delimiter_semi = delimiter_semi;
         lp.curfile = curfile;
+        lang::file_echo = file_echo;
+        if (mode == MODE_PROG) lp.rmsg = rmsg;
+        lp.byprefix = byprefix;
         lp.execflag = execflag;
+        std::memcpy(tk.cmdbuf, line.c_str(), line.size() + 1);
+        tk.tokpos = tokpos_off >= 0 ? tk.cmdbuf + tokpos_off : tk.cmdbuf + line.size();
+        tk.tokstart = tokstart_off >= 0 ? tk.cmdbuf + tokstart_off : nullptr;
+        tk.tokpushed = tk.tokagain = false;
     }
 };
 
@@ -73,63 +124,215 @@ std::string with_suffix(const std::string &name) {
     return name + ".do";
 }
 
-}  // namespace
-
-// do filename [arguments] [, nostop stop delay]   run likewise   include filename
-int cmd_do(int mode) {
-    if (lp.byprefix) return session::error(190);
-    if (callframes >= max_callframes) return session::error(1000);
-    std::string name = session::gettok(session::SEP_FILE);
-    if (name.empty() || name == ",") return session::invalid_text("file specification");
-    if (name[0] == '"') name.erase(0, 1);
-    bool stop = true;
-    // Arguments are read up to the comma; options follow it.
-    for (;;) {
-        std::string t = session::gettok(session::SEP_STD);
-        if (t.empty()) break;
-        if (t != ",") {
-            if (mode == MODE_INCLUDE) return session::error(198);
+// Position of the first comma outside quotes, or npos.
+size_t options_comma(const std::string &s) {
+    bool dq = false;
+    int cq = 0;
+    for (size_t i = 0; i < s.size(); ++i) {
+        char c = s[i], n = i + 1 < s.size() ? s[i + 1] : '\0';
+        if (cq) {
+            if (c == '`' && n == '"') { ++cq; ++i; }
+            else if (c == '"' && n == '\'') { --cq; ++i; }
             continue;
         }
-        for (;;) {
-            std::string o = session::gettok(session::SEP_STD);
-            if (o.empty()) break;
-            if (session::cmdmatch(o.c_str(), "nostop", 6)) stop = false;
-            else if (session::cmdmatch(o.c_str(), "stop", 1)) stop = true;
-            else if (o == "delay") {
-                // accepted and ignored, with its argument
-                if (std::string(session::gettok(session::SEP_STD)) == "(") {
-                    session::gettok(session::SEP_STD);
-                    session::gettok(session::SEP_STD);
-                } else {
-                    session::ungettok();
-                }
-            } else {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("option " + o + " not allowed\n");
-                return 198;
-            }
+        if (dq) {
+            if (c == '"') dq = false;
+            continue;
         }
-        break;
+        if (c == '`' && n == '"') { cq = 1; ++i; }
+        else if (c == '"') dq = true;
+        else if (c == ',') return i;
     }
-    std::string path = with_suffix(name);
-    session::FileSource *f = session::file_open(path.c_str());
-    if (!f) return session::file_error(601, path);
+    return std::string::npos;
+}
+
+// Options of do and run: [no]stop, delay(#).
+int file_options(const std::string &text, bool *stop) {
+    session::settok(text.c_str());
+    for (;;) {
+        std::string o = session::gettok(session::SEP_STD);
+        if (o.empty()) return 0;
+        if (session::cmdmatch(o.c_str(), "nostop", 3)) *stop = false;
+        else if (session::cmdmatch(o.c_str(), "stop", 1)) *stop = true;
+        else if (o == "delay") {
+            if (std::string(session::gettok(session::SEP_STD)) == "(") {
+                session::gettok(session::SEP_NUM);
+                if (std::string(session::gettok(session::SEP_STD)) != ")") return session::error(198);
+            } else {
+                session::ungettok();
+            }
+        } else {
+            out::ClassScope cs(out::CLS_ERROR);
+            out::out_error("option " + o + " not allowed\n");
+            return 198;
+        }
+    }
+}
+
+std::string trace_indent() {
+    if (!se.traceindent || callframes < 1) return "";
+    return std::string((size_t)(callframes - 1) * 2, ' ');
+}
+
+bool tracing() { return se.trace && callframes >= 1 && callframes <= se.tracedepth; }
+
+void trace_rule(const char *what, const char *name) {
+    if (!tracing() || !se.tracesep) return;
+    int n = 44 - (int)std::strlen(name) - (int)trace_indent().size();
+    if (n < 3) n = 3;
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_rimuf("%s{hline %d} %s %s {hline 3}\n", trace_indent().c_str(), n, what, name);
+}
+
+// A word of an ado-file's own lines outside a definition: only these may stand there.
+bool ado_word_allowed(const char *line) {
+    session::TokState ts;
+    session::savetok(ts);
+    session::settok(line);
+    std::string w = session::gettok(session::SEP_STD);
+    session::restoretok(ts);
+    session::settok(line);
+    return session::cmdmatch(w.c_str(), "program", 2) || session::cmdmatch(w.c_str(), "version", 4) ||
+           w == "m" || session::cmdmatch(w.c_str(), "kiln", 4);
+}
+
+}  // namespace
+
+void trace_line(const char *line) {
+    if (!tracing()) return;
+    const char *p = line;
+    while (*p == ' ') ++p;
+    out::ClassScope cs(out::CLS_TEXT);
+    std::string s = trace_indent();
+    if (se.tracenumber) s += std::to_string(lp.curline) + " ";
+    s += "- ";
+    s += p;
+    s += "\n";
+    out::out_text(s);
+}
+
+void trace_expanded(const char *line) {
+    if (!tracing() || !se.traceexpand) return;
+    const char *p = line;
+    while (*p == ' ') ++p;
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_text(trace_indent() + "= " + p + "\n");
+}
+
+std::vector<std::string> split_args(const std::string &text) {
+    std::vector<std::string> w;
+    size_t i = 0, n = text.size();
+    for (;;) {
+        while (i < n && text[i] == ' ') ++i;
+        if (i >= n) break;
+        if (text[i] == '`' && i + 1 < n && text[i + 1] == '"') {
+            size_t j = i + 2;
+            int nest = 1;
+            while (j < n) {
+                if (text[j] == '`' && j + 1 < n && text[j + 1] == '"') { ++nest; j += 2; continue; }
+                if (text[j] == '"' && j + 1 < n && text[j + 1] == '\'') {
+                    if (--nest == 0) break;
+                    j += 2;
+                    continue;
+                }
+                ++j;
+            }
+            w.push_back(text.substr(i + 2, j - i - 2));
+            i = j < n ? j + 2 : n;
+        } else if (text[i] == '"') {
+            size_t j = text.find('"', i + 1);
+            if (j == std::string::npos) j = n;
+            w.push_back(text.substr(i + 1, j - i - 1));
+            i = j < n ? j + 1 : n;
+        } else {
+            size_t j = i;
+            while (j < n && text[j] != ' ' && text[j] != '"') ++j;
+            w.push_back(text.substr(i, j - i));
+            i = j;
+        }
+    }
+    return w;
+}
+
+int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
+    if (mode != MODE_PROG && lp.byprefix) return session::error(190);
+    if (callframes >= max_callframes) return session::error(1000);
+    if (mode != MODE_INCLUDE && locallevel >= session::ST_LOCAL_LAST) return session::error(1000);
 
     Frame fr;
     fr.save();
+    std::string args, shown;
+    bool stop = true;
+    session::FileSource *f = nullptr;
+    if (mode != MODE_PROG) {
+        std::string fname = session::gettok(session::SEP_FILE);
+        if (fname.empty() || fname == ",") return session::invalid_text("file specification");
+        if (fname[0] == '"') fname.erase(0, 1);
+        std::string rest = tk.tokpos ? tk.tokpos : "";
+        size_t comma = options_comma(rest);
+        args = rest.substr(0, comma);
+        if (mode == MODE_INCLUDE) {
+            if (comma != std::string::npos || args.find_first_not_of(' ') != std::string::npos)
+                return session::error(198);
+        } else if (comma != std::string::npos) {
+            session::TokState ts;
+            session::savetok(ts);
+            int rc = file_options(rest.substr(comma + 1), &stop);
+            session::restoretok(ts);
+            if (rc) return rc;
+        }
+        shown = with_suffix(fname);
+        f = session::file_open(shown.c_str());
+        if (!f) return session::file_error(errno == ENOENT || errno == ENOTDIR ? 601 : 603, shown);
+    } else {
+        args = tk.tokpos ? tk.tokpos : "";
+        shown = name;
+    }
+    if (mode != MODE_INCLUDE && args.size() >= (size_t)session::maxcmdlen) {
+        session::file_close(f);
+        return session::error(1004);
+    }
+
     ++callframes;
+    if (mode != MODE_INCLUDE) {
+        ++locallevel;
+        macro_set("_0", args);
+        int k = 0;
+        for (const std::string &w : split_args(args)) {
+            std::string an = local_name(std::to_string(++k));
+            macro_set_at(an.c_str(), locallevel, w, true);
+        }
+    }
     lp.curprog = nullptr;
     lp.curline = 0;
-    lp.curfile = f;
-    lp.delimiter_semi = 0;
-    lp.in_prog = 0;
-    lp.execflag = 1;
+    uint8_t was_inuse = 0;
+    if (mode == MODE_PROG) {
+        lp.rmsg = 0;
+        lp.in_prog = 1;
+        std::snprintf(lp.progname, sizeof lp.progname, "%s", name);
+        std::snprintf(lp.ownername, sizeof lp.ownername, "%s", p->owner[0] ? p->owner : name);
+        was_inuse = p->inuse;
+        p->inuse = 1;
+        p->usestamp = (uint32_t)lp.cmdserial;
+        lp.version = p->version;
+        lp.modernmissing = p->version >= 800;
+        lp.curprog = p;
+    } else {
+        lp.curfile = f;
+        lp.delimiter_semi = 0;
+        lp.in_prog = 0;
+        if (mode != MODE_INCLUDE) lang::file_echo = mode == MODE_DO;
+        if (!adoload && mode != MODE_INCLUDE) lp.ownername[0] = '\0';
+        session::set_prompt(f, lang::file_echo ? ". " : nullptr);
+    }
     if (mode != MODE_INCLUDE) {
         out::ch.EntryLevel = out::ch.OutputLevel;
-        if (mode == MODE_RUN) out::ch.OutputLevel = out::LVL_QUIET;
+        if (mode == MODE_RUN && out::ch.OutputLevel < out::LVL_QUIET) out::ch.OutputLevel = out::LVL_QUIET;
     }
-    session::set_prompt(f, mode == MODE_DO ? ". " : nullptr);
+    fl.in_loop = 0;
+    fl.contflag = 0;
+    lp.execflag = 1;
+    trace_rule("begin", shown.c_str());
 
     bool by_exit = false;
     int rc = 0;
@@ -139,22 +342,43 @@ int cmd_do(int mode) {
             rc = lp.PendingBreak ? 1 : 0;
             break;
         }
-        if (session::execline() == 0) {
-            by_exit = true;
-            rc = lp.linerc;
+        if (adoload && !ado_word_allowed(tk.cmdbuf)) {
+            rc = session::error(161);
             break;
         }
+        int more = session::execline();
         rc = lp.linerc;
+        if (!more) {
+            by_exit = true;
+            break;
+        }
         if (lp.PendingBreak) {
             rc = 1;
             break;
         }
-        if (stop && rc) break;
+        if (rc && stop) break;
         if (!stop) rc = 0;
     }
+    lp.linerc = rc;
+
     session::file_close(f);
-    fr.restore(mode);
+    trace_rule("end", shown.c_str());
+    int64_t tn_now = tempname_counter, tf_now = tempfile_counter;
+    int16_t level_version = lp.version;
+    if (mode != MODE_INCLUDE) {
+        session::store_drop_type(locallevel);
+        --locallevel;
+    }
     --callframes;
+    fr.restore(mode);
+    if (mode != MODE_INCLUDE) {
+        drop_temp_objects(fr.tempname_counter, tn_now);
+        if (level_version >= 310) remove_tempfiles(fr.tempfile_counter, tf_now);
+    }
+    if (mode == MODE_PROG) {
+        p->inuse = was_inuse;
+        if (!p->inuse && p->dropped) program_delete(p);
+    }
     if (mode == MODE_DO && !by_exit) {
         out::ClassScope cs(out::CLS_TEXT);
         out::out_text("end of do-file\n");
@@ -162,21 +386,41 @@ int cmd_do(int mode) {
     return rc;
 }
 
-int program_next_line(char *, int) { return 1; }
+// do filename [arguments] [, nostop delay(#)] ; run likewise ; include filename
+int cmd_do(int mode) { return runfile(mode, nullptr, nullptr, false); }
 
-// The ado path and temporary files come with the program layer.
-bool find_on_adopath(const char *, std::string *) { return false; }
-void remove_temporary_files() {}
-
-// Stored programs and ado-files are not built yet: no name is found.
-int run_stored_program(const char *, bool *found) {
-    *found = false;
-    return 0;
-}
-
-int run_ado(const char *, bool *found) {
-    *found = false;
-    return 0;
+// exit [exp] [, clear ORVAT prefs noprefs]
+int cmd_exit(int) {
+    std::string rest = tk.tokpos ? tk.tokpos : "";
+    size_t comma = options_comma(rest);
+    std::string exp = rest.substr(0, comma);
+    bool clear = false, whole = false;
+    if (comma != std::string::npos) {
+        session::settok(rest.c_str() + comma + 1);
+        for (;;) {
+            std::string t = session::gettok(session::SEP_STD);
+            if (t.empty()) break;
+            if (t == "clear") clear = true;
+            else if (t == "ORVAT") whole = true;
+            else if (session::cmdmatch(t.c_str(), "prefs", 4)) session::st.saveprefs = 1;
+            else if (t == "noprefs") session::st.saveprefs = 0;
+            else {
+                out::ClassScope cs(out::CLS_ERROR);
+                out::out_error("option " + t + " not allowed\n");
+                return 198;
+            }
+        }
+    }
+    long long code = 0;
+    if (exp.find_first_not_of(' ') != std::string::npos)
+        if (int rc = eval_to_int(exp, code, false)) return rc;
+    if (whole || (callframes == 0 && !lp.in_prog)) {
+        if (data::ds.changed && !clear) return session::error(4);
+        lp.exitsession = 1;
+    }
+    lp.exitlevel = 1;
+    if ((code == 2000 || code == 2001) && (session::empty_groups_normal || lp.byprefix)) return 0;
+    return (int)code;
 }
 
 }  // namespace lang

@@ -5,6 +5,13 @@
 #include <cstring>
 #include <vector>
 
+#include "lang/macro.h"
+#include "data/assert.h"
+#include "data/dataset.h"
+#include "data/formatcmd.h"
+#include "data/list.h"
+#include "data/varlist.h"
+#include "lang/flow.h"
 #include "lang/prog.h"
 #include "output/channel.h"
 #include "output/display.h"
@@ -57,15 +64,18 @@ struct SkipRow {
     const char *name;
     int minlen;
     Handler handler;
+    int arg;
 };
 int skip_nothing(int) { return 0; }
 const SkipRow skip_rows[] = {
-    {"_byobs", 6, skip_nothing}, {"_cls", 4, skip_nothing},    {"break", 5, cmd_break},
-    {"capture", 3, cmd_capture}, {"class", 5, skip_nothing},   {"else", 4, skip_nothing},
-    {"foreach", 7, skip_nothing}, {"forvalues", 4, skip_nothing}, {"if", 2, skip_nothing},
-    {"m", 1, skip_nothing},      {"kiln", 4, skip_nothing},    {"noisily", 1, cmd_noisily},
-    {"nobreak", 7, cmd_nobreak}, {"quietly", 3, cmd_quietly},  {"version", 4, cmd_version},
-    {"while", 2, skip_nothing},
+    {"_byobs", 6, skip_nothing, 0},        {"_cls", 4, skip_nothing, 0},
+    {"break", 5, cmd_break, 0},            {"capture", 3, cmd_capture, 0},
+    {"class", 5, skip_nothing, 0},         {"else", 4, lang::cmd_else, 0},
+    {"foreach", 7, lang::cmd_foreach, 0},  {"forvalues", 4, lang::cmd_forvalues, 0},
+    {"if", 2, lang::cmd_if, 0},            {"m", 1, skip_nothing, 0},
+    {"kiln", 4, skip_nothing, 0},          {"noisily", 1, cmd_noisily, 0},
+    {"nobreak", 7, cmd_nobreak, 0},        {"quietly", 3, cmd_quietly, 0},
+    {"version", 4, cmd_version, 0},        {"while", 2, lang::cmd_if, 1},
 };
 
 bool valid_name(const char *w) {
@@ -95,21 +105,24 @@ int cmd_na(int) {
 }
 
 int dispatch() {
+    data::command_start();
+    data::parser_reset();
     out::ch.OutputClass = out::CLS_RESULT;
     lp.cmdserial = lp.cmdserial >= 2147483646 ? 1 : lp.cmdserial + 1;
     const char *w = lp.cmdword;
     if (w[0] == '\0' || w[0] == '*') return 0;
     if (!lp.execflag) {
-        if (w[0] == '{') return 0;
+        if (w[0] == '{') return lang::cmd_block(0);
         for (const SkipRow &r : skip_rows) {
             int minlen = r.minlen;
             if (r.handler == cmd_quietly && lp.version >= 800) minlen = 1;
-            if (cmdmatch(w, r.name, minlen)) return r.handler(0);
+            if (cmdmatch(w, r.name, minlen)) return r.handler(r.arg);
         }
         return 0;
     }
-    if (w[0] == '!' || w[0] == '{') {
-        current_command = w[0] == '!' ? "!" : "{";
+    if (w[0] == '{') return lang::cmd_block(0);
+    if (w[0] == '!') {
+        current_command = "!";
         return cmd_na(0);
     }
     if (const CmdRow *r = find_command(w)) {

@@ -1,6 +1,10 @@
 // The command table and the dispatcher's look-up.
 #pragma once
 
+#include "data/datacmd.h"  // handlers of the data-management rows
+#include "data/scalar.h"   // the scalar command
+#include "output/log.h"   // log, cmdlog, translate, translator, chelp/man, view
+
 namespace session {
 
 // A command handler reads the rest of the line through the tokenizer and returns a return code.
@@ -35,9 +39,11 @@ int cmd_noisily(int);
 int cmd_nobreak(int);
 int cmd_break(int);
 int cmd_version(int);
-int cmd_exit(int);
 int cmd_sleep(int);
 int cmd_set(int);
+int cmd_query(int);
+int cmd_creturn(int);
+int cmd_pref(int);
 // Reads the next token as a command word and dispatches the rest of the line (prefix commands).
 int dispatch_rest();
 

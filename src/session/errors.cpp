@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 
+#include "data/expr.h"
 #include "output/channel.h"
 #include "session/errtab.h"
 #include "session/loop.h"
@@ -248,19 +249,15 @@ int error_cmd_show(int code) {
 
 // error exp
 int cmd_error(int) {
-    const char *t = gettok(SEP_NUM);
-    double v;
-    if (t[0] == '.' && (t[1] == '\0' || (t[1] >= 'a' && t[1] <= 'z' && t[2] == '\0'))) {
-        v = HUGE_VAL;  // a missing value
-    } else {
-        if (!*t || std::strspn(t, "0123456789.eE+-") != std::strlen(t)) return 197;
-        char *end;
-        v = std::strtod(t, &end);
-        if (end == t || *end) return 197;
-    }
-    if (*gettok(SEP_NUM)) return 197;
-    v = std::trunc(v);
-    int code = (v < 0 || v >= 100001) ? 100000 : (int)v;
+    // An expression that fails to compile or run is 197, without a message of its own.
+    data::ExprValue v;
+    const uint8_t level = out::ch.OutputLevel;
+    out::ch.OutputLevel = out::LVL_CAPTURED;
+    int rc = *tokrest() ? data::expr_eval_scalar(tk.tokpos, v, nullptr, data::XW_NUM) : 197;
+    out::ch.OutputLevel = level;
+    if (rc) return 197;
+    double n = std::trunc(v.num);
+    int code = (n < 0 || n >= 100001) ? 100000 : (int)n;  // a missing value is beyond every code
     return error_cmd_show(code);
 }
 

@@ -15,6 +15,7 @@
 #include "lang/macro.h"
 #include "lang/prog.h"
 #include "output/channel.h"
+#include "output/log.h"
 #include "output/term.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
@@ -320,6 +321,7 @@ int getline(int from_program, int prompt_flag) {
         // Strip trailing blanks.
         size_t n = std::strlen(tk.cmdbuf);
         while (n > 0 && tk.cmdbuf[n - 1] == ' ') tk.cmdbuf[--n] = '\0';
+        out::cmdlog_line(tk.cmdbuf);
         const char *p = tk.cmdbuf;
         while (*p == ' ') ++p;
         if (*p == '#') {
@@ -376,7 +378,7 @@ void report_outcome(int rc, double t0) {
         out::out_text("r;");
     }
     if (lp.rmsg) {
-        double el = now_seconds() - t0;
+        double el = t0 ? now_seconds() - t0 : 0;  // 0 for the line that turned rmsg on
         if (el < 0) el = 0;
         lp.rmsg_time = el;
         long hund = (long)(el * 100 + 0.5);

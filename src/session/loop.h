@@ -53,6 +53,9 @@ inline int poll_break() { return lp.PendingBreak ? 1 : 0; }
 // Reads lines from a do-file (the file reader); used by do/run/include.
 FileSource *file_open(const char *path);
 void file_close(FileSource *f);
+// The prompt of a line read from the terminal or standard input: ". ", or a line number while a
+// program definition is being read.
+extern const char *line_prompt;
 // What is echoed before each physical line read (". " for do), or none to echo nothing.
 void set_prompt(FileSource *f, const char *prompt);
 // Runs the prompt loop at the top level until exit or end of input.

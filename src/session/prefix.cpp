@@ -1,4 +1,4 @@
-// The prefix commands (capture, quietly, noisily, nobreak, break, version) and exit and sleep.
+// The prefix commands (capture, quietly, noisily, nobreak, break, version) and sleep.
 #include <time.h>
 
 #include <cmath>
@@ -237,31 +237,6 @@ int cmd_version(int) {
     lp.version = (int16_t)v;
     lp.modernmissing = mm;
     return 0;
-}
-
-// exit [#] [, clear ORVAT noprefs prefs]
-int cmd_exit(int) {
-    int code = 0;
-    bool clear = false, whole = false;
-    for (;;) {
-        std::string t = gettok(SEP_STD);
-        if (t.empty()) break;
-        if (t == ",") continue;
-        if (t == "clear") clear = true;
-        else if (t == "ORVAT") whole = true;
-        else if (cmdmatch(t.c_str(), "prefs", 4)) st.saveprefs = 1;
-        else if (t == "noprefs") st.saveprefs = 0;
-        else {
-            char *end;
-            long v = std::strtol(t.c_str(), &end, 10);
-            if (*end) return error(198);
-            code = (int)v;
-        }
-    }
-    (void)clear;
-    lp.exitlevel = 1;
-    if (whole || (!lp.in_prog && lang::callframes == 0)) lp.exitsession = 1;
-    return code;
 }
 
 // sleep # (milliseconds), broken by Break

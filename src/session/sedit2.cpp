@@ -17,6 +17,8 @@
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/expr.h"
+#include "estimate/frame.h"
 #include "lang/prog.h"
 #include "output/channel.h"
 #include "output/term.h"
@@ -522,6 +524,8 @@ int session_main(int argc, char **argv) {
     tk.cmdbuf[0] = '\0';
     st.initstage = 12;
     if (!allocate_memory()) exit_path(0);
+    est::processors_init(st.processors);
+    data::expr_hook_creturn = creturn_for_expressions;
 
     // Step 11: the notes.
     st.initstage = 13;

@@ -194,6 +194,17 @@ keys q
 check "q stops the listing" wait_prompt 3
 check "nothing more after q" bash -c "! tmux -L '$sock' capture-pane -p -t '$sess' | tail -n 5 | grep -q -- '--more--'"
 
+# ---- help in the console, through the pager (more is on since the pager cases)
+run 'help log'
+check "help stops at --more--" wait_for '^--more--$'
+check "help shows the head of its file" wait_for '^help for log$'
+keys Space
+check "Space shows the next page of help" wait_for '^Description$'
+keys q
+check "q leaves the help" wait_prompt 3
+run 'display "after help"'
+check "the session goes on after help" wait_for '^after help$'
+
 # ---- the end
 run 'exit'
 t=0

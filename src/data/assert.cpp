@@ -1,0 +1,59 @@
+// assert: an expression checked in every observation chosen by if and in; with no observations in
+// the data and no qualifier, it is checked once, as a scalar.
+#include "data/assert.h"
+
+#include <string>
+#include <vector>
+
+#include "data/dataset.h"
+#include "data/expr.h"
+#include "data/list.h"
+#include "output/channel.h"
+#include "session/errors.h"
+#include "session/loop.h"
+#include "session/tok.h"
+
+namespace data {
+
+namespace {
+
+int assertion_false() {
+    out::ClassScope cs(out::CLS_ERROR);
+    out::out_error("assertion is false\n");
+    return 9;
+}
+
+}  // namespace
+
+// assert exp [if exp] [in range]
+int cmd_assert(int) {
+    if (!*session::tokrest()) return session::error(198);
+    if (int rc = expr_compile_tok(eqexp, XW_NUM)) return rc;
+    std::vector<int32_t> obs;
+    bool qualified = false;
+    if (int rc = read_ifin(obs, &qualified)) return rc;
+    if (*session::tokrest()) return session::error(198);
+    if (ds.nobs == 0 && !qualified) {
+        expr_set_ranges(eqexp, 1, 0, 1, 0);
+        expr_lastrc = 0;
+        double v = expr_xeqforby(eqexp, 1);
+        if (expr_lastrc) return expr_lastrc;
+        return v != 0 ? 0 : assertion_false();
+    }
+    int64_t contradictions = 0;
+    expr_lastrc = 0;
+    for (size_t k = 0; k < obs.size(); ++k) {
+        if (expr_xeq(eqexp, obs[k]) == 0) ++contradictions;
+        if ((k & 4095) == 4095 && session::lp.PendingBreak) return 1;
+    }
+    if (expr_lastrc) return expr_lastrc;
+    if (!contradictions) return 0;
+    {
+        out::ClassScope cs(out::CLS_TEXT);
+        out::out_textf("%lld contradiction%s in %zu observation%s\n", (long long)contradictions,
+                       contradictions == 1 ? "" : "s", obs.size(), obs.size() == 1 ? "" : "s");
+    }
+    return assertion_false();
+}
+
+}  // namespace data

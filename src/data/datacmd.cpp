@@ -1,0 +1,238 @@
+// The commands that change the shape of the dataset: drop, keep, rename, order, _move, compress,
+// clear, _repart and `set obs`; and the `in` range they read.
+#include "data/datacmd.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "data/dataset.h"
+#include "data/fmt.h"
+#include "data/varlist.h"
+#include "output/channel.h"
+#include "session/errors.h"
+#include "session/loop.h"
+#include "session/tok.h"
+
+namespace data {
+
+namespace {
+
+using session::gettok;
+using session::SEP_NUM;
+using session::SEP_STD;
+using session::tk;
+using session::ungettok;
+
+int fail(int rc, const std::string &text) {
+    out::ClassScope cs(out::CLS_ERROR);
+    out::out_error(text);
+    return rc;
+}
+
+// What is left of the line from the token just read.
+std::string rest_from_token() {
+    std::string s = tk.tokstart ? tk.tokstart : "";
+    while (!s.empty() && s.back() == ' ')
+        s.pop_back();
+    return s;
+}
+
+// Text left over behind a command: "'rest' invalid".
+int leftover() { return fail(198, "'" + rest_from_token() + "' invalid\n"); }
+
+// The end of the line must follow.
+int expect_end() {
+    if (!*gettok(SEP_STD)) return 0;
+    return leftover();
+}
+
+int if_unavailable() {
+    return fail(199, "if qualifier is not available in this build: expressions are not built yet\n");
+}
+
+// One item of an `in` range; false for a bad item.
+bool in_item(const std::string &t, int32_t *obs) {
+    if (t == "f" || t == "F") {
+        *obs = 1;
+        return true;
+    }
+    if (t == "l" || t == "L") {
+        *obs = ds.nobs;
+        return true;
+    }
+    if (t.empty()) return false;
+    char *end;
+    const long long v = std::strtoll(t.c_str(), &end, 10);
+    if (*end || v == 0) return false;
+    if (v < 0) {
+        const long long o = (long long)ds.nobs + 1 + v;
+        *obs = o < -1 ? -1 : (int32_t)o;  // 0 or below: out of range
+    } else {
+        *obs = v > 2147483647LL ? 2147483647 : (int32_t)v;
+    }
+    return true;
+}
+
+// The variables of the list array as flags per variable.
+std::vector<uint8_t> list_flags() {
+    std::vector<uint8_t> f(ds.nvar > 0 ? ds.nvar : 1, 0);
+    for (int k = 0; k < ps.count; ++k)
+        if (ps.var[k] >= 1 && ps.var[k] <= ds.nvar) f[ps.var[k] - 1] = 1;
+    return f;
+}
+
+// A number of the `set obs` kind: 0 with the value, or the code of the single-number family.
+int read_count(int64_t *n) {
+    std::string t = gettok(SEP_NUM);
+    if (t.empty()) return session::numlist_error(122, true);
+    double v;
+    if (!text_to_number(t, v, true)) return session::numlist_error(121, true);
+    if (is_missing(v)) return session::numlist_error(127, true);
+    if (v != std::floor(v)) return session::numlist_error(126, true);
+    if (v < 0 || v > 2147483647.0) return session::numlist_error(125, true);
+    *n = (int64_t)v;
+    return 0;
+}
+
+}  // namespace
+
+void command_begin() {
+    command_start();
+    parser_reset();
+}
+
+int parse_in() {
+    if (session::lp.byprefix) return fail(190, "'in' may not be combined with 'by'\n");
+    if (ps.inrange) return session::error(198);
+    std::string a = gettok(SEP_NUM);
+    int32_t lo, hi;
+    if (!in_item(a, &lo)) return fail(198, "'" + a + "' invalid obs no\n");
+    hi = lo;
+    if (std::strcmp(gettok(SEP_NUM), "/") == 0) {
+        std::string b = gettok(SEP_NUM);
+        if (!in_item(b, &hi)) return fail(198, "'" + b + "' invalid obs no\n");
+    } else {
+        ungettok();
+    }
+    if (lo < 1 || lo > hi || hi > ds.nobs) return fail(198, "Obs. nos. out of range\n");
+    ps.inrange = true;
+    ps.in_lo = lo;
+    ps.in_hi = hi;
+    return 0;
+}
+
+// drop varlist | drop in range | drop if exp [in range]     (keep the same)
+int cmd_dropkeep(int keep) {
+    command_begin();
+    std::string t = gettok(SEP_STD);
+    if (t.empty()) return session::required("varlist or in range");
+    if (t == "if") return if_unavailable();
+    if (t == "in") {
+        if (int rc = parse_in()) return rc;
+        t = gettok(SEP_STD);
+        if (t == "if") return if_unavailable();
+        if (!t.empty()) return leftover();
+        std::vector<uint8_t> remove(ds.nobs > 0 ? ds.nobs : 1, 0);
+        for (int i = 1; i <= ds.nobs; ++i) {
+            const bool inside = i >= ps.in_lo && i <= ps.in_hi;
+            remove[i - 1] = (keep ? !inside : inside) ? 1 : 0;
+        }
+        return drop_obs_mask(remove.data(), true);
+    }
+    ungettok();
+    if (int rc = parse_varlist(VL_ANY)) return rc;
+    t = gettok(SEP_STD);
+    if (!t.empty()) return leftover();
+    // Only _all of a dataset without variables is a list of nothing: drop clears, keep keeps.
+    if (ps.count == 0 || ds.nvar == 0) {
+        if (keep) return 0;
+        if (session::lp.byprefix) return session::error(190);
+        clear_dataset();
+        return 0;
+    }
+    std::vector<uint8_t> f = list_flags();
+    return keep ? keep_vars(f.data()) : drop_vars(f.data());
+}
+
+// rename oldname newname
+int cmd_rename(int) {
+    command_begin();
+    std::string oldname = gettok(SEP_STD);
+    if (oldname.empty()) return session::error(102);
+    std::string newname = gettok(SEP_STD);
+    if (newname.empty()) return session::error(102);
+    if (*gettok(SEP_STD)) return session::error(103);
+    const int v = varlookup(oldname, true, varabbrev);
+    if (v < 0) return -v;
+    return rename_var(v, newname.c_str());
+}
+
+// order varlist
+int cmd_order(int) {
+    command_begin();
+    if (int rc = parse_varlist(VL_ANY)) return rc;
+    if (int rc = expect_end()) return rc;
+    if (ps.count == 0) return session::required("varlist");
+    std::vector<int> list(ps.var.begin(), ps.var.begin() + ps.count);
+    return order_vars(list.data(), (int)list.size());
+}
+
+// _move var1 var2
+int cmd_move(int) {
+    command_begin();
+    if (int rc = parse_varlist(VL_ANY)) return rc;
+    if (int rc = expect_end()) return rc;
+    if (ps.count < 2) return session::error(102);
+    if (ps.count > 2) return session::error(103);
+    return move_var(ps.var[0], ps.var[1]);
+}
+
+// compress [varlist]
+int cmd_compress(int) {
+    command_begin();
+    if (ds.nvar == 0) return session::error(3);
+    if (int rc = parse_varlist(VL_ANY)) return rc;
+    if (int rc = expect_end()) return rc;
+    if (ps.count == 0)
+        if (int rc = list_all()) return rc;
+    std::vector<int> list(ps.var.begin(), ps.var.begin() + ps.count);
+    return compress(list.data(), (int)list.size());
+}
+
+// clear
+int cmd_clear(int) {
+    command_begin();
+    if (int rc = expect_end()) return rc;
+    clear_dataset();
+    return 0;
+}
+
+// _repart #width #obs    (exactly one of the two non-zero)
+int cmd_repart(int) {
+    command_begin();
+    long long d[2];
+    for (long long &x : d) {
+        std::string t = gettok(SEP_NUM);
+        char *end;
+        x = std::strtoll(t.c_str(), &end, 10);
+        if (t.empty() || *end) return session::error(198);
+    }
+    if (int rc = expect_end()) return rc;
+    if ((d[0] != 0) == (d[1] != 0)) return session::error(198);
+    if (int rc = repartition(d[0], d[1])) return session::error(rc);
+    return 0;
+}
+
+// set obs #
+int cmd_set_obs(int) {
+    command_begin();
+    int64_t n = 0;
+    if (int rc = read_count(&n)) return rc;
+    if (int rc = expect_end()) return rc;
+    return set_obs(n);
+}
+
+}  // namespace data

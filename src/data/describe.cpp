@@ -1,0 +1,198 @@
+// _describe: the summary of the dataset and a line for each variable, with r(N), r(k), r(width),
+// r(changed) and r(sortlist).
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "data/datacmd.h"
+#include "data/dataset.h"
+#include "data/varlist.h"
+#include "lang/macro.h"
+#include "output/channel.h"
+#include "session/errors.h"
+#include "session/loop.h"
+#include "session/store.h"
+#include "session/tok.h"
+
+namespace data {
+
+namespace {
+
+using session::cmdmatch;
+using session::gettok;
+using session::SEP_STD;
+
+// Columns of a variable line: name, type, format, value label, variable label.
+constexpr int COL_TYPE = 17, COL_FMT = 25, COL_VALLAB = 36, COL_LABEL = 47;
+constexpr int RULE = 79;
+
+// A name longer than w keeps its head and its last two bytes around a `~`, which as a pattern
+// matches the variable again.
+std::string abbrev(const std::string &s, int w) {
+    if ((int)s.size() <= w) return s;
+    return s.substr(0, w - 3) + "~" + s.substr(s.size() - 2);
+}
+
+// Pads line to reach column col (from 1), at least one blank when it is already there.
+void pad_to(std::string &line, int col) {
+    if ((int)line.size() >= col - 1) line.push_back(' ');
+    while ((int)line.size() < col - 1)
+        line.push_back(' ');
+}
+
+std::string variable_label(const char *name) {
+    int32_t len = 0;
+    const char *p = static_cast<const char *>(session::store_find(name, session::ST_VARLABEL, &len));
+    if (!p) return "";
+    size_t n = len > 0 ? (size_t)len : 0;
+    return std::string(p, strnlen(p, std::min<size_t>(n, LABELLEN)));
+}
+
+bool is_e(int v) { return std::strcmp(ds.varname[v - 1], "(e)") == 0; }
+
+void rule() {
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_rimuf("{hline %d}\n", RULE);
+}
+
+void text_line(const std::string &s) {
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_text(s);
+    out::out_text("\n");
+}
+
+int r_scalar(const char *name, double v) {
+    if (!session::store_add_copy(name, session::ST_R_SCALAR, (int32_t)sizeof v, &v, sizeof v)) return 950;
+    return 0;
+}
+
+}  // namespace
+
+// _describe [varlist] [using filename] [, short fullnames]
+int cmd_describe(int) {
+    command_begin();
+    bool shortform = false, fullnames = false;
+    if (int rc = parse_varlist(VL_ANY)) return rc;
+    std::string t = gettok(SEP_STD);
+    if (t == "using") {
+        out::ClassScope cs(out::CLS_ERROR);
+        out::out_error("describe using is not available in this build\n");
+        return 199;
+    }
+    if (t == ",") {
+        for (;;) {
+            std::string w = gettok(SEP_STD);
+            if (w.empty()) break;
+            if (cmdmatch(w.c_str(), "short", 1)) shortform = true;
+            else if (cmdmatch(w.c_str(), "fullnames", 4)) fullnames = true;
+            else {
+                out::ClassScope cs(out::CLS_ERROR);
+                out::out_error("option " + w + " not allowed\n");
+                return 198;
+            }
+        }
+    } else if (!t.empty()) {
+        out::ClassScope cs(out::CLS_ERROR);
+        out::out_error("'" + std::string(session::tk.tokstart) + "' invalid\n");
+        return 198;
+    }
+    const bool listed = ps.count > 0;
+
+    // The dataset as a whole: the hidden sample variable `(e)` is not one of its variables.
+    int k = 0;
+    for (int v = 1; v <= ds.nvar; ++v)
+        if (!is_e(v)) ++k;
+    const MemInfo mi = data_memory_info();
+    const int64_t size = (int64_t)ds.nobs * ds.w_cur;
+    const double freepct =
+        mi.M_total > 0 ? 100.0 * (double)(mi.M_total - mi.M_data - mi.M_oh) / (double)mi.M_total : 0.0;
+    const char *fn = lang::macro_get("S_FN");
+    const char *fdate = lang::macro_get("S_FNDATE");
+
+    char buf[200];
+    text_line(fn && *fn ? std::string("Contains data from ") + fn : "Contains data");
+    {
+        std::snprintf(buf, sizeof buf, "  obs:%12d", ds.nobs);
+        std::string line = buf;
+        if (ds.datalabel[0]) {
+            pad_to(line, COL_LABEL);
+            line += ds.datalabel;
+        }
+        text_line(line);
+        std::snprintf(buf, sizeof buf, " vars:%12d", k);
+        line = buf;
+        if (fdate && *fdate) {
+            pad_to(line, COL_LABEL);
+            line += fdate;
+        }
+        text_line(line);
+        std::snprintf(buf, sizeof buf, " size:%12lld (%.1f%% of memory free)", (long long)size, freepct);
+        text_line(buf);
+    }
+
+    if (!shortform && (k > 0 || listed)) {
+        rule();
+        std::string head = "variable";
+        pad_to(head, COL_TYPE);
+        head += "type";
+        pad_to(head, COL_FMT);
+        head += "format";
+        pad_to(head, COL_VALLAB);
+        head += "val. label";
+        pad_to(head, COL_LABEL);
+        head += "variable label";
+        text_line(head);
+        rule();
+        const int n = listed ? ps.count : ds.nvar;
+        for (int j = 0; j < n; ++j) {
+            const int v = listed ? ps.var[j] : j + 1;
+            if (v < 1 || v > ds.nvar || is_e(v)) continue;
+            if (session::lp.PendingBreak) return 1;
+            std::string name = ds.varname[v - 1];
+            out::ClassScope cs(out::CLS_RESULT);
+            std::string line = fullnames ? name : abbrev(name, COL_TYPE - 2);
+            if ((int)line.size() > COL_TYPE - 2) {
+                // A full name wider than its column stands on a line of its own.
+                out::out_text(line);
+                out::out_text("\n");
+                line.clear();
+            }
+            char tn[8];
+            pad_to(line, COL_TYPE);
+            line += type_name(ds.vartype[v - 1], tn);
+            pad_to(line, COL_FMT);
+            line += ds.fmt[v - 1];
+            pad_to(line, COL_VALLAB);
+            line += fullnames ? std::string(ds.vallab[v - 1]) : abbrev(ds.vallab[v - 1], COL_LABEL - COL_VALLAB - 1);
+            std::string lbl = variable_label(name.c_str());
+            if (!lbl.empty()) {
+                pad_to(line, COL_LABEL);
+                line += lbl;
+            }
+            while (!line.empty() && line.back() == ' ')
+                line.pop_back();
+            out::out_text(line);
+            out::out_text("\n");
+        }
+    }
+    if (!shortform && (k > 0 || listed)) rule();
+
+    std::string sorted;
+    for (int s = 0; ds.sortlist && ds.sortlist[s]; ++s) {
+        if (!sorted.empty()) sorted.push_back(' ');
+        sorted += ds.varname[ds.sortlist[s] - 1];
+    }
+    text_line("Sorted by:  " + sorted);
+
+    for (int ty = session::ST_R_SCALAR; ty <= session::ST_R_MATRIX + 2; ++ty)
+        session::store_drop_type(ty);
+    int rc = r_scalar("N", ds.nobs);
+    if (!rc) rc = r_scalar("k", k);
+    if (!rc) rc = r_scalar("width", ds.w_cur);
+    if (!rc) rc = r_scalar("changed", ds.changed);
+    if (!rc && !sorted.empty()) rc = lang::macro_set_at("sortlist", session::ST_R_MACRO, sorted);
+    return rc;
+}
+
+}  // namespace data

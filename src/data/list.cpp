@@ -1,0 +1,341 @@
+// list: variables over observations as a boxed table, or one box per observation when the table
+// would not fit the line; the if/in qualifiers as list and assert read them.
+#include "data/list.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "data/datacmd.h"
+#include "data/dataset.h"
+#include "data/expr.h"
+#include "data/fmt.h"
+#include "data/varlist.h"
+#include "output/channel.h"
+#include "session/errors.h"
+#include "session/loop.h"
+#include "session/settings.h"
+#include "session/tok.h"
+
+namespace data {
+
+using session::gettok;
+using session::SEP_NUM;
+using session::SEP_STD;
+
+int read_ifin(std::vector<int32_t> &obs, bool *qualified) {
+    obs.clear();
+    // A token pushed back by the caller's parser is read again from the text.
+    if (session::tk.tokpushed) {
+        session::tk.tokpos = session::tk.tokstart;
+        session::tk.tokpushed = false;
+    }
+    bool has_if = false, has_in = false;
+    for (;;) {
+        session::TokState ts;
+        session::savetok(ts);
+        std::string t = gettok(SEP_STD);
+        if (t == "if" && !has_if) {
+            has_if = true;
+            if (int rc = expr_compile_tok(ifexp, XW_NUM)) return rc;
+            continue;
+        }
+        if (t == "in" && !has_in) {
+            has_in = true;
+            if (int rc = parse_in()) return rc;
+            continue;
+        }
+        session::restoretok(ts);
+        break;
+    }
+    if (qualified) *qualified = has_if || has_in;
+    const int32_t lo = ps.inrange ? ps.in_lo : 1, hi = ps.inrange ? ps.in_hi : ds.nobs;
+    expr_lastrc = 0;
+    for (int32_t i = lo; i <= hi; ++i) {
+        if (has_if && expr_xeq(ifexp, i) == 0) continue;
+        obs.push_back(i);
+    }
+    if (expr_lastrc) return expr_lastrc;
+    return 0;
+}
+
+std::string abbreviate_name(const std::string &name, int n) {
+    if ((int)name.size() <= n || n < 2) return name;
+    return name.substr(0, (size_t)n - 2) + "~" + name.back();
+}
+
+namespace {
+
+// A value as shown: the number through the variable's format without its padding, or the string.
+std::string cell_text(int v, int32_t i) {
+    const uint8_t type = ds.vartype[v - 1];
+    if (is_string_type(type)) {
+        char buf[EXPR_STRBUF];
+        get_str(v, i, buf);
+        return buf;
+    }
+    Fmt f;
+    if (fmt_parse(ds.fmt[v - 1], f, true) || fmt_isstr(f)) f = fmt_default();
+    char buf[FMT_BUFSIZE];
+    int n = fmt_number(get_num(v, i), f, buf, sizeof buf);
+    std::string s(buf, (size_t)n);
+    size_t b = s.find_first_not_of(' ');
+    if (b == std::string::npos) return "";
+    return s.substr(b, s.find_last_not_of(' ') - b + 1);
+}
+
+// Left-justified columns: strings under a %-s format.
+bool left_justified(int v) {
+    if (!is_string_type(ds.vartype[v - 1])) return false;
+    return ds.fmt[v - 1][1] == '-';
+}
+
+std::string escaped(const std::string &s) {
+    std::string o;
+    for (char c : s) {
+        if (c == '{') o += "{c -(}";
+        else if (c == '}') o += "{c )-}";
+        else o += c;
+    }
+    return o;
+}
+
+std::string blanks(int n) { return n > 0 ? std::string((size_t)n, ' ') : std::string(); }
+
+// text placed in a field of width w, escaped for markup.
+std::string field(const std::string &text, int w, bool left) {
+    int pad = w - (int)text.size();
+    return left ? escaped(text) + blanks(pad) : blanks(pad) + escaped(text);
+}
+
+std::string rule(const char *l, int inner, const char *r) {
+    return std::string("{txt}{c ") + l + "}{hline " + std::to_string(inner) + "}{c " + r + "}";
+}
+
+struct Layout {
+    const ListOpts &o;
+    int lw = 0;      // width of the observation numbers with their point
+    int indent = 0;  // where the box starts
+    std::vector<std::string> lines;
+
+    explicit Layout(const ListOpts &opts) : o(opts) {}
+
+    std::string label(int32_t i) const {
+        if (o.noobs) return blanks(indent);
+        std::string t = std::to_string(i) + ".";
+        return "{txt}" + blanks(lw - (int)t.size()) + t + " ";
+    }
+    // A bordered line: border, content padded to inner-2, border.
+    void boxed(const std::string &lead, const std::string &content, int content_width, int inner) {
+        if (o.clean) {
+            std::string s = lead + "  " + content;
+            lines.push_back(s);
+            return;
+        }
+        lines.push_back(lead + "{txt}{c |} " + content + blanks(inner - 2 - content_width) + "{txt} {c |}");
+    }
+    void ruled(const char *l, int inner, const char *r) {
+        if (!o.clean) lines.push_back(blanks(indent) + rule(l, inner, r));
+    }
+};
+
+// Removes the trailing blanks of a clean line, and the colour tags among them.
+void trim_right(std::string &s) {
+    for (;;) {
+        if (!s.empty() && s.back() == ' ') s.pop_back();
+        else if (s.size() >= 5 && (s.compare(s.size() - 5, 5, "{res}") == 0 || s.compare(s.size() - 5, 5, "{txt}") == 0))
+            s.resize(s.size() - 5);
+        else break;
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vector<int32_t> &obs,
+                                    const ListOpts &o) {
+    Layout L(o);
+    if (vars.empty() || obs.empty()) return L.lines;
+    const int k = (int)vars.size();
+    const int abbrev = std::clamp(o.abbreviate, 5, 32);
+    if (!o.noobs) {
+        L.lw = 4;
+        for (int32_t i : obs) L.lw = std::max(L.lw, (int)std::to_string(i).size() + 1);
+        L.indent = L.lw + 1;
+    } else {
+        L.indent = 2;
+    }
+    // The cells as text, by variable.
+    std::vector<std::vector<std::string>> cells((size_t)k);
+    std::vector<int> valw((size_t)k, 0);
+    for (int j = 0; j < k; ++j) {
+        cells[j].reserve(obs.size());
+        for (int32_t i : obs) {
+            cells[j].push_back(cell_text(vars[j], i));
+            valw[j] = std::max(valw[j], (int)cells[j].back().size());
+        }
+    }
+    // The table: header over each column, names cut to what the values need but not below abbrev.
+    std::vector<std::string> head((size_t)k);
+    std::vector<int> w((size_t)k);
+    int inner = 1;
+    for (int j = 0; j < k; ++j) {
+        head[j] = abbreviate_name(ds.varname[vars[j] - 1], std::max(valw[j], abbrev));
+        w[j] = std::max(valw[j], (int)head[j].size());
+        inner += w[j] + (j ? 3 : 0);
+    }
+    inner += 1;
+    if (L.indent + inner + 2 <= o.linesize) {
+        auto row = [&](const std::vector<std::string> &texts, const char *colour) {
+            std::string s;
+            int width = 0;
+            for (int j = 0; j < k; ++j) {
+                if (j) s += "   ";
+                s += colour + field(texts[j], w[j], left_justified(vars[j]));
+                width += w[j] + (j ? 3 : 0);
+            }
+            return std::pair<std::string, int>(s, width);
+        };
+        L.ruled("TLC", inner, "TRC");
+        auto h = row(head, "{txt}");
+        L.boxed(blanks(L.indent), h.first, h.second, inner);
+        L.ruled("LT", inner, "RT");
+        for (size_t r = 0; r < obs.size(); ++r) {
+            if (r && o.separator > 0 && r % (size_t)o.separator == 0) L.ruled("LT", inner, "RT");
+            std::vector<std::string> texts((size_t)k);
+            for (int j = 0; j < k; ++j) texts[j] = cells[j][r];
+            auto v = row(texts, "{res}");
+            L.boxed(L.label(obs[r]), v.first, v.second, inner);
+        }
+        L.ruled("BLC", inner, "BRC");
+        if (o.clean)
+            for (std::string &s : L.lines) trim_right(s);
+        return L.lines;
+    }
+
+    // Too wide: each observation in a box across the line, its cells packed into rows of name over
+    // value. A value wider than the box goes on over several lines.
+    const int box = std::max(o.linesize - L.indent - 2, 12);
+    const int room = box - 2;
+    for (size_t r = 0; r < obs.size(); ++r) {
+        L.ruled("TLC", box, "TRC");
+        bool first_group = true;
+        int j = 0;
+        while (j < k) {
+            // The cells of this group.
+            int used = 0, end = j;
+            std::vector<int> cw;
+            while (end < k) {
+                const std::string nm = ds.varname[vars[end] - 1];
+                int c = std::max((int)std::min((int)nm.size(), room), (int)cells[end][r].size());
+                c = std::min(c, room);
+                int need = (end > j ? 3 : 0) + c;
+                if (end > j && used + need > room) break;
+                used += need;
+                cw.push_back(c);
+                ++end;
+            }
+            if (!first_group) L.ruled("LT", box, "RT");
+            std::string hs, vs;
+            int width = 0;
+            size_t longest = 0;
+            for (int g = j; g < end; ++g) longest = std::max(longest, cells[g][r].size());
+            // Value lines: one, or more for a value wider than the box (then alone in its group).
+            const size_t nlines = std::max<size_t>(1, (longest + (size_t)room - 1) / (size_t)room);
+            for (int g = j; g < end; ++g) {
+                const int c = cw[(size_t)(g - j)];
+                if (g > j) {
+                    hs += "   ";
+                    width += 3;
+                }
+                hs += "{txt}" + field(abbreviate_name(ds.varname[vars[g] - 1], c), c,
+                                      left_justified(vars[g]) || nlines > 1);
+                width += c;
+            }
+            L.boxed(first_group ? L.label(obs[r]) : blanks(L.indent), hs, width, box);
+            for (size_t ln = 0; ln < nlines; ++ln) {
+                std::string s;
+                for (int g = j; g < end; ++g) {
+                    const int c = cw[(size_t)(g - j)];
+                    const std::string &t = cells[g][r];
+                    std::string piece = nlines > 1 ? (ln * (size_t)room < t.size() ? t.substr(ln * (size_t)room, (size_t)room) : "")
+                                                   : t;
+                    if (g > j) s += "   ";
+                    s += "{res}" + field(piece, c, left_justified(vars[g]) || nlines > 1);
+                }
+                L.boxed(blanks(L.indent), s, width, box);
+            }
+            first_group = false;
+            j = end;
+        }
+        L.ruled("BLC", box, "BRC");
+    }
+    if (o.clean)
+        for (std::string &s : L.lines) trim_right(s);
+    return L.lines;
+}
+
+namespace {
+
+// ( # ) after an option word: an integer. 0 or 198.
+int option_integer(int *v) {
+    if (std::strcmp(gettok(SEP_STD), "(") != 0) return session::error(198);
+    std::string t = gettok(SEP_NUM);
+    errno = 0;
+    char *end;
+    long n = std::strtol(t.c_str(), &end, 10);
+    if (t.empty() || *end || errno || n < 0 || n > 1000000) return session::error(198);
+    if (std::strcmp(gettok(SEP_STD), ")") != 0) return session::error(198);
+    *v = (int)n;
+    return 0;
+}
+
+int not_allowed_option(const std::string &o) {
+    out::ClassScope cs(out::CLS_ERROR);
+    out::out_error("option " + o + " not allowed\n");
+    return 198;
+}
+
+}  // namespace
+
+// list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
+int cmd_list(int) {
+    if (int rc = parse_varlist(VL_ANY)) return rc;
+    std::vector<int> vars;
+    if (ps.count == 0) {
+        if (int rc = list_all()) return rc;
+    }
+    for (int k = 0; k < ps.count; ++k)
+        if (ps.var[k] >= 1) vars.push_back(ps.var[k]);
+    std::vector<int32_t> obs;
+    if (int rc = read_ifin(obs)) return rc;
+    ListOpts o;
+    o.linesize = session::se.linesize;
+    std::string t = gettok(SEP_STD);
+    if (t == ",") {
+        for (;;) {
+            std::string w = gettok(SEP_STD);
+            if (w.empty()) break;
+            if (session::cmdmatch(w.c_str(), "noobs", 4)) o.noobs = true;
+            else if (session::cmdmatch(w.c_str(), "clean", 5)) o.clean = true;
+            else if (session::cmdmatch(w.c_str(), "separator", 3)) {
+                if (int rc = option_integer(&o.separator)) return rc;
+            } else if (session::cmdmatch(w.c_str(), "abbreviate", 2)) {
+                if (int rc = option_integer(&o.abbreviate)) return rc;
+            } else {
+                return not_allowed_option(w);
+            }
+        }
+    } else if (!t.empty()) {
+        return session::error(198);
+    }
+    out::ClassScope cs(out::CLS_RESULT);
+    for (const std::string &line : list_lines(vars, obs, o)) {
+        out::out_rimu(line);
+        out::out_rimu("{txt}\n");
+        if (session::lp.PendingBreak) return 1;
+    }
+    return 0;
+}
+
+}  // namespace data

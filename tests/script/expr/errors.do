@@ -1,0 +1,27 @@
+display 1+
+display (1
+display 1)
+display ("abc)
+display (`"abc")
+display nosuch
+display 3x
+display nosuchfn(1)
+display abs()
+display abs(1,2)
+display abs("a")
+display ("a"*2)
+display norm(1)
+display Binomial(10,3,.5)
+display lnfact(3)
+display missing(missing(1))
+display sum(1)+sum(2)+sum(3)+sum(4)+sum(5)+sum(6)
+display r(N)
+display _b[x]
+display L.x
+display regexs(0)
+display regexm("a","(")
+display regexs(0)
+display regexm("ab","(a)")
+display = regexs(1)
+display regexs(10)
+display regexs(2)

@@ -1,0 +1,4 @@
+program adobadline
+    display "never"
+end
+display "a command outside of a definition"

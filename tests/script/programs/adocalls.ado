@@ -1,0 +1,4 @@
+program adocalls
+    display "adocalls loads another"
+    adomain from adocalls
+end

@@ -1,0 +1,1 @@
+* nothing is defined here

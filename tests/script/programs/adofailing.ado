@@ -1,0 +1,5 @@
+program adofailing
+    display "x"
+end
+program adofailing2, frobnicate
+end

@@ -1,0 +1,3 @@
+program adosomethingelse
+    display "defined by adoother.ado"
+end
