@@ -20,7 +20,7 @@ build: deps
 
 build-asan: deps
 	@cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DORVAT_SANITIZE=ON >/dev/null
-	@cmake --build build-asan -j $(JOBS) --target orvat-px
+	@cmake --build build-asan -j $(JOBS) --target orvat-px plugins
 
 run: build
 	SYSDIR_ORVAT=$(SYSDIR) ./build/orvat-px

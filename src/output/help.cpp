@@ -53,8 +53,10 @@ struct HelpAlias {
     const char *topic, *file;
 };
 const HelpAlias help_aliases[] = {
-    {"chelp", "help"}, {"man", "help"},     {"translator", "translate"},
-    {"break", "nobreak"}, {"include", "do"},
+    {"chelp", "help"},      {"man", "help"},         {"translator", "translate"}, {"break", "nobreak"},
+    {"include", "do"},      {"local", "macro"},      {"global", "macro"},         {"c_local", "macro"},
+    {"else", "if"},         {"continue", "forvalues"}, {"tempname", "tempvar"},   {"tempfile", "tempvar"},
+    {"keep", "drop"},
 };
 
 int help_not_found(const std::string &topic) {

@@ -15,6 +15,7 @@
 
 #include "lang/macro.h"
 #include "lang/prog.h"
+#include "lang/prog_int.h"  // lang::ado: an ado-file being loaded is not typed input
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
@@ -630,7 +631,8 @@ int cmd_cmdlog(int) {
 void cmdlog_line(const char *line) {
     if (!cmdlog.fd || !cmdlog.on || cmdlog.failed) return;
     if (ch.OutputLevel > CLS_INPUT) return;         // input hidden: not recorded either
-    if (session::lp.curfile && lang::callframes > 1) return;  // only the top level of a do-file
+    if (session::lp.curfile && (lang::callframes > 1 || lang::ado.depth > 0 || lang::ado.active))
+        return;  // only the top level of a do-file, and never the lines of an ado-file being loaded
     const char *p = line;
     while (*p == ' ') ++p;
     if (!*p || is_cmdlog_command(p)) return;

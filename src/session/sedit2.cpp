@@ -21,6 +21,7 @@
 #include "estimate/frame.h"
 #include "lang/prog.h"
 #include "output/channel.h"
+#include "output/log.h"
 #include "output/term.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -578,6 +579,7 @@ int session_main(int argc, char **argv) {
 
 void exit_path(int status) {
     if (st.initstage >= 4 && out::ch.console) {
+        out::logs_close_at_exit();
         out::stream_flush(out::ch.console);
         out::stream_free(out::ch.console);
         out::ch.console = out::ch.current = nullptr;

@@ -15,3 +15,9 @@ display _rc
 quietly help sleep
 view help nobreak
 display "after help, the screen is in plain line mode again"
+* with the ado path pointing nowhere, help is still found in the base directory
+global S_ADO "nowhere"
+capture chelp sleep
+display _rc
+capture chelp nosuch
+display _rc

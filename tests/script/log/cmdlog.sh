@@ -1,6 +1,6 @@
 # The command log: the lines as typed, and those of a do-file run from the top level; not those of
-# a do-file it runs, nor lines whose input is hidden (a do-file run under capture), nor cmdlog
-# commands.
+# a do-file it runs, nor lines whose input is hidden (a do-file run under capture), nor the lines of
+# an ado-file loaded on the way (help.ado), nor cmdlog commands.
 cat > inner.do <<'DO'
 display "a line of inner.do"
 DO
@@ -37,5 +37,5 @@ cat cmds.log
 echo "--- cmds.txt"
 cat cmds.txt
 echo "--- typed lines"
-printf 'cmdlog using typed\ndisplay 1\n#review 1\n* a comment\nquietly display 2\ncapture display 3\nrun inner\ncapture run inner\ncmdlog close\n' | $ORVAT -q > /dev/null
+printf 'cmdlog using typed\ndisplay 1\n#review 1\n* a comment\nquietly display 2\ncapture display 3\nrun inner\ncapture run inner\nhelp sleep\ncmdlog close\n' | $ORVAT -q > /dev/null
 cat typed.txt
