@@ -3,6 +3,7 @@
 #include "data/datacmd.h"
 
 #include <cmath>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -154,6 +155,12 @@ int cmd_dropkeep(int keep) {
         return 0;
     }
     std::vector<uint8_t> f = list_flags();
+    // Dropping every variable leaves nothing to hold observations: the dataset is cleared.
+    if (!keep && std::all_of(f.begin(), f.begin() + ds.nvar, [](uint8_t x) { return x != 0; })) {
+        if (session::lp.byprefix) return session::error(190);
+        clear_dataset();
+        return 0;
+    }
     return keep ? keep_vars(f.data()) : drop_vars(f.data());
 }
 

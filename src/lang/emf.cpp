@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/varlist.h"
 #include "lang/exprhook.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
@@ -751,6 +752,28 @@ int f_all(std::string_view rest, std::string &v) {
     return 0;
 }
 
+// type varname ; format varname: the storage type and the display format of a variable
+int f_type(std::string_view rest, std::string &v) {
+    std::string n = first_word(rest, &rest);
+    if (n.empty()) return session::error(198);
+    if (int rc = nothing_more(rest)) return rc;
+    int k = data::varlookup(n, true, data::varabbrev);
+    if (k < 0) return -k;
+    char buf[16];
+    v = data::type_name(data::ds.vartype[k - 1], buf);
+    return 0;
+}
+
+int f_format(std::string_view rest, std::string &v) {
+    std::string n = first_word(rest, &rest);
+    if (n.empty()) return session::error(198);
+    if (int rc = nothing_more(rest)) return rc;
+    int k = data::varlookup(n, true, data::varabbrev);
+    if (k < 0) return -k;
+    v = data::ds.fmt[k - 1];
+    return 0;
+}
+
 // set name: a setting's value
 int f_set(std::string_view rest, std::string &v) {
     std::string n = first_word(rest, &rest);
@@ -818,7 +841,7 @@ struct EmfRow {
 
 // Tried in this order.
 const EmfRow emf_rows[] = {
-    {"type", 1, not_yet},        {"format", 1, not_yet},     {"value", 3, not_yet},
+    {"type", 1, f_type},         {"format", 1, f_format},     {"value", 3, not_yet},
     {"variable", 3, not_yet},    {"environment", 3, f_environment}, {"tempvar", 5, f_tempvar},
     {"tempfile", 5, f_tempfile},      {"rownames", 4, not_yet},    {"colnames", 4, not_yet},
     {"roweq", 4, not_yet},        {"coleq", 4, not_yet},       {"rowfullnames", 4, not_yet},

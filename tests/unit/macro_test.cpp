@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "data/dataset.h"
+#include "lang/emf.h"
 #include "lang/macro.h"
 #include "lang/prog_int.h"
 #include "msg_capture.h"
@@ -240,3 +242,28 @@ TEST_F(Prefs, UnreadableFileIsKeptAsBad) {
 }
 
 }  // namespace
+
+// `: type` and `: format` read a variable's storage type and display format; a name that is not a
+// variable fails with its message.
+TEST(ExtendedFunctions, TypeAndFormatOfAVariable) {
+    ASSERT_TRUE(compute_limits());
+    ASSERT_EQ(data::data_init(1 << 20, 5000, 400), 0);
+    int v = 0;
+    ASSERT_EQ(data::add_var("price", 253, &v), 0);
+    ASSERT_EQ(data::add_var("make", 18, &v), 0);
+    data::command_start();  // what a new command sees
+    std::string out;
+    EXPECT_EQ(lang::emf_run("type price", out), 0);
+    EXPECT_EQ(out, "long");
+    EXPECT_EQ(lang::emf_run("type make", out), 0);
+    EXPECT_EQ(out, "str18");
+    EXPECT_EQ(lang::emf_run("format pr", out), 0);
+    EXPECT_EQ(out, "%12.0g");
+    EXPECT_EQ(lang::emf_run("format make", out), 0);
+    EXPECT_EQ(out, "%18s");
+    MsgCapture cap;
+    EXPECT_EQ(lang::emf_run("type nosuch", out), 111);
+    EXPECT_EQ(cap.text(), "variable nosuch not found\n");
+    EXPECT_EQ(lang::emf_run("type price extra", out), 198);
+    data::clear_dataset();
+}

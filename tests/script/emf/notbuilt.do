@@ -1,6 +1,4 @@
 * functions whose subject is not part of this build say so, also inside a reference
-local x : type mpg
-local x : format mpg
 local x : value label mpg
 local x : variable label mpg
 local x : rownames b
@@ -12,4 +10,4 @@ local x : e scalars
 local x : serset N
 local x : constraint 1
 local x : all numeric scalars
-display "[`:type mpg']"
+display "[`:variable label mpg']"

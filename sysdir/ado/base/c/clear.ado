@@ -1,0 +1,5 @@
+*! clear: remove the data in memory
+program clear
+	version 10.1
+	drop _all
+end
