@@ -2,14 +2,15 @@
 // clear, _repart and `set obs`; and the `in` range they read.
 #include "data/datacmd.h"
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/expr.h"
 #include "data/fmt.h"
 #include "data/varlist.h"
 #include "output/channel.h"
@@ -48,10 +49,6 @@ int leftover() { return fail(198, "'" + rest_from_token() + "' invalid\n"); }
 int expect_end() {
     if (!*gettok(SEP_STD)) return 0;
     return leftover();
-}
-
-int if_unavailable() {
-    return fail(199, "if qualifier is not available in this build: expressions are not built yet\n");
 }
 
 // One item of an `in` range; false for a bad item.
@@ -125,21 +122,34 @@ int parse_in() {
     return 0;
 }
 
-// drop varlist | drop in range | drop if exp [in range]     (keep the same)
+// drop varlist | drop in range [if exp] | drop if exp [in range]     (keep the same)
 int cmd_dropkeep(int keep) {
     command_begin();
     std::string t = gettok(SEP_STD);
     if (t.empty()) return session::required("varlist or in range");
-    if (t == "if") return if_unavailable();
-    if (t == "in") {
-        if (int rc = parse_in()) return rc;
-        t = gettok(SEP_STD);
-        if (t == "if") return if_unavailable();
+    if (t == "if" || t == "in") {
+        bool have_if = false;
+        while (t == "if" || t == "in") {
+            if (t == "in") {
+                if (int rc = parse_in()) return rc;
+            } else {
+                if (have_if) return session::error(198);
+                if (int rc = expr_compile_tok(ifexp, XW_NUM)) return rc;
+                have_if = true;
+            }
+            t = gettok(SEP_STD);
+        }
         if (!t.empty()) return leftover();
+        // Decide every observation first, so the expression sees the data as they were.
         std::vector<uint8_t> remove(ds.nobs > 0 ? ds.nobs : 1, 0);
         for (int i = 1; i <= ds.nobs; ++i) {
-            const bool inside = i >= ps.in_lo && i <= ps.in_hi;
-            remove[i - 1] = (keep ? !inside : inside) ? 1 : 0;
+            bool chosen = !ps.inrange || (i >= ps.in_lo && i <= ps.in_hi);
+            if (chosen && have_if) {
+                chosen = expr_xeq(ifexp, i) != 0;
+                if (expr_lastrc) return expr_lastrc;
+            }
+            if (session::lp.PendingBreak) return 1;
+            remove[i - 1] = (keep ? !chosen : chosen) ? 1 : 0;
         }
         return drop_obs_mask(remove.data(), true);
     }
