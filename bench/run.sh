@@ -3,6 +3,7 @@
 # Prints our figures and, where a peer tool is installed, the peer's figure on the same work.
 set -eu
 build=${1:-build}
+here="$(cd "$(dirname "$0")" && pwd)"
 exe="$(cd "$(dirname "$0")/.." && pwd)/$build/orvat-px"
 sysdir="$(cd "$(dirname "$0")/.." && pwd)/sysdir"
 work=$(mktemp -d)
@@ -54,3 +55,10 @@ PY
   peer=$(echo "$t1 - $t0" | bc -l)
   printf 'reader: python3 line loop (peer)      %8.3f s  (ratio %.2f)\n' "$peer" "$(echo "$secs / $peer" | bc -l)"
 fi
+
+# The other benchmarks: command-language loops and calls, then the engine kernels.
+bash "$here/prog_calls.sh" "$build"
+bash "$here/forvalues.sh" "$build"
+for b in "$here/../$build"/bench_*; do
+  [ -x "$b" ] && "$b" --benchmark_min_time=0.2 2>/dev/null
+done
