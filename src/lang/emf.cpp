@@ -128,28 +128,13 @@ std::string macro_text(const std::string &stored) {
 
 // The options after a comma in rest: the words before it go to *before.
 std::string split_options(std::string_view rest, std::string *before) {
-    bool dq = false;
-    int cq = 0;
-    for (size_t i = 0; i < rest.size(); ++i) {
-        char c = rest[i], n = i + 1 < rest.size() ? rest[i + 1] : '\0';
-        if (cq) {
-            if (c == '`' && n == '"') { ++cq; ++i; }
-            else if (c == '"' && n == '\'') { --cq; ++i; }
-            continue;
-        }
-        if (dq) {
-            if (c == '"') dq = false;
-            continue;
-        }
-        if (c == '`' && n == '"') { cq = 1; ++i; }
-        else if (c == '"') dq = true;
-        else if (c == ',') {
-            *before = std::string(rest.substr(0, i));
-            return std::string(rest.substr(i + 1));
-        }
+    size_t comma = options_comma(rest);
+    if (comma == std::string_view::npos) {
+        *before = std::string(rest);
+        return "";
     }
-    *before = std::string(rest);
-    return "";
+    *before = std::string(rest.substr(0, comma));
+    return std::string(rest.substr(comma + 1));
 }
 
 // Option words: name or name(arg).

@@ -124,28 +124,6 @@ std::string with_suffix(const std::string &name) {
     return name + ".do";
 }
 
-// Position of the first comma outside quotes, or npos.
-size_t options_comma(const std::string &s) {
-    bool dq = false;
-    int cq = 0;
-    for (size_t i = 0; i < s.size(); ++i) {
-        char c = s[i], n = i + 1 < s.size() ? s[i + 1] : '\0';
-        if (cq) {
-            if (c == '`' && n == '"') { ++cq; ++i; }
-            else if (c == '"' && n == '\'') { --cq; ++i; }
-            continue;
-        }
-        if (dq) {
-            if (c == '"') dq = false;
-            continue;
-        }
-        if (c == '`' && n == '"') { cq = 1; ++i; }
-        else if (c == '"') dq = true;
-        else if (c == ',') return i;
-    }
-    return std::string::npos;
-}
-
 // Options of do and run: [no]stop, delay(#).
 int file_options(const std::string &text, bool *stop) {
     session::settok(text.c_str());
