@@ -23,7 +23,7 @@ int assertion_false() {
     return 9;
 }
 
-}  // namespace
+} // namespace
 
 // assert exp [if exp] [in range]
 int cmd_assert(int) {
@@ -56,4 +56,4 @@ int cmd_assert(int) {
     return assertion_false();
 }
 
-}  // namespace data
+} // namespace data

@@ -6,4 +6,4 @@ namespace data {
 // assert exp [if exp] [in range]
 int cmd_assert(int);
 
-}  // namespace data
+} // namespace data

@@ -131,9 +131,10 @@ int cmd_dropkeep(int keep) {
         bool have_if = false;
         while (t == "if" || t == "in") {
             if (t == "in") {
+                if (ps.inrange) return leftover();
                 if (int rc = parse_in()) return rc;
             } else {
-                if (have_if) return session::error(198);
+                if (have_if) return leftover();
                 if (int rc = expr_compile_tok(ifexp, XW_NUM)) return rc;
                 have_if = true;
             }

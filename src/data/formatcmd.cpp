@@ -19,14 +19,15 @@ namespace {
 
 // The format text at the tokenizer, when the next thing there begins with %: up to the next blank.
 bool read_format(std::string &text) {
-    if (session::tk.tokpushed) {  // the varlist parser stopped at the %
+    if (session::tk.tokpushed) { // the varlist parser stopped at the %
         session::tk.tokpos = session::tk.tokstart;
         session::tk.tokpushed = false;
     }
     const char *p = session::tokrest();
     if (*p != '%') return false;
     const char *e = p;
-    while (*e && *e != ' ') ++e;
+    while (*e && *e != ' ')
+        ++e;
     text.assign(p, e - p);
     session::settok(e);
     return true;
@@ -39,8 +40,10 @@ int mismatch(const std::string &fmt, const char *kind, int v) {
 }
 
 int list_formats(const std::vector<int> &vars) {
+    if (vars.empty()) return 0;
     size_t col = 20;
-    for (int v : vars) col = std::max(col, std::strlen(ds.varname[v - 1]) + 6);
+    for (int v : vars)
+        col = std::max(col, std::strlen(ds.varname[v - 1]) + 6);
     out::ClassScope cs(out::CLS_TEXT);
     out::out_rimuf("\n{txt}  variable name{col %zu}display format\n", col + 1);
     out::out_rimuf("  {hline %zu}\n", col + 14);
@@ -53,7 +56,7 @@ int list_formats(const std::vector<int> &vars) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // format varlist %fmt | format %fmt varlist | format [varlist]
 int cmd_format(int) {
@@ -86,4 +89,4 @@ int cmd_format(int) {
     return 0;
 }
 
-}  // namespace data
+} // namespace data

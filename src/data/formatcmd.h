@@ -6,4 +6,4 @@ namespace data {
 // format varlist %fmt | format %fmt varlist | format [varlist]   (the last lists the formats)
 int cmd_format(int);
 
-}  // namespace data
+} // namespace data

@@ -94,9 +94,12 @@ bool left_justified(int v) {
 std::string escaped(const std::string &s) {
     std::string o;
     for (char c : s) {
-        if (c == '{') o += "{c -(}";
-        else if (c == '}') o += "{c )-}";
-        else o += c;
+        if (c == '{')
+            o += "{c -(}";
+        else if (c == '}')
+            o += "{c )-}";
+        else
+            o += c;
     }
     return o;
 }
@@ -115,8 +118,8 @@ std::string rule(const char *l, int inner, const char *r) {
 
 struct Layout {
     const ListOpts &o;
-    int lw = 0;      // width of the observation numbers with their point
-    int indent = 0;  // where the box starts
+    int lw = 0;     // width of the observation numbers with their point
+    int indent = 0; // where the box starts
     std::vector<std::string> lines;
 
     explicit Layout(const ListOpts &opts) : o(opts) {}
@@ -143,14 +146,17 @@ struct Layout {
 // Removes the trailing blanks of a clean line, and the colour tags among them.
 void trim_right(std::string &s) {
     for (;;) {
-        if (!s.empty() && s.back() == ' ') s.pop_back();
-        else if (s.size() >= 5 && (s.compare(s.size() - 5, 5, "{res}") == 0 || s.compare(s.size() - 5, 5, "{txt}") == 0))
+        if (!s.empty() && s.back() == ' ')
+            s.pop_back();
+        else if (s.size() >= 5 &&
+                 (s.compare(s.size() - 5, 5, "{res}") == 0 || s.compare(s.size() - 5, 5, "{txt}") == 0))
             s.resize(s.size() - 5);
-        else break;
+        else
+            break;
     }
 }
 
-}  // namespace
+} // namespace
 
 std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vector<int32_t> &obs,
                                     const ListOpts &o) {
@@ -160,7 +166,8 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
     const int abbrev = std::clamp(o.abbreviate, 5, 32);
     if (!o.noobs) {
         L.lw = 4;
-        for (int32_t i : obs) L.lw = std::max(L.lw, (int)std::to_string(i).size() + 1);
+        for (int32_t i : obs)
+            L.lw = std::max(L.lw, (int)std::to_string(i).size() + 1);
         L.indent = L.lw + 1;
     } else {
         L.indent = 2;
@@ -203,13 +210,15 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
         for (size_t r = 0; r < obs.size(); ++r) {
             if (r && o.separator > 0 && r % (size_t)o.separator == 0) L.ruled("LT", inner, "RT");
             std::vector<std::string> texts((size_t)k);
-            for (int j = 0; j < k; ++j) texts[j] = cells[j][r];
+            for (int j = 0; j < k; ++j)
+                texts[j] = cells[j][r];
             auto v = row(texts, "{res}");
             L.boxed(L.label(obs[r]), v.first, v.second, inner);
         }
         L.ruled("BLC", inner, "BRC");
         if (o.clean)
-            for (std::string &s : L.lines) trim_right(s);
+            for (std::string &s : L.lines)
+                trim_right(s);
         return L.lines;
     }
 
@@ -239,7 +248,8 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
             std::string hs, vs;
             int width = 0;
             size_t longest = 0;
-            for (int g = j; g < end; ++g) longest = std::max(longest, cells[g][r].size());
+            for (int g = j; g < end; ++g)
+                longest = std::max(longest, cells[g][r].size());
             // Value lines: one, or more for a value wider than the box (then alone in its group).
             const size_t nlines = std::max<size_t>(1, (longest + (size_t)room - 1) / (size_t)room);
             for (int g = j; g < end; ++g) {
@@ -258,8 +268,10 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
                 for (int g = j; g < end; ++g) {
                     const int c = cw[(size_t)(g - j)];
                     const std::string &t = cells[g][r];
-                    std::string piece = nlines > 1 ? (ln * (size_t)room < t.size() ? t.substr(ln * (size_t)room, (size_t)room) : "")
-                                                   : t;
+                    std::string piece =
+                        nlines > 1
+                            ? (ln * (size_t)room < t.size() ? t.substr(ln * (size_t)room, (size_t)room) : "")
+                            : t;
                     if (g > j) s += "   ";
                     s += "{res}" + field(piece, c, left_justified(vars[g]) || nlines > 1);
                 }
@@ -271,7 +283,8 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
         L.ruled("BLC", box, "BRC");
     }
     if (o.clean)
-        for (std::string &s : L.lines) trim_right(s);
+        for (std::string &s : L.lines)
+            trim_right(s);
     return L.lines;
 }
 
@@ -296,7 +309,7 @@ int not_allowed_option(const std::string &o) {
     return 198;
 }
 
-}  // namespace
+} // namespace
 
 // list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
 int cmd_list(int) {
@@ -316,8 +329,10 @@ int cmd_list(int) {
         for (;;) {
             std::string w = gettok(SEP_STD);
             if (w.empty()) break;
-            if (session::cmdmatch(w.c_str(), "noobs", 4)) o.noobs = true;
-            else if (session::cmdmatch(w.c_str(), "clean", 5)) o.clean = true;
+            if (session::cmdmatch(w.c_str(), "noobs", 4))
+                o.noobs = true;
+            else if (session::cmdmatch(w.c_str(), "clean", 5))
+                o.clean = true;
             else if (session::cmdmatch(w.c_str(), "separator", 3)) {
                 if (int rc = option_integer(&o.separator)) return rc;
             } else if (session::cmdmatch(w.c_str(), "abbreviate", 2)) {
@@ -338,4 +353,4 @@ int cmd_list(int) {
     return 0;
 }
 
-}  // namespace data
+} // namespace data

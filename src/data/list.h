@@ -16,11 +16,11 @@ int cmd_list(int);
 int read_ifin(std::vector<int32_t> &obs, bool *qualified = nullptr);
 
 struct ListOpts {
-    bool noobs = false;    // no observation numbers
-    bool clean = false;    // no box and no rules
-    int separator = 5;     // a rule after every so many rows; 0 for none
-    int abbreviate = 8;    // names are cut to no fewer characters than this (5 to 32)
-    int linesize = 79;     // the table must fit this; else one box per observation
+    bool noobs = false; // no observation numbers
+    bool clean = false; // no box and no rules
+    int separator = 5;  // a rule after every so many rows; 0 for none
+    int abbreviate = 8; // names are cut to no fewer characters than this (5 to 32)
+    int linesize = 79;  // the table must fit this; else one box per observation
 };
 
 // The listing as lines of markup (no newlines): headers and box in text colour, values in result
@@ -31,4 +31,4 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
 // name cut to n characters with `~` before its last character, when it is longer than n.
 std::string abbreviate_name(const std::string &name, int n);
 
-}  // namespace data
+} // namespace data

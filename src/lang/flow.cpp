@@ -16,6 +16,7 @@
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/loop.h"
+#include "session/sedit2.h"
 #include "session/tok.h"
 
 namespace lang {
@@ -28,8 +29,8 @@ using session::tk;
 
 namespace {
 
-constexpr int max_whilecount = 999;  // temporary loop programs running at once
-constexpr int max_fecount = 9999;    // foreach lists in use
+constexpr int max_whilecount = 999; // temporary loop programs running at once
+constexpr int max_fecount = 9999;   // foreach lists in use
 
 int fail(int rc, const std::string &text) {
     out::ClassScope cs(out::CLS_ERROR);
@@ -38,14 +39,15 @@ int fail(int rc, const std::string &text) {
 }
 
 bool blank(const char *p) {
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return *p == '\0';
 }
 
 // The old forms (version below 800) let code follow an open brace and skip the after-brace checks.
 bool modern() { return lp.version >= 800; }
 
-}  // namespace
+} // namespace
 
 const char *find_open_brace(const char *text) {
     bool dq = false;
@@ -68,9 +70,17 @@ const char *find_open_brace(const char *text) {
             continue;
         }
         switch (*p) {
-        case '"': dq = true; break;
-        case '(': case '[': ++depth; break;
-        case ')': case ']': --depth; break;
+        case '"':
+            dq = true;
+            break;
+        case '(':
+        case '[':
+            ++depth;
+            break;
+        case ')':
+        case ']':
+            --depth;
+            break;
         case '{':
             if (depth == 0) return p;
             break;
@@ -81,7 +91,8 @@ const char *find_open_brace(const char *text) {
 
 bool ends_in_brace(const char *text) {
     size_t n = std::strlen(text);
-    while (n > 1 && text[n - 1] == ' ') --n;
+    while (n > 1 && text[n - 1] == ' ')
+        --n;
     return n > 1 && text[n - 1] == '{';
 }
 
@@ -89,10 +100,25 @@ bool ends_in_brace(const char *text) {
 
 namespace {
 
+// Runs a line whose macros were already expanded (the text behind an old-form open brace, which
+// was part of the line just expanded). Returns what execline returns.
+int run_expanded(const std::string &text) {
+    std::snprintf(tk.cmdbuf, session::maxcmdlen + 1, " %s", text.c_str());
+    session::settok(tk.cmdbuf);
+    std::string w = gettok(SEP_STD);
+    std::snprintf(lp.cmdword, sizeof lp.cmdword, "%s", w.c_str());
+    lp.linerc = session::dispatch();
+    if (!lp.exitlevel) return 1;
+    if (lp.exitsession) session::exit_path(0);
+    lp.exitlevel = 0;
+    return 0;
+}
+
 // Runs the lines up to the matching close brace through the one-line executor. With execflag off
 // they are only read, so nested blocks stay balanced. first, under the old forms, is the text that
-// followed the open brace: it runs as the block's first line.
-int run_block(const std::string &first = "") {
+// followed the open brace: it runs as the block's first line, its macros expanded again when
+// expand is set (a loop head read anew) and as it stands otherwise.
+int run_block(const std::string &first = "", bool expand = false) {
     const uint8_t saved_exec = lp.execflag, saved_if = fl.if_taken, saved_cont = fl.contflag;
     int result = 0;
     bool pending_first = !first.empty();
@@ -102,15 +128,34 @@ int run_block(const std::string &first = "") {
             result = 1;
         }
         if (pending_first) {
-            std::snprintf(tk.cmdbuf, session::maxcmdlen + 1, " %s", first.c_str());
-            session::settok(tk.cmdbuf);
             pending_first = false;
-        } else if (session::getline(1, 0)) {
+            int more;
+            if (expand) {
+                std::snprintf(tk.cmdbuf, session::maxcmdlen + 1, " %s", first.c_str());
+                session::settok(tk.cmdbuf);
+                more = session::execline();
+            } else {
+                more = run_expanded(first);
+            }
+            if (!more) {
+                fl.if_taken = saved_if;
+                lp.exitlevel = 1;
+                lp.execflag = saved_exec;
+                return lp.linerc;
+            }
+            if (lp.linerc) {
+                lp.execflag = 0;
+                result = lp.linerc;
+            }
+            continue;
+        }
+        if (session::getline(1, 0)) {
             if (result == 0) result = session::brace_not_found();
             break;
         }
         const char *p = tk.cmdbuf;
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         if (*p == '}') {
             if (!blank(p + 1) && modern()) result = session::code_after_brace('}');
             break;
@@ -241,10 +286,16 @@ struct LoopSave {
     }
 };
 
-// The text behind the old forms' open brace, which runs as the block's first line.
-std::string old_first_text() { return modern() ? std::string() : std::string(session::tokrest()); }
+// The old forms keep the loop head's line and read it anew at each pass: the text behind its open
+// brace runs as the block's first line, with its macros expanded then.
+std::string reread_head(int head) {
+    lp.curline = head;
+    if (session::getline(1, 0)) return "";
+    const char *b = find_open_brace(tk.cmdbuf);
+    return b ? std::string(b + 1) : "";
+}
 
-}  // namespace
+} // namespace
 
 // { : a block of lines up to the matching }
 int cmd_block(int) {
@@ -266,7 +317,8 @@ int cmd_if(int is_while) {
     const char *end = nullptr;
     if (int rc = data::expr_eval_scalar(tk.tokpos, v, &end, data::XW_NUM)) return fail_with_block(rc);
     const char *p = end;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     if (*p == '\0') {
         if (!std::strchr(tk.cmdbuf, '{')) return session::required("{");
         return session::code_after_brace('{');
@@ -313,7 +365,7 @@ int cmd_if(int is_while) {
     } else {
         fl.if_taken = 0;
         if (!ends_in_brace(tk.cmdbuf)) return 0;
-        lp.execflag = 0;  // the block opened on this line is read past
+        lp.execflag = 0; // the block opened on this line is read past
     }
     const uint8_t if_taken = fl.if_taken, cont_before = fl.contflag;
     session::settok(p);
@@ -377,7 +429,7 @@ int cmd_forvalues(int) {
     if (std::string(gettok(SEP_STD)) != "{") return fail_with_block(session::error(198));
     if (int rc = after_open_brace()) return fail_with_block(rc);
     if (step == 0) return fail_with_block(fail(198, "forvalues:  increment may not be zero\n"));
-    const std::string first_text = old_first_text();
+    const bool old_form = !modern() && !blank(tk.tokpos);
 
     const std::string mname = "_" + name;
     const int body = lp.curline;
@@ -398,11 +450,12 @@ int cmd_forvalues(int) {
             rc = session::error(mrc);
             break;
         }
+        const std::string first_text = old_form ? reread_head(body - 1) : "";
         lp.curline = body;
         fl.in_loop = 1;
         lp.execflag = 1;
         fl.contflag = 0;
-        rc = run_block(first_text);
+        rc = run_block(first_text, true);
         ran = true;
         // The step accumulates in extended precision, stored back as a double.
         value = (double)((long double)value + (long double)step);
@@ -424,7 +477,8 @@ int list_text(std::string &text) {
     text.assign(from, brace - from);
     size_t b = text.find_first_not_of(' ');
     text = b == std::string::npos ? "" : text.substr(b);
-    while (!text.empty() && text.back() == ' ') text.pop_back();
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
     session::settok(brace + 1);
     return 0;
 }
@@ -458,11 +512,13 @@ std::string cut_element(const char *text, size_t len, size_t &pos) {
         pos = i < len ? i + 1 : len;
     } else {
         size_t i = pos;
-        while (i < len && text[i] != ' ') ++i;
+        while (i < len && text[i] != ' ')
+            ++i;
         el.assign(text + pos, i - pos);
         pos = i;
     }
-    while (pos < len && text[pos] == ' ') ++pos;
+    while (pos < len && text[pos] == ' ')
+        ++pos;
     return el;
 }
 
@@ -474,14 +530,16 @@ int varlist_names(const std::string &text, bool newlist, std::string &names) {
     if (*session::tokrest()) return session::error(198);
     names.clear();
     if (newlist) {
-        for (const data::NewVar &nv : data::ps.newvars) names += (names.empty() ? "" : " ") + nv.name;
+        for (const data::NewVar &nv : data::ps.newvars)
+            names += (names.empty() ? "" : " ") + nv.name;
     } else {
-        for (int k = 0; k < data::ps.count; ++k) names += (names.empty() ? "" : " ") + data::list_entry_text(k);
+        for (int k = 0; k < data::ps.count; ++k)
+            names += (names.empty() ? "" : " ") + data::list_entry_text(k);
     }
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // foreach lname in text {  |  foreach lname of {local|global} name {  |
 // foreach lname of {numlist|varlist|newlist|any} text {
@@ -514,7 +572,8 @@ int cmd_foreach(int) {
             std::vector<double> v;
             if (int rc = data::numlist_parse(text, data::NumlistOpts{}, v, false)) return fail_with_block(rc);
             text = data::numlist_text(v);
-        } else if (session::cmdmatch(kind.c_str(), "varlist", 3) || session::cmdmatch(kind.c_str(), "newlist", 3)) {
+        } else if (session::cmdmatch(kind.c_str(), "varlist", 3) ||
+                   session::cmdmatch(kind.c_str(), "newlist", 3)) {
             if (int rc = list_text(text)) return fail_with_block(rc);
             session::TokState ts;
             session::savetok(ts);
@@ -533,7 +592,7 @@ int cmd_foreach(int) {
     }
     if (int rc = after_open_brace()) return fail_with_block(rc);
     if (make && text.size() > (size_t)session::maxcmdlen - 5) return fail_with_block(session::error(103));
-    const std::string first_text = old_first_text();
+    const bool old_form = !modern() && !blank(tk.tokpos);
 
     ++fl.fecount;
     if (make) {
@@ -558,7 +617,8 @@ int cmd_foreach(int) {
         int32_t len = 0;
         const char *list = macro_get(listname.c_str(), &len);
         if (!list || offset >= (size_t)len) len = 0;
-        while (offset < (size_t)len && list[offset] == ' ') ++offset;
+        while (offset < (size_t)len && list[offset] == ' ')
+            ++offset;
         if (rc || fl.contflag == 2 || lp.exitlevel || offset >= (size_t)len) break;
         if (lp.PendingBreak) {
             rc = 1;
@@ -570,11 +630,12 @@ int cmd_foreach(int) {
             rc = session::error(mrc);
             break;
         }
+        const std::string first_text = old_form ? reread_head(body - 1) : "";
         lp.curline = body;
         fl.in_loop = 1;
         lp.execflag = 1;
         fl.contflag = 0;
-        rc = run_block(first_text);
+        rc = run_block(first_text, true);
         ran = true;
     }
     fl.felist = felist;
@@ -587,4 +648,4 @@ int cmd_foreach(int) {
     return rc;
 }
 
-}  // namespace lang
+} // namespace lang

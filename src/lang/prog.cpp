@@ -176,7 +176,7 @@ int program_read(const char *name, const char *first_line, bool brace_mode, Prog
     int depth = 0;
     if (first_line) {
         add(first_line);
-        depth = line_ends_in_brace(first_line) ? 1 : 0;
+        depth = brace_mode ? 1 : 0;  // the head opens the block, with or without code behind its brace
     }
     // Lines read now are echoed with their number in a do-file, and prompted so at the terminal.
     static char numbered[16];

@@ -2,6 +2,7 @@
 // written to the screen or, for the extended macro function `display`, into a text.
 #include "output/display.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -27,19 +28,19 @@ int displayMode = 2;
 
 namespace {
 
-constexpr int max_fmtlen = 13;  // longest format text a directive may set
-constexpr int max_count = 401;  // _skip, _dup and _newline counts stay below this
+constexpr int max_fmtlen = 13; // longest format text a directive may set
+constexpr int max_count = 401; // _skip, _dup and _newline counts stay below this
 
 // The state of one call.
 struct Display {
     data::Fmt format;
-    bool format_default = true;  // "%10.0g", whose leading blanks are dropped from numbers
-    int formatKind = 1;          // 1 numeric, 2 string
+    bool format_default = true; // "%10.0g", whose leading blanks are dropped from numbers
+    int formatKind = 1;         // 1 numeric, 2 string
     int32_t repeat = 1;
     int32_t column = 1;
     bool newlineAtEnd = true;
     bool colorSeen = false;
-    std::string *buffer = nullptr;  // the text form collects here; null on the screen
+    std::string *buffer = nullptr; // the text form collects here; null on the screen
 
     void defaults() {
         format_default = true;
@@ -56,11 +57,13 @@ int put(Display &d, std::string_view s) {
         return 0;
     }
     switch (displayMode) {
-    case 0: return out_text(s);
+    case 0:
+        return out_text(s);
     case 1:
-        out_text("");  // the colour of the class first
+        out_text(""); // the colour of the class first
         return out_rimu(s);
-    default: return out_rimu(s);
+    default:
+        return out_rimu(s);
     }
 }
 
@@ -134,7 +137,8 @@ int d_char(Display &d) {
     for (int32_t i = 0; i < d.repeat; ++i) {
         // the byte itself, never read as markup
         int r = 0;
-        if (d.buffer) r = put(d, s);
+        if (d.buffer)
+            r = put(d, s);
         else {
             if (displayMode == 1) out_text("");
             r = displayMode == 0 ? out_text(s) : out_text_nostyle(s);
@@ -240,12 +244,12 @@ int d_asis(Display &) {
 // as word, in word: the class of what follows, or markup
 struct StyleRow {
     const char *word;
-    int minlen;  // 0: the whole word
+    int minlen; // 0: the whole word
     uint8_t cls;
 };
 const StyleRow style_rows[] = {
-    {"yellow", 1, CLS_RESULT}, {"result", 3, CLS_RESULT}, {"green", 1, CLS_TEXT}, {"text", 0, CLS_TEXT},
-    {"txt", 0, CLS_TEXT},      {"blue", 1, CLS_TEXT},     {"red", 1, CLS_ERROR},  {"error", 3, CLS_ERROR},
+    {"yellow", 1, CLS_RESULT}, {"result", 3, CLS_RESULT}, {"green", 1, CLS_TEXT},  {"text", 0, CLS_TEXT},
+    {"txt", 0, CLS_TEXT},      {"blue", 1, CLS_TEXT},     {"red", 1, CLS_ERROR},   {"error", 3, CLS_ERROR},
     {"white", 1, CLS_INPUT},   {"command", 3, CLS_INPUT}, {"input", 3, CLS_INPUT},
 };
 
@@ -268,15 +272,15 @@ int d_style(Display &d) {
 
 struct DirectiveRow {
     const char *word;
-    int minlen;  // 0: the whole word
+    int minlen; // 0: the whole word
     bool screen_only;
     Directive fn;
 };
 const DirectiveRow directive_rows[] = {
-    {"_continue", 1, true, d_continue}, {"_page", 2, true, d_page},       {"_skip", 2, false, d_skip},
-    {"_char", 5, false, d_char},        {"_column", 4, false, d_column},  {"_dup", 2, false, d_dup},
-    {"_newline", 2, true, d_newline},   {"_quote", 6, true, d_quote},     {"_request", 2, true, d_request},
-    {"_asis", 0, false, d_asis},        {"as", 0, true, d_style},         {"in", 0, true, d_style},
+    {"_continue", 1, true, d_continue}, {"_page", 2, true, d_page},      {"_skip", 2, false, d_skip},
+    {"_char", 5, false, d_char},        {"_column", 4, false, d_column}, {"_dup", 2, false, d_dup},
+    {"_newline", 2, true, d_newline},   {"_quote", 6, true, d_quote},    {"_request", 2, true, d_request},
+    {"_asis", 0, false, d_asis},        {"as", 0, true, d_style},        {"in", 0, true, d_style},
 };
 
 const DirectiveRow *find_directive(const std::string &w, bool buffer) {
@@ -291,7 +295,8 @@ const DirectiveRow *find_directive(const std::string &w, bool buffer) {
 int format_item(Display &d) {
     const char *s = tk.tokstart;
     const char *e = s;
-    while (*e && *e != ' ' && *e != '"' && *e != '`') ++e;
+    while (*e && *e != ' ' && *e != '"' && *e != '`')
+        ++e;
     std::string text(s, e - s);
     session::settok(e);
     if ((int)text.size() > max_fmtlen) return session::error(120);
@@ -317,7 +322,7 @@ int expression_item(Display &d, const char *start) {
     char buf[data::FMT_BUFSIZE];
     int n = data::fmt_number(v.num, d.format_default ? deflt : d.format, buf, sizeof buf);
     std::string s(buf, (size_t)n);
-    if (d.format_default) s.erase(0, s.find_first_not_of(' ') == std::string::npos ? 0 : s.find_first_not_of(' '));
+    if (d.format_default) s.erase(0, std::min(s.find_first_not_of(' '), s.size()));
     int r = put_repeated(d, s, d.repeat);
     d.defaults();
     return r;
@@ -326,7 +331,8 @@ int expression_item(Display &d, const char *start) {
 // A quoted token that an operator follows starts an expression ("a" + "b", "x" == "y").
 bool operator_follows() {
     const char *p = tk.tokpos;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return *p && std::strchr("|&=><+-*/^!~", *p) != nullptr;
 }
 
@@ -338,14 +344,15 @@ int run_display(Display &d) {
     ClassScope cs(CLS_RESULT);
     if (!d.buffer) {
         displayMode = session::lp.version >= 700 ? 2 : 0;
-        if (displayMode == 2) out_text("");  // the class colour, set once
+        if (displayMode == 2) out_text(""); // the class colour, set once
     }
     for (;;) {
         std::string t = gettok(SEP_STD);
         if (t.empty()) break;
         int rc = 0;
         if (t[0] == '"') {
-            rc = operator_follows() ? expression_item(d, tk.tokstart) : text_item(d, std::string_view(t).substr(1));
+            rc = operator_follows() ? expression_item(d, tk.tokstart)
+                                    : text_item(d, std::string_view(t).substr(1));
         } else if (t == ",") {
             session::TokState ts;
             session::savetok(ts);
@@ -371,7 +378,7 @@ int run_display(Display &d) {
     return session::lp.PendingBreak;
 }
 
-}  // namespace
+} // namespace
 
 int cmd_display(int) {
     Display d;
@@ -391,4 +398,4 @@ int display_to_text(const char *args, std::string &text) {
     return rc;
 }
 
-}  // namespace out
+} // namespace out

@@ -14,4 +14,4 @@ int cmd_display(int);
 // read as expressions. Columns move with blanks. Returns 0 or the code, with the message written.
 int display_to_text(const char *args, std::string &text);
 
-}  // namespace out
+} // namespace out

@@ -179,8 +179,10 @@ TEST_F(DataCmd, DropAndKeepInRange) {
     EXPECT_EQ(run(cmd_dropkeep, 0, "in 0"), 198);
     EXPECT_EQ(msg(), "'0' invalid obs no\n");
     EXPECT_EQ(run(cmd_dropkeep, 0, "in f/f in 1"), 198);
-    EXPECT_EQ(run(cmd_dropkeep, 0, "if id>1"), 199);
-    EXPECT_EQ(ds.nobs, 2);
+    EXPECT_EQ(run(cmd_dropkeep, 0, "if id>3"), 0);
+    EXPECT_EQ(msg(), "(1 observation deleted)\n");
+    EXPECT_EQ(ds.nobs, 1);
+    EXPECT_EQ(get_num(1, 1), 3);
     session::lp.byprefix = 1;
     EXPECT_EQ(run(cmd_dropkeep, 0, "in 1"), 190);
     EXPECT_EQ(msg(), "'in' may not be combined with 'by'\n");

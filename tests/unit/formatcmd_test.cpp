@@ -73,7 +73,7 @@ TEST_F(FormatAssert, FormatRefusesBadAndMismatchedFormats) {
     EXPECT_EQ(msg(), "%9.2f invalid for string variable s\n");
     EXPECT_EQ(run(cmd_format, "%10s x"), 120);
     EXPECT_EQ(msg(), "%10s invalid for numeric variable x\n");
-    EXPECT_STREQ(ds.fmt[0], "%10.0g");  // nothing changed by a refused command
+    EXPECT_STREQ(ds.fmt[0], "%10.0g"); // nothing changed by a refused command
     EXPECT_EQ(run(cmd_format, "%9.2f"), 100);
     EXPECT_EQ(msg(), "varlist required\n");
     EXPECT_EQ(run(cmd_format, "nosuch %9.2f"), 111);
@@ -82,12 +82,11 @@ TEST_F(FormatAssert, FormatRefusesBadAndMismatchedFormats) {
 
 TEST_F(FormatAssert, FormatWithoutAFormatListsThem) {
     EXPECT_EQ(run(cmd_format, "x s"), 0);
-    EXPECT_EQ(msg(),
-              "\n"
-              "  variable name     display format\n"
-              "  ----------------------------------\n"
-              "  x                 %10.0g\n"
-              "  s                 %9s\n");
+    EXPECT_EQ(msg(), "\n"
+                     "  variable name     display format\n"
+                     "  ----------------------------------\n"
+                     "  x                 %10.0g\n"
+                     "  s                 %9s\n");
 }
 
 TEST_F(FormatAssert, AssertChecksEveryObservationChosen) {
@@ -102,7 +101,7 @@ TEST_F(FormatAssert, AssertChecksEveryObservationChosen) {
     EXPECT_EQ(run(cmd_assert, "x == 4 in l"), 0);
     EXPECT_EQ(run(cmd_assert, "x == 4 if x > 3 in 3/4"), 0);
     EXPECT_EQ(run(cmd_assert, "x == 1 in 1/1"), 0);
-    EXPECT_EQ(run(cmd_assert, "x > 10 if x > 10"), 0);  // nothing chosen, nothing false
+    EXPECT_EQ(run(cmd_assert, "x > 10 if x > 10"), 0); // nothing chosen, nothing false
 }
 
 TEST_F(FormatAssert, AssertFailures) {
@@ -121,4 +120,4 @@ TEST_F(FormatAssert, AssertWithoutObservationsChecksOnce) {
     EXPECT_EQ(msg(), "assertion is false\n");
 }
 
-}  // namespace
+} // namespace

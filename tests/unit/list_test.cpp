@@ -74,33 +74,30 @@ class List : public ::testing::Test {
 TEST_F(List, TableOfAllVariables) {
     fill(3);
     EXPECT_EQ(run(""), 0);
-    EXPECT_EQ(shown(),
-              "     +-------------------+\n"
-              "     | id   price   name |\n"
-              "     +-------------------+\n"
-              "  1. |  1     1.5      a |\n"
-              "  2. |  2     2.5      b |\n"
-              "  3. |  3     3.5      c |\n"
-              "     +-------------------+\n");
+    EXPECT_EQ(shown(), "     +-------------------+\n"
+                       "     | id   price   name |\n"
+                       "     +-------------------+\n"
+                       "  1. |  1     1.5      a |\n"
+                       "  2. |  2     2.5      b |\n"
+                       "  3. |  3     3.5      c |\n"
+                       "     +-------------------+\n");
 }
 
 TEST_F(List, RulesEveryFiveRowsOrAsAsked) {
     fill(7);
     EXPECT_EQ(run("id"), 0);
-    EXPECT_EQ(shown(),
-              "     +----+\n"
-              "     | id |\n"
-              "     +----+\n"
-              "  1. |  1 |\n  2. |  2 |\n  3. |  3 |\n  4. |  4 |\n  5. |  5 |\n"
-              "     +----+\n"
-              "  6. |  6 |\n  7. |  7 |\n"
-              "     +----+\n");
+    EXPECT_EQ(shown(), "     +----+\n"
+                       "     | id |\n"
+                       "     +----+\n"
+                       "  1. |  1 |\n  2. |  2 |\n  3. |  3 |\n  4. |  4 |\n  5. |  5 |\n"
+                       "     +----+\n"
+                       "  6. |  6 |\n  7. |  7 |\n"
+                       "     +----+\n");
     EXPECT_EQ(run("id, sep(3)"), 0);
-    EXPECT_EQ(shown(),
-              "     +----+\n     | id |\n     +----+\n"
-              "  1. |  1 |\n  2. |  2 |\n  3. |  3 |\n     +----+\n"
-              "  4. |  4 |\n  5. |  5 |\n  6. |  6 |\n     +----+\n"
-              "  7. |  7 |\n     +----+\n");
+    EXPECT_EQ(shown(), "     +----+\n     | id |\n     +----+\n"
+                       "  1. |  1 |\n  2. |  2 |\n  3. |  3 |\n     +----+\n"
+                       "  4. |  4 |\n  5. |  5 |\n  6. |  6 |\n     +----+\n"
+                       "  7. |  7 |\n     +----+\n");
     EXPECT_EQ(run("id in 1/6, separator(0)"), 0);
     EXPECT_EQ(shown().find("|\n     +----+\n  2."), std::string::npos);
     EXPECT_EQ(shown().find("  6. |  6 |\n     +----+\n"), shown().size() - 24);
@@ -109,23 +106,21 @@ TEST_F(List, RulesEveryFiveRowsOrAsAsked) {
 TEST_F(List, IfAndInChooseTheObservationsInEitherOrder) {
     fill(7);
     EXPECT_EQ(run("id-name if price>3 & id<7, sep(0)"), 0);
-    EXPECT_EQ(shown(),
-              "     +-------------------+\n"
-              "     | id   price   name |\n"
-              "     +-------------------+\n"
-              "  3. |  3     3.5      c |\n"
-              "  4. |  4     4.5      d |\n"
-              "  5. |  5     5.5      e |\n"
-              "  6. |  6     6.5      f |\n"
-              "     +-------------------+\n");
+    EXPECT_EQ(shown(), "     +-------------------+\n"
+                       "     | id   price   name |\n"
+                       "     +-------------------+\n"
+                       "  3. |  3     3.5      c |\n"
+                       "  4. |  4     4.5      d |\n"
+                       "  5. |  5     5.5      e |\n"
+                       "  6. |  6     6.5      f |\n"
+                       "     +-------------------+\n");
     EXPECT_EQ(run("name in 5/l if id != 6"), 0);
-    EXPECT_EQ(shown(),
-              "     +------+\n"
-              "     | name |\n"
-              "     +------+\n"
-              "  5. |    e |\n"
-              "  7. |    g |\n"
-              "     +------+\n");
+    EXPECT_EQ(shown(), "     +------+\n"
+                       "     | name |\n"
+                       "     +------+\n"
+                       "  5. |    e |\n"
+                       "  7. |    g |\n"
+                       "     +------+\n");
     EXPECT_EQ(run("id if id > 100"), 0);
     EXPECT_EQ(shown(), "");
 }
@@ -133,19 +128,17 @@ TEST_F(List, IfAndInChooseTheObservationsInEitherOrder) {
 TEST_F(List, NoobsAndClean) {
     fill(3);
     EXPECT_EQ(run("id-price in 2/3, noobs"), 0);
-    EXPECT_EQ(shown(),
-              "  +------------+\n"
-              "  | id   price |\n"
-              "  +------------+\n"
-              "  |  2     2.5 |\n"
-              "  |  3     3.5 |\n"
-              "  +------------+\n");
+    EXPECT_EQ(shown(), "  +------------+\n"
+                       "  | id   price |\n"
+                       "  +------------+\n"
+                       "  |  2     2.5 |\n"
+                       "  |  3     3.5 |\n"
+                       "  +------------+\n");
     EXPECT_EQ(run("id name, clean"), 0);
-    EXPECT_EQ(shown(),
-              "       id   name\n"
-              "  1.    1      a\n"
-              "  2.    2      b\n"
-              "  3.    3      c\n");
+    EXPECT_EQ(shown(), "       id   name\n"
+                       "  1.    1      a\n"
+                       "  2.    2      b\n"
+                       "  3.    3      c\n");
     EXPECT_EQ(run("id name, clean noobs"), 0);
     EXPECT_EQ(shown(), "    id   name\n     1      a\n     2      b\n     3      c\n");
 }
@@ -156,13 +149,12 @@ TEST_F(List, ValuesGoThroughTheirFormatsAndStringsKeepTheirBraces) {
     std::snprintf(ds.fmt[2], FMTLEN + 1, "%%-10s");
     put_str(3, 2, "{b}");
     EXPECT_EQ(run("price name"), 0);
-    EXPECT_EQ(shown(),
-              "     +--------------+\n"
-              "     | price   name |\n"
-              "     +--------------+\n"
-              "  1. | 1.500   a    |\n"
-              "  2. | 2.500   {b}  |\n"
-              "     +--------------+\n");
+    EXPECT_EQ(shown(), "     +--------------+\n"
+                       "     | price   name |\n"
+                       "     +--------------+\n"
+                       "  1. | 1.500   a    |\n"
+                       "  2. | 2.500   {b}  |\n"
+                       "     +--------------+\n");
     // In the markup the brace is escaped, and values are in the result colour.
     ListOpts o;
     auto lines = list_lines({3}, {2}, o);
@@ -175,13 +167,12 @@ TEST_F(List, LongNamesAreCutToWhatTheValuesNeedButNotBelowAbbreviate) {
     int v = add("a_rather_long_variable_name", T_BYTE);
     fill_missing(v, 1);
     EXPECT_EQ(run("a_r id"), 0);
-    EXPECT_EQ(shown(),
-              "     +---------------+\n"
-              "     | a_rath~e   id |\n"
-              "     +---------------+\n"
-              "  1. |        .    1 |\n"
-              "  2. |        .    2 |\n"
-              "     +---------------+\n");
+    EXPECT_EQ(shown(), "     +---------------+\n"
+                       "     | a_rath~e   id |\n"
+                       "     +---------------+\n"
+                       "  1. |        .    1 |\n"
+                       "  2. |        .    2 |\n"
+                       "     +---------------+\n");
     EXPECT_EQ(run("a_r, abbreviate(12) noobs"), 0);
     EXPECT_NE(shown().find("| a_rather_l~e |"), std::string::npos) << shown();
     EXPECT_EQ(abbreviate_name("abcdefghij", 8), "abcdef~j");
@@ -200,31 +191,30 @@ TEST_F(List, TooWideForTheLineGivesOneBoxPerObservation) {
     put_str(6, 1, "a string value that is longer than the box is wide");
     session::se.linesize = 50;
     EXPECT_EQ(run(""), 0);
-    EXPECT_EQ(shown(),
-              "     +-------------------------------------------+\n"
-              "  1. | id   price   name                         |\n"
-              "     |  1     1.5      a                         |\n"
-              "     +-------------------------------------------+\n"
-              "     | a_rather_long_variable_name               |\n"
-              "     |                           .               |\n"
-              "     +-------------------------------------------+\n"
-              "     | second_long_name_here                     |\n"
-              "     |                     .                     |\n"
-              "     +-------------------------------------------+\n"
-              "     | s                                         |\n"
-              "     | a string value that is longer than the bo |\n"
-              "     | x is wide                                 |\n"
-              "     +-------------------------------------------+\n"
-              "     +-------------------------------------------+\n"
-              "  2. | id   price   name                         |\n"
-              "     |  2     2.5      b                         |\n"
-              "     +-------------------------------------------+\n"
-              "     | a_rather_long_variable_name               |\n"
-              "     |                           .               |\n"
-              "     +-------------------------------------------+\n"
-              "     | second_long_name_here   s                 |\n"
-              "     |             123456789                     |\n"
-              "     +-------------------------------------------+\n");
+    EXPECT_EQ(shown(), "     +-------------------------------------------+\n"
+                       "  1. | id   price   name                         |\n"
+                       "     |  1     1.5      a                         |\n"
+                       "     +-------------------------------------------+\n"
+                       "     | a_rather_long_variable_name               |\n"
+                       "     |                           .               |\n"
+                       "     +-------------------------------------------+\n"
+                       "     | second_long_name_here                     |\n"
+                       "     |                     .                     |\n"
+                       "     +-------------------------------------------+\n"
+                       "     | s                                         |\n"
+                       "     | a string value that is longer than the bo |\n"
+                       "     | x is wide                                 |\n"
+                       "     +-------------------------------------------+\n"
+                       "     +-------------------------------------------+\n"
+                       "  2. | id   price   name                         |\n"
+                       "     |  2     2.5      b                         |\n"
+                       "     +-------------------------------------------+\n"
+                       "     | a_rather_long_variable_name               |\n"
+                       "     |                           .               |\n"
+                       "     +-------------------------------------------+\n"
+                       "     | second_long_name_here   s                 |\n"
+                       "     |             123456789                     |\n"
+                       "     +-------------------------------------------+\n");
     // Every line fits the line size.
     std::string all = shown();
     size_t at = 0;
@@ -258,4 +248,4 @@ TEST_F(List, FailuresAndEmptyData) {
     EXPECT_EQ(run("id if id in 1 in 2"), 198);
 }
 
-}  // namespace
+} // namespace

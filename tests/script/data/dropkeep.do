@@ -16,7 +16,7 @@ drop in 3/2
 drop in x
 drop in 1/y
 drop in 1 in 2
-* the forms that need expressions
+* observations chosen by an expression
 drop if 1
 keep in 1 if 1
 * varlists that fail
