@@ -781,35 +781,9 @@ int f_tempfile(std::string_view rest, std::string &v) {
 }
 
 // display directives, as text: the output of `display` with the same list
-int display_sink(void *ctx, const uint8_t *image, int code) {
-    auto *s = static_cast<std::string *>(ctx);
-    if (code == out::SINK_LINE || code == out::SINK_PARTIAL) {
-        if (code == out::SINK_LINE && !s->empty() && s->back() != '\n') s->push_back('\n');
-        std::string line = out::line_view(image).text;
-        if (code == out::SINK_LINE) *s += line;
-    }
-    return 0;
-}
-
 int f_display(std::string_view rest, std::string &v) {
     std::string text(rest);
-    std::string got;
-    out::RimuStream *s = out::stream_new();
-    s->width = 254;
-    out::stream_set_sink(s, display_sink, &got);
-    out::RimuStream *former = out::ch.current;
-    uint8_t level = out::ch.OutputLevel;
-    out::ch.current = s;
-    out::ch.OutputLevel = out::LVL_NORMAL;
-    session::settok(text.c_str());
-    int rc = out::cmd_display(0);
-    out::stream_flush(s);
-    out::ch.current = former;
-    out::ch.OutputLevel = level;
-    out::stream_free(s);
-    if (rc) return rc;
-    v = got;
-    return 0;
+    return out::display_to_text(text.c_str(), v);
 }
 
 using Fn = int (*)(std::string_view rest, std::string &value);
