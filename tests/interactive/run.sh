@@ -151,6 +151,20 @@ check "Ctrl-C breaks sleep" wait_for '^--Break--$' 3
 check "Break gives r(1);" wait_for '^r\(1\);$' 2
 check "prompt after Break" wait_prompt 2
 
+# A loop typed at the prompt is broken the same way: a second --Break-- line appears.
+count_breaks() { screen | grep -c '^--Break--$'; }
+wait_second_break() {
+    local t=0
+    while (( t < 50 )); do (( $(count_breaks) >= 2 )) && return 0; sleep 0.1; t=$((t + 1)); done
+    return 1
+}
+run 'while 1 {'
+run '}'
+sleep 0.5
+keys C-c
+check "Ctrl-C breaks a while loop" wait_second_break
+check "prompt after the broken loop" wait_prompt 3
+
 # ---- pager
 run 'set more on'
 for i in $(seq 1 40); do run "display \"p$i\""; done
