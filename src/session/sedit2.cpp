@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/dates.h"
 #include "data/expr.h"
 #include "estimate/frame.h"
 #include "lang/prog.h"
@@ -340,6 +341,14 @@ bool allocate_memory() {
     exit_path(0);
 }
 
+// leapseconds.maint is found on the ado path, like any other system file.
+bool locate_leapseconds(char *path, int cap) {
+    std::string p;
+    if (!lang::find_on_adopath("leapseconds.maint", &p) || (int)p.size() >= cap) return false;
+    std::memcpy(path, p.c_str(), p.size() + 1);
+    return true;
+}
+
 std::unique_ptr<char[]> g_cmdbuf;
 
 }  // namespace
@@ -527,6 +536,7 @@ int session_main(int argc, char **argv) {
     if (!allocate_memory()) exit_path(0);
     est::processors_init(st.processors);
     data::expr_hook_creturn = creturn_for_expressions;
+    data::leap_locate = locate_leapseconds;
 
     // Step 11: the notes.
     st.initstage = 13;
