@@ -62,3 +62,26 @@ bash "$here/forvalues.sh" "$build"
 for b in "$here/../$build"/bench_*; do
   [ -x "$b" ] && "$b" --benchmark_min_time=0.2 2>/dev/null
 done
+
+# Peers of the kernels, where their tools are installed: the same arithmetic and formatting in numpy.
+py=/usr/bin/python3
+if [ -x "$py" ] && "$py" -c 'import numpy' 2>/dev/null; then
+  "$py" - <<'PY'
+import time
+import numpy as np
+n = 10_000_000
+i = np.arange(1, n + 1, dtype=np.float64)
+x = i * 0.5
+y = (np.arange(1, n + 1) % 1000) * 0.25
+z = (np.arange(1, n + 1) % 3) * 1.0
+best = min((lambda t0: (x * 2 + y / 3 - (z > 1), time.perf_counter() - t0)[1])(time.perf_counter()) for _ in range(3))
+print("numpy peer: x*2 + y/3 - (z>1) over 10,000,000      %8.1f ms" % (best * 1000))
+v = np.random.default_rng(12345).uniform(-1, 1, 1_000_000) * 10.0 ** np.random.default_rng(1).integers(-6, 7, 1_000_000)
+t0 = time.perf_counter()
+s = [format(a, "9.6g") for a in v.tolist()]
+print("python peer: 1,000,000 numbers by format(x, '9.6g') %8.1f ms" % ((time.perf_counter() - t0) * 1000))
+PY
+fi
+if command -v Rscript >/dev/null; then
+  Rscript -e 'n<-1e7; x<-(1:n)*0.5; y<-((1:n)%%1000)*0.25; z<-((1:n)%%3)*1; t<-system.time(r<-x*2+y/3-(z>1))[["elapsed"]]; cat(sprintf("R peer: x*2 + y/3 - (z>1) over 10,000,000 %8.1f ms\n", t*1000))'
+fi
