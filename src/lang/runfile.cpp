@@ -244,7 +244,7 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
     session::FileSource *f = nullptr;
     if (mode != MODE_PROG) {
         std::string fname = session::gettok(session::SEP_FILE);
-        if (fname.empty() || fname == ",") return session::invalid_text("file specification");
+        if (fname.empty() || fname == ",") return session::error(7197);
         if (fname[0] == '"') fname.erase(0, 1);
         std::string rest = tk.tokpos ? tk.tokpos : "";
         size_t comma = options_comma(rest);

@@ -19,7 +19,7 @@ display "`c(searchdefault)'"
 set searchdefault everywhere
 set kilnfavor space
 display "`c(kilnfavor)'"
-set logtype smcl
+set logtype html
 set logtype text
 display "`c(logtype)'"
 set charset ebcdic
