@@ -37,6 +37,8 @@ struct FileSource {
     bool eof = false;
     bool pending_cr = false;  // a CR was the last byte read: a following LF belongs to it
     int comment_depth = 0;    // /* */ nesting carried across lines
+    std::string ahead;          // the rest of a physical line after a ';', read before the buffer
+    size_t ahead_pos = 0;
     bool echoed_ahead = false;  // the next physical line was echoed with the line before it
     const char *prompt = nullptr;  // echoed before each physical line (". " for do), none to echo nothing
 };
@@ -61,6 +63,7 @@ namespace {
 
 // Next byte of the file, or -1 at its end; CR and CR LF both come out as LF.
 int file_byte(FileSource *f) {
+    if (f->ahead_pos < f->ahead.size()) return (unsigned char)f->ahead[f->ahead_pos++];
     for (;;) {
         if (f->pos >= f->len) {
             if (f->eof) return -1;
@@ -182,17 +185,12 @@ int file_read_command(FileSource *f, char *out, int cap) {
             if (lp.delimiter_semi && ch == ';' && !(n == 0 && phys[0] == '#')) {
                 // The command ends here; what follows on the physical line is the next command's.
                 ended = true;
-                // Put the unread rest back in front of the buffer for the next read.
+                // The unread rest is read again, ahead of the buffer, as the next physical line.
                 std::string rest = phys.substr(i + 1);
-                if (!rest.empty() && rest.find_first_not_of(' ') != std::string::npos) {
-                    std::string keep = rest + "\n" + std::string(f->buf + f->pos, f->len - f->pos);
-                    if (keep.size() <= sizeof f->buf) {
-                        std::memcpy(f->buf, keep.data(), keep.size());
-                        f->pos = 0;
-                        f->len = (int)keep.size();
-                        f->pending_cr = false;
-                        f->echoed_ahead = true;
-                    }
+                if (rest.find_first_not_of(' ') != std::string::npos) {
+                    f->ahead = rest + "\n" + f->ahead.substr(f->ahead_pos);
+                    f->ahead_pos = 0;
+                    f->echoed_ahead = true;
                 }
                 break;
             }
