@@ -10,6 +10,7 @@
 #include "data/types.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
+#include "session/sedit2.h"
 
 namespace data {
 
@@ -427,7 +428,8 @@ int fmt_number(double v, const Fmt &fin, char *out, int cap) {
         } else {
             std::memmove(t, t + 1, n + 1);
         }
-        if (f.comma) {
+        // `set dp comma` swaps the roles once more, so a comma format under it shows periods.
+        if (f.comma != (session::st.dp_comma != 0)) {
             for (int i = 0; i < n; ++i) {
                 if (t[i] == '.') t[i] = ',';
                 else if (t[i] == ',') t[i] = '.';
@@ -525,5 +527,8 @@ bool text_to_number(std::string_view s, double &v, bool missing) {
     std::free(big);
     return ok;
 }
+
+PeriodDecimal::PeriodDecimal() : saved(session::st.dp_comma) { session::st.dp_comma = 0; }
+PeriodDecimal::~PeriodDecimal() { session::st.dp_comma = saved; }
 
 }  // namespace data

@@ -58,4 +58,12 @@ int fmt_string(std::string_view s, const Fmt &f, char *out, int cap);
 // taken. A decimal beyond the largest double reads as `.`.
 bool text_to_number(std::string_view text, double &v, bool missing = true);
 
+// While it lives, numbers format with a period whatever `set dp` says: text that programs read
+// back (macro values, references) must not change with the reader's decimal point.
+struct PeriodDecimal {
+    uint8_t saved;
+    PeriodDecimal();
+    ~PeriodDecimal();
+};
+
 }  // namespace data

@@ -27,6 +27,7 @@ int eval_to_text(std::string_view exp, std::string &text, bool quiet) {
         text = v.str;
         return 0;
     }
+    data::PeriodDecimal period;
     static data::Fmt g18;
     static bool parsed = data::fmt_parse("%18.0g", g18, true) == 0;
     char buf[64];

@@ -228,6 +228,7 @@ namespace {
 
 // name(arg) inside a reference.
 int macro_function(const std::string &fname, std::string arg, std::string &v) {
+    data::PeriodDecimal period;
     size_t b = arg.find_first_not_of(' '), e = arg.find_last_not_of(' ');
     arg = b == std::string::npos ? "" : arg.substr(b, e - b + 1);
     v.clear();
