@@ -14,6 +14,10 @@
 
 namespace data {
 
+namespace {
+uint8_t period_forced = 0;  // a PeriodDecimal guard is alive
+}  // namespace
+
 // ---- parser ----
 
 namespace {
@@ -429,7 +433,7 @@ int fmt_number(double v, const Fmt &fin, char *out, int cap) {
             std::memmove(t, t + 1, n + 1);
         }
         // `set dp comma` swaps the roles once more, so a comma format under it shows periods.
-        if (f.comma != (session::st.dp_comma != 0)) {
+        if (f.comma != (session::st.dp_comma && !period_forced)) {
             for (int i = 0; i < n; ++i) {
                 if (t[i] == '.') t[i] = ',';
                 else if (t[i] == ',') t[i] = '.';
@@ -528,7 +532,7 @@ bool text_to_number(std::string_view s, double &v, bool missing) {
     return ok;
 }
 
-PeriodDecimal::PeriodDecimal() : saved(session::st.dp_comma) { session::st.dp_comma = 0; }
-PeriodDecimal::~PeriodDecimal() { session::st.dp_comma = saved; }
+PeriodDecimal::PeriodDecimal() : saved(period_forced) { period_forced = 1; }
+PeriodDecimal::~PeriodDecimal() { period_forced = saved; }
 
 }  // namespace data
