@@ -7,12 +7,10 @@
 #include <cstring>
 #include <string>
 
-#include "lang/prog.h"
 #include "output/channel.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/loop.h"
-#include "session/sedit2.h"
 #include "session/tok.h"
 
 namespace session {
