@@ -228,8 +228,6 @@ int capture_and_run(const char *head) {
     int rc = 0;
     bool exited = false;
     for (;;) {
-        lp.PendingBreak = 0;
-        lp.breakheld = 0;
         if (session::getline(1, 0)) {
             rc = 0;
             break;

@@ -186,7 +186,6 @@ int program_read(const char *name, const char *first_line, bool brace_mode, Prog
         std::snprintf(numbered, sizeof numbered, "%3d. ", k);
         if (lp.curfile && file_echo) session::set_prompt(lp.curfile, numbered);
         session::line_prompt = numbered;
-        lp.PendingBreak = 0;
         int end = session::getline(1, 0);
         if (lp.PendingBreak) {
             rc = 1;

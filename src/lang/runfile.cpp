@@ -315,7 +315,6 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
     bool by_exit = false;
     int rc = 0;
     for (;;) {
-        lp.PendingBreak = 0;
         if (session::getline(1, 0)) {
             rc = lp.PendingBreak ? 1 : 0;
             break;

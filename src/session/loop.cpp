@@ -393,8 +393,12 @@ void report_outcome(int rc, double t0) {
 
 int execline() {
     lp.exitlevel = 0;
-    lp.PendingBreak = 0;
-    lp.breakheld = 0;
+    // A new command typed or read at the top clears a Break; the lines a loop, program or do-file
+    // runs do not, or a press landing between two of them would be lost before the next poll.
+    if (lp.execdepth == 0) {
+        lp.PendingBreak = 0;
+        lp.breakheld = 0;
+    }
     lp.byprefix = 0;
     double t0 = lp.rmsg ? now_seconds() : 0;
     int rc = 0;
@@ -410,7 +414,9 @@ int execline() {
         settok(tk.cmdbuf);
         const char *w = gettok(SEP_STD);
         std::snprintf(lp.cmdword, sizeof lp.cmdword, "%s", w);
+        ++lp.execdepth;
         rc = dispatch();
+        --lp.execdepth;
     }
     lp.linerc = rc;
     if (lp.exitlevel) {

@@ -21,6 +21,7 @@ struct Loop {
     int PendingBreak = 0;
     int breakheld = 0;
     int breakenabled = 1;
+    int execdepth = 0;           // execline calls in progress; a Break is forgotten only at depth 0
     uint8_t exitlevel = 0;
     uint8_t exitsession = 0;
     int capture_rc = 0;          // _rc
