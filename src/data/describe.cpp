@@ -9,6 +9,7 @@
 #include "data/dataset.h"
 #include "data/varlist.h"
 #include "lang/macro.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
@@ -62,10 +63,7 @@ void text_line(const std::string &s) {
     out::out_text("\n");
 }
 
-int r_scalar(const char *name, double v) {
-    if (!session::store_add_copy(name, session::ST_R_SCALAR, (int32_t)sizeof v, &v, sizeof v)) return 950;
-    return 0;
-}
+int r_scalar(const char *name, double v) { return mat::r_set_scalar(name, v); }
 
 }  // namespace
 
@@ -185,13 +183,12 @@ int cmd_describe(int) {
     }
     text_line("Sorted by:  " + sorted);
 
-    for (int ty = session::ST_R_SCALAR; ty <= session::ST_R_MATRIX + 2; ++ty)
-        session::store_drop_type(ty);
+    mat::r_clear();
     int rc = r_scalar("N", ds.nobs);
     if (!rc) rc = r_scalar("k", k);
     if (!rc) rc = r_scalar("width", ds.w_cur);
     if (!rc) rc = r_scalar("changed", ds.changed);
-    if (!rc && !sorted.empty()) rc = lang::macro_set_at("sortlist", session::ST_R_MACRO, sorted);
+    if (!rc && !sorted.empty()) rc = mat::r_set_macro("sortlist", sorted);
     return rc;
 }
 

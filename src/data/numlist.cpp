@@ -10,6 +10,7 @@
 #include "data/datacmd.h"
 #include "data/varlist.h"
 #include "lang/macro.h"
+#include "matrix/results.h"
 #include "session/errors.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -216,9 +217,8 @@ int cmd_numlist(int) {
     }
     std::vector<double> v;
     if (int rc = numlist_parse(text, o, v, false)) return rc;
-    for (int t = session::ST_R_SCALAR; t <= session::ST_R_MATRIX + 2; ++t)
-        session::store_drop_type(t);
-    return lang::macro_set_at("numlist", session::ST_R_MACRO, numlist_text(v));
+    mat::r_clear();
+    return mat::r_set_macro("numlist", numlist_text(v));
 }
 
 }  // namespace data

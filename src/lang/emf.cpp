@@ -19,6 +19,7 @@
 #include "lang/exprhook.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "output/display.h"
 #include "output/rimu.h"
@@ -780,6 +781,15 @@ int f_tempfile(std::string_view rest, std::string &v) {
     return 0;
 }
 
+// e(scalars|macros|matrices|functions), s(macros): the names in a part of a result store
+int result_part(char kind, std::string_view rest, std::string &v) {
+    std::string t = trim(rest);
+    if (t.size() < 2 || t.front() != '(' || t.back() != ')') return session::error(198);
+    return mat::result_names(kind, trim(t.substr(1, t.size() - 2)), v);
+}
+int f_e(std::string_view rest, std::string &v) { return result_part('e', rest, v); }
+int f_s(std::string_view rest, std::string &v) { return result_part('s', rest, v); }
+
 // display directives, as text: the output of `display` with the same list
 int f_display(std::string_view rest, std::string &v) {
     std::string text(rest);
@@ -811,7 +821,7 @@ const EmfRow emf_rows[] = {
     {"sysdir", 6, f_sysdir},          {"piece", 0, f_piece},           {"data", 0, not_yet},
     {"dir", 0, f_dir},                {"adosubdir", 0, f_adosubdir},   {"_length", 0, f__length},
     {"properties", 0, f_properties},  {"pwd", 0, f_pwd},               {"dirsep", 0, f_dirsep},
-    {"tsnorm", 0, f_tsnorm},          {"e", 0, not_yet},            {"s", 0, not_yet},
+    {"tsnorm", 0, f_tsnorm},          {"e", 0, f_e},            {"s", 0, f_s},
     {"serset", 0, not_yet},         {"length", 0, f_length},         {"permname", 0, f_permname},
     {"constraint", 0, not_yet}, {"all", 0, f_all},               {"copy", 0, f_copy},
 };
@@ -842,6 +852,13 @@ int emf_run(std::string_view text, std::string &value) {
     TokKeep keep;
     std::string_view rest;
     std::string w = first_word(text, &rest);
+    // e(part) and s(part) are one word with their argument.
+    size_t paren = w.find('(');
+    if (paren != std::string::npos && paren > 0) {
+        size_t at = text.find('(');
+        rest = text.substr(at);
+        w.resize(paren);
+    }
     const EmfRow *r = w.empty() ? nullptr : find_emf(w);
     if (!r) return session::not_allowed(w.empty() ? "extended macro function" : w);
     int rc = is_not_built_fn(r->fn) ? not_built(std::string("extended macro function ") + r->word)

@@ -8,6 +8,7 @@
 #include "lang/emf.h"
 #include "lang/exprhook.h"
 #include "lang/macro.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
@@ -52,7 +53,6 @@ int unquote(std::string &v) {
 // {local|global|c_local} name [= exp | : function | text]
 // local {++|--}name
 int cmd_macdef(int code) {
-    if (code == C_RLOCAL || code == C_ELOCAL || code == C_SLOCAL) return not_built("stored results");
     std::string t = gettok(SEP_STD);
     if (t.empty()) return session::error(198);
     if (t == "+" || t == "-") {
@@ -70,6 +70,9 @@ int cmd_macdef(int code) {
     if (code == C_GLOBAL && t[0] == '_') return session::invalid_name(t);
     if (check_name(sn, true)) return session::invalid_name(t);
     int type = local ? locallevel : session::ST_GLOBAL;
+    if (code == C_RLOCAL) type = mat::ret_macro_type();
+    else if (code == C_ELOCAL) type = session::ST_E_MACRO;
+    else if (code == C_SLOCAL) type = session::ST_S_MACRO;
     if (code == C_CLOCAL) {
         if (locallevel == session::ST_LOCAL_FIRST) return session::error(198);
         type = locallevel - 1;
@@ -95,6 +98,7 @@ int cmd_macdef(int code) {
         if (int rc = unquote(value)) return rc;
     }
     if (value.size() > (size_t)session::maxcmdlen - 1) value.resize(session::maxcmdlen - 1);
+    if (code == C_RLOCAL || code == C_ELOCAL) mat::drop_scalar(code == C_RLOCAL ? 'R' : 'e', sn.c_str());
     if (macro_set_at(sn.c_str(), type, value)) return 950;
     return 0;
 }

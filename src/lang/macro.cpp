@@ -10,6 +10,7 @@
 #include "lang/exprhook.h"
 #include "lang/flow.h"
 #include "lang/prog.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
@@ -235,7 +236,7 @@ int macro_function(const std::string &fname, std::string arg, std::string &v) {
     if (fname == "c") {
         session::creturn_text(arg, v);
     } else if (fname == "r" || fname == "e" || fname == "s") {
-        return not_built("the macro function " + fname + "()");
+        v = mat::result_text(fname[0], arg.c_str());
     } else if (fname == "macval") {
         if (depth != 1 || arg.size() > 31) return 0;
         std::string sn = local_name(arg);

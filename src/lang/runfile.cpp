@@ -9,6 +9,7 @@
 #include "lang/flow.h"
 #include "lang/macro.h"
 #include "lang/prog_int.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
@@ -48,6 +49,7 @@ struct Frame {
     uint8_t rmsg;
     uint8_t byprefix;
     uint8_t execflag;
+    int ProgramClass;
     // The caller's line: a file or program overwrites cmdbuf, and callers such as `by` read theirs
     // again after the call.
     std::string line;
@@ -76,6 +78,7 @@ struct Frame {
         rmsg = lp.rmsg;
         byprefix = lp.byprefix;
         execflag = lp.execflag;
+        ProgramClass = mat::res.ProgramClass;
         line = tk.cmdbuf;
         auto off = [](const char *p) -> ptrdiff_t {
             if (!p || p < tk.cmdbuf || p > tk.cmdbuf + std::strlen(tk.cmdbuf)) return -1;
@@ -109,6 +112,7 @@ struct Frame {
         if (mode == MODE_PROG) lp.rmsg = rmsg;
         lp.byprefix = byprefix;
         lp.execflag = execflag;
+        mat::res.ProgramClass = ProgramClass;
         std::memcpy(tk.cmdbuf, line.c_str(), line.size() + 1);
         tk.tokpos = tokpos_off >= 0 ? tk.cmdbuf + tokpos_off : tk.cmdbuf + line.size();
         tk.tokstart = tokstart_off >= 0 ? tk.cmdbuf + tokstart_off : nullptr;
@@ -295,7 +299,9 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
         lp.version = p->version;
         lp.modernmissing = p->version >= 800;
         lp.curprog = p;
+        mat::program_enter(p->cls);
     } else {
+        if (mode != MODE_INCLUDE) mat::program_enter(0);
         lp.curfile = f;
         lp.delimiter_semi = 0;
         lp.in_prog = 0;
@@ -340,6 +346,7 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
 
     session::file_close(f);
     trace_rule("end", shown.c_str());
+    if (mode == MODE_PROG) mat::program_leave(p->cls, rc);
     int64_t tn_now = tempname_counter, tf_now = tempfile_counter;
     int16_t level_version = lp.version;
     if (mode != MODE_INCLUDE) {

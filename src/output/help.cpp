@@ -56,7 +56,7 @@ const HelpAlias help_aliases[] = {
     {"chelp", "help"},      {"man", "help"},         {"translator", "translate"}, {"break", "nobreak"},
     {"include", "do"},      {"local", "macro"},      {"global", "macro"},         {"c_local", "macro"},
     {"else", "if"},         {"continue", "forvalues"}, {"tempname", "tempvar"},   {"tempfile", "tempvar"},
-    {"keep", "drop"},
+    {"keep", "drop"},       {"ereturn", "return"},   {"sreturn", "return"},       {"_return", "return"},
 };
 
 int help_not_found(const std::string &topic) {

@@ -16,6 +16,7 @@
 #include "lang/macro.h"
 #include "lang/prog.h"
 #include "lang/prog_int.h"  // lang::ado: an ado-file being loaded is not typed input
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
@@ -460,11 +461,11 @@ void report_one(const LogFile &lf) {
 }
 
 int set_r(const LogFile *lf) {
-    for (int t = session::ST_R_SCALAR; t <= session::ST_R_MATRIX + 2; ++t) session::store_drop_type(t);
+    mat::r_clear();
     if (!lf) return 0;
-    if (int rc = lang::macro_set_at("filename", session::ST_R_MACRO, lf->filename)) return rc;
-    if (int rc = lang::macro_set_at("status", session::ST_R_MACRO, lf->active ? "on" : "off")) return rc;
-    return lang::macro_set_at("type", session::ST_R_MACRO, lf->isRimu ? "rimu" : "text");
+    if (int rc = mat::r_set_macro("filename", lf->filename)) return rc;
+    if (int rc = mat::r_set_macro("status", lf->active ? "on" : "off")) return rc;
+    return mat::r_set_macro("type", lf->isRimu ? "rimu" : "text");
 }
 
 void report_cmdlog() {

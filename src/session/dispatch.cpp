@@ -13,6 +13,7 @@
 #include "data/varlist.h"
 #include "lang/flow.h"
 #include "lang/prog.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "output/display.h"
 #include "session/errors.h"

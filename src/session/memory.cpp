@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/sedit2.h"
@@ -75,13 +76,9 @@ int show_table(const double (&fig)[F_COUNT]) {
 }
 
 // r() of this command replaces the former r().
-void clear_r() {
-    for (int t = ST_R_SCALAR; t <= ST_R_MATRIX + 2; ++t) store_drop_type(t);
-}
+void clear_r() { mat::r_clear(); }
 
-int post_scalar(const char *name, double v) {
-    return store_add_copy(name, ST_R_SCALAR, (int32_t)sizeof v, &v, sizeof v) ? 0 : 950;
-}
+int post_scalar(const char *name, double v) { return mat::r_set_scalar(name, v); }
 
 }  // namespace
 

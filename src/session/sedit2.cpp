@@ -21,6 +21,7 @@
 #include "data/expr.h"
 #include "estimate/frame.h"
 #include "lang/prog.h"
+#include "matrix/results.h"
 #include "output/channel.h"
 #include "output/log.h"
 #include "output/term.h"
@@ -536,6 +537,7 @@ int session_main(int argc, char **argv) {
     if (!allocate_memory()) exit_path(0);
     est::processors_init(st.processors);
     data::expr_hook_creturn = creturn_for_expressions;
+    mat::results_init();
     data::leap_locate = locate_leapseconds;
 
     // Step 11: the notes.

@@ -9,6 +9,7 @@
 #include "data/dataset.h"
 #include "data/varlist.h"
 #include "lang/macro.h"
+#include "matrix/results.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -49,9 +50,8 @@ class DataCmd : public ::testing::Test {
     }
     std::string msg() { return cap->text(); }
     double rscalar(const char *name) {
-        int32_t len;
-        const double *p = static_cast<const double *>(session::store_find(name, session::ST_R_SCALAR, &len));
-        return p ? *p : -1;
+        double v = -1;
+        return mat::result_lookup('r', name, &v, nullptr) == mat::RES_FAST_R ? v : -1;
     }
     std::string names() {
         std::string s;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "matrix/results.h"
 #include "msg_capture.h"
 #include "session/errors.h"
 #include "session/loop.h"
@@ -329,9 +330,15 @@ TEST(MemoryCommand, SetsTheResults) {
     ASSERT_EQ(cmd_memory(0), 0);
     const char *names[] = {"N_cur", "N_curmax", "k_cur", "w_cur", "M_total", "M_data", "M_dyn", "size_ptr",
                            "width", "adosize", "matsize", "n_repart", "n_shift", "M_oh", "M_matsize", "M_dm"};
-    for (const char *n : names) EXPECT_NE(store_find(n, ST_R_SCALAR, nullptr), nullptr) << n;
-    EXPECT_EQ(type_count(ST_R_SCALAR), 16);
-    auto value = [](const char *n) { return *(double *)store_find(n, ST_R_SCALAR, nullptr); };
+    // Sixteen scalars fit in the fast table: none reaches the store.
+    auto value = [](const char *n) {
+        double v = -1;
+        EXPECT_EQ(mat::result_lookup('r', n, &v, nullptr), mat::RES_FAST_R) << n;
+        return v;
+    };
+    for (const char *n : names) value(n);
+    EXPECT_EQ(mat::res.rfast.count, 16);
+    EXPECT_EQ(type_count(ST_R_SCALAR), 0);
     EXPECT_EQ(value("M_total"), 20971520.0);
     EXPECT_EQ(value("matsize"), 400.0);
     EXPECT_EQ(value("M_matsize"), 400.0 * 400 * 8);
@@ -339,7 +346,7 @@ TEST(MemoryCommand, SetsTheResults) {
     // Run again: the former results are replaced, not added to.
     settok("");
     ASSERT_EQ(cmd_memory(0), 0);
-    EXPECT_EQ(type_count(ST_R_SCALAR), 16);
+    EXPECT_EQ(mat::res.rfast.count, 16);
     st = saved;
 }
 

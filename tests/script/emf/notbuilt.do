@@ -6,7 +6,6 @@ local x : char _dta[note]
 local x : label lab 1
 local x : log
 local x : data label
-local x : e scalars
 local x : serset N
 local x : constraint 1
 local x : all numeric scalars

@@ -15,7 +15,6 @@ display Binomial(10,3,.5)
 display lnfact(3)
 display missing(missing(1))
 display sum(1)+sum(2)+sum(3)+sum(4)+sum(5)+sum(6)
-display r(N)
 display _b[x]
 display L.x
 display regexs(0)

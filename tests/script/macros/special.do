@@ -17,9 +17,6 @@ display "$old %old"
 version 10.1
 display "%old"
 * references to subjects not part of this build say so
-display "`r(N)'"
-display "`e(cmd)'"
-display "`s(x)'"
 display "`.obj.x'"
 display "`x[note]'"
 display "`gdi(xsize)'"

@@ -2,4 +2,5 @@
 program clear
 	version 10.1
 	drop _all
+	ereturn clear
 end
