@@ -22,6 +22,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/display.h"
+#include "output/log.h"
 #include "output/rimu.h"
 #include "session/errors.h"
 #include "session/loop.h"
@@ -790,6 +791,20 @@ int result_part(char kind, std::string_view rest, std::string &v) {
 int f_e(std::string_view rest, std::string &v) { return result_part('e', rest, v); }
 int f_s(std::string_view rest, std::string &v) { return result_part('s', rest, v); }
 
+// log [name]: the file of the unnamed log, or of the log of that name; nothing when it is closed
+int f_log(std::string_view rest, std::string &v) {
+    std::string name = trim(rest);
+    if (name.find(' ') != std::string::npos) return session::error(198);
+    if (name.empty()) {
+        if (out::unnamed_log.fd) v = out::unnamed_log.filename;
+        return 0;
+    }
+    int32_t len = 0;
+    if (const auto *lf = static_cast<const out::LogFile *>(session::store_find(name.c_str(), out::LOG_STORE_TYPE, &len)))
+        if (lf->fd) v = lf->filename;
+    return 0;
+}
+
 // display directives, as text: the output of `display` with the same list
 int f_display(std::string_view rest, std::string &v) {
     std::string text(rest);
@@ -817,7 +832,7 @@ const EmfRow emf_rows[] = {
     {"colfullnames", 4, not_yet}, {"display", 2, f_display},       {"word", 4, f_word},
     {"char", 4, not_yet},            {"label", 3, not_yet},         {"regexmatch", 5, f_regexmatch},
     {"regexreplace", 6, f_regexreplace}, {"regexsubexp", 6, f_regexsubexp}, {"list", 4, f_list},
-    {"set", 3, f_set},                {"log", 3, not_yet},              {"subinstr", 8, f_subinstr},
+    {"set", 3, f_set},                {"log", 3, f_log},              {"subinstr", 8, f_subinstr},
     {"sysdir", 6, f_sysdir},          {"piece", 0, f_piece},           {"data", 0, not_yet},
     {"dir", 0, f_dir},                {"adosubdir", 0, f_adosubdir},   {"_length", 0, f__length},
     {"properties", 0, f_properties},  {"pwd", 0, f_pwd},               {"dirsep", 0, f_dirsep},

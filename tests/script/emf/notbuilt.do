@@ -4,7 +4,6 @@ local x : variable label mpg
 local x : rownames b
 local x : char _dta[note]
 local x : label lab 1
-local x : log
 local x : data label
 local x : serset N
 local x : constraint 1
