@@ -144,8 +144,15 @@ text 'display "never"'; keys C-c
 wait_prompt
 check "Ctrl-C at the prompt drops the line" bash -c "! tmux -L '$sock' capture-pane -p -t '$sess' | grep -q '^never$'"
 
+# The Break is sent once the command is seen running: the program says so before it sleeps. Sent
+# earlier, while the line is still being read, it would only drop the line.
+run 'program napper'
+run 'display "napping"'
 run 'sleep 10000'
-sleep 0.5
+run 'end'
+run 'napper'
+wait_for '^napping$' 10
+sleep 0.2
 keys C-c
 check "Ctrl-C breaks sleep" wait_for '^--Break--$' 3
 check "Break gives r(1);" wait_for '^r\(1\);$' 2
@@ -158,9 +165,13 @@ wait_second_break() {
     while (( t < 50 )); do (( $(count_breaks) >= 2 )) && return 0; sleep 0.1; t=$((t + 1)); done
     return 1
 }
+run 'local i 0'
 run 'while 1 {'
+run 'local ++i'
+run "if \`i' == 1 display \"spinning\""
 run '}'
-sleep 0.5
+wait_for '^spinning$' 10
+sleep 0.2
 keys C-c
 check "Ctrl-C breaks a while loop" wait_second_break
 check "prompt after the broken loop" wait_prompt 3
