@@ -83,7 +83,7 @@ void BM_buildobslist_smp(benchmark::State &st) {
     est::fr.processors = est::fr.processorsNow = (int)st.range(0);
     est::fr.adaptiveTeams = st.range(0) > 2;
     const int mark = 1;
-    std::vector<int32_t> list;
+    est::ObsList list;
     for (auto _ : st) {
         if (est::buildobslist_smp(1, NOBS, est::obstest_marker, &mark, list)) std::abort();
         benchmark::DoNotOptimize(list.data());
@@ -96,7 +96,7 @@ void BM_buildobslist_smp(benchmark::State &st) {
 void BM_buildobslist_serial(benchmark::State &st) {
     build();
     const int mark = 1;
-    std::vector<int32_t> list;
+    est::ObsList list;
     for (auto _ : st) {
         if (est::buildobslist(1, NOBS, est::obstest_marker, &mark, list)) std::abort();
         benchmark::DoNotOptimize(list.data());

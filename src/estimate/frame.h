@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <omp.h>
@@ -138,16 +140,39 @@ using ObsWeight = double (*)(const void *ctx, int32_t obs);
 
 inline constexpr int D_OBSLIST = 20;  // granularity of the observation-list builders
 
+// Growing an observation list leaves the new places unset rather than zeroed: the parallel builder
+// sizes the list for every candidate and its threads write their own blocks first, so the pages are
+// touched once, by the thread that fills them, instead of being cleared by the main thread beforehand.
+template <class T>
+struct UninitAlloc : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UninitAlloc<U>;
+    };
+    UninitAlloc() = default;
+    template <class U>
+    UninitAlloc(const UninitAlloc<U> &) noexcept {}
+    template <class U>
+    void construct(U *p) noexcept(std::is_nothrow_default_constructible_v<U>) {
+        ::new (static_cast<void *>(p)) U;
+    }
+    template <class U, class... Args>
+    void construct(U *p, Args &&...args) {
+        ::new (static_cast<void *>(p)) U(std::forward<Args>(args)...);
+    }
+};
+using ObsList = std::vector<int32_t, UninitAlloc<int32_t>>;
+
 // The observations lo..hi (from 1) that pass the test, ascending. 0, or 1 on Break. safe: the test
 // may run on several threads at once (false keeps the parallel builders serial).
-int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, std::vector<int32_t> &list);
-int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, std::vector<int32_t> &list,
+int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list);
+int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list,
                      bool safe = true);
 // The same, also summing the weights of the kept observations into *sumw.
 int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                        std::vector<int32_t> &list, double *sumw);
+                        ObsList &list, double *sumw);
 int buildobslistwithwgt_smp(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                            std::vector<int32_t> &list, double *sumw, bool safe = true);
+                            ObsList &list, double *sumw, bool safe = true);
 
 // A touse-like marker: the observations where numeric variable v is neither 0 nor missing.
 bool obstest_marker(const void *v_as_intptr, int32_t obs);

@@ -4,7 +4,7 @@
 
 namespace est {
 
-int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, std::vector<int32_t> &list) {
+int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list) {
     list.clear();
     for (int32_t i = lo; i <= hi; ++i) {
         if (session::lp.PendingBreak) {
@@ -17,7 +17,7 @@ int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, std::vec
 }
 
 int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                        std::vector<int32_t> &list, double *sumw) {
+                        ObsList &list, double *sumw) {
     list.clear();
     double s = 0;
     for (int32_t i = lo; i <= hi; ++i) {

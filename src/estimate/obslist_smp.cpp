@@ -8,7 +8,7 @@ namespace {
 
 // Shared by both builders; wgt null for none. Per-thread storage: the count and the weight sum.
 int obslist_core(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                 std::vector<int32_t> &list, double *sumw, bool safe) {
+                 ObsList &list, double *sumw, bool safe) {
     const int64_t n = hi >= lo ? (int64_t)hi - lo + 1 : 0;
     const Team tm = choose_team(n, D_OBSLIST, safe);
     if (!tm.parallel) {
@@ -63,13 +63,13 @@ int obslist_core(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void
 
 }  // namespace
 
-int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, std::vector<int32_t> &list,
+int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list,
                      bool safe) {
     return obslist_core(lo, hi, test, nullptr, ctx, list, nullptr, safe);
 }
 
 int buildobslistwithwgt_smp(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                            std::vector<int32_t> &list, double *sumw, bool safe) {
+                            ObsList &list, double *sumw, bool safe) {
     return obslist_core(lo, hi, test, wgt, ctx, list, sumw, safe);
 }
 

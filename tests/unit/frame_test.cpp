@@ -218,7 +218,7 @@ class ObsLists : public Frames {
 };
 
 TEST_F(ObsLists, SerialAndParallelGiveTheSameList) {
-    std::vector<int32_t> serial, one, two;
+    est::ObsList serial, one, two;
     ASSERT_EQ(buildobslist(1, 50000, obstest_marker, &mark, serial), 0);
     ASSERT_FALSE(serial.empty());
     for (size_t k = 1; k < serial.size(); ++k)
@@ -231,7 +231,7 @@ TEST_F(ObsLists, SerialAndParallelGiveTheSameList) {
     ASSERT_EQ(buildobslist_smp(1, 50000, obstest_marker, &mark, two), 0);
     EXPECT_EQ(two, serial);
     // A candidate range inside the data, and one too short for blocks of 21.
-    std::vector<int32_t> a, b;
+    est::ObsList a, b;
     ASSERT_EQ(buildobslist(17, 40001, obstest_marker, &mark, a), 0);
     ASSERT_EQ(buildobslist_smp(17, 40001, obstest_marker, &mark, b), 0);
     EXPECT_EQ(a, b);
@@ -248,7 +248,7 @@ bool counting_test(const void *ctx, int32_t obs) {
 }
 
 TEST_F(ObsLists, AnUnsafeTestStaysSerial) {
-    std::vector<int32_t> serial, list;
+    est::ObsList serial, list;
     ASSERT_EQ(buildobslist(1, 50000, obstest_marker, &mark, serial), 0);
     fr.processors = fr.processorsNow = 2;
     calls = 0;
@@ -261,7 +261,7 @@ TEST_F(ObsLists, AnUnsafeTestStaysSerial) {
 }
 
 TEST_F(ObsLists, WeightedListsSumInThreadOrder) {
-    std::vector<int32_t> serial, two;
+    est::ObsList serial, two;
     double ws = 0, w2 = 0, w2b = 0;
     ASSERT_EQ(buildobslistwithwgt(1, 50000, obstest_marker, weight, &mark, serial, &ws), 0);
     fr.processors = fr.processorsNow = 2;
@@ -273,7 +273,7 @@ TEST_F(ObsLists, WeightedListsSumInThreadOrder) {
 }
 
 TEST_F(ObsLists, BreakEmptiesTheListAndReturnsOne) {
-    std::vector<int32_t> list;
+    est::ObsList list;
     session::lp.PendingBreak = 1;
     fr.processors = fr.processorsNow = 2;
     EXPECT_EQ(buildobslist_smp(1, 50000, obstest_marker, &mark, list), 1);
