@@ -203,27 +203,7 @@ int list_store(char kind) {
             rc = out::out_newline();
         }
     }
-    if (int mt = matrix_type_of(kind)) {
-        auto matrices = names_at(mt);
-        if (!rc && !matrices.empty()) {
-            rc = header("matrices:");
-            for (const std::string &n : matrices) {
-                if (rc) return rc;
-                int32_t rows = 0, cols = 0;
-                if (const int32_t *dims = static_cast<const int32_t *>(store_find(n.c_str(), mt, nullptr))) {
-                    rows = dims[0];
-                    cols = dims[1];
-                }
-                {
-                    out::ClassScope cs(out::CLS_TEXT);
-                    out::out_text(label(n) + " :  ");
-                }
-                out::ClassScope cs(out::CLS_RESULT);
-                out::out_textf("%d x %d", rows, cols);
-                rc = out::out_newline();
-            }
-        }
-    }
+    // Matrices join this listing, with their sizes, when the matrix store exists.
     if (!rc && kind == 'e' && has_sample()) {
         rc = header("functions:");
         if (!rc) {
