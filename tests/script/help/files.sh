@@ -5,7 +5,7 @@ while read -r f; do
     echo "translate \"$f\" \"$(basename "$f" .orhlp).txt\""
 done < files.txt > all.do
 $ORVAT -q -b do all.do
-grep -v '^\. \|^(file .* written in text format)$\|^end of do-file$' all.log
+grep -v '^[.>] \|^(file .* written in text format)$\|^end of do-file$' all.log
 bad=0
 while read -r f; do
     t=$(basename "$f" .orhlp).txt
