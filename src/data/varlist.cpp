@@ -450,7 +450,7 @@ int fv_store() {
     auto put = [](const char *name, const void *bytes, size_t size, int32_t count) {
         int32_t len;
         if (void *old = session::store_find(name, ST_FVBLOCK, &len)) session::store_delete(old);
-        if (!session::store_add_copy(name, ST_FVBLOCK, count, bytes, (int64_t)std::max<size_t>(size, 1))) return 950;
+        if (!session::store_add_copy(name, ST_FVBLOCK, count, bytes, (int64_t)size)) return 950;
         return 0;
     };
     const FvState &fv = ps.fv;

@@ -57,6 +57,7 @@ const HelpAlias help_aliases[] = {
     {"include", "do"},      {"local", "macro"},      {"global", "macro"},         {"c_local", "macro"},
     {"else", "if"},         {"continue", "forvalues"}, {"tempname", "tempvar"},   {"tempfile", "tempvar"},
     {"keep", "drop"},       {"ereturn", "return"},   {"sreturn", "return"},       {"_return", "return"},
+    {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
 };
 
 int help_not_found(const std::string &topic) {

@@ -9,6 +9,7 @@
 #include "data/assert.h"
 #include "data/dataset.h"
 #include "data/formatcmd.h"
+#include "data/fvcmd.h"
 #include "data/list.h"
 #include "data/varlist.h"
 #include "lang/flow.h"
