@@ -20,7 +20,7 @@ build: deps
 
 build-asan: deps
 	@cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DORVAT_SANITIZE=ON >/dev/null
-	@cmake --build build-asan -j $(JOBS) --target orvat-px plugins
+	@cmake --build build-asan -j $(JOBS) --target orvat-px plugins unit_tests
 
 run: build
 	SYSDIR_ORVAT=$(SYSDIR) ./build/orvat-px
@@ -41,6 +41,8 @@ interactive: build
 test: build build-asan
 	@rc=0; \
 	./build/unit_tests --gtest_brief=1 || rc=1; \
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ./build-asan/unit_tests --gtest_brief=1 || rc=1; \
 	bash tests/interactive/run.sh build/orvat-px $(SYSDIR) || rc=1; \
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  python3 tests/runscripts.py --exe build-asan/orvat-px --sysdir $(SYSDIR) --label asan --quiet || rc=1; \
