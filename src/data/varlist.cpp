@@ -639,6 +639,13 @@ std::string list_entry_text(int k) {
     return tsop_text(ps.info[k].op) + ds.varname[v - 1];
 }
 
+std::vector<std::string> varnames_beginning(std::string_view stem) {
+    std::vector<std::string> out;
+    for (int v = 1; v <= ds.nvar_visible; ++v)
+        if (std::string_view(ds.varname[v - 1]).starts_with(stem)) out.emplace_back(ds.varname[v - 1]);
+    return out;
+}
+
 bool wildmatch(std::string_view pat, std::string_view name) {
     return wild_rec(std::string(pat).c_str(), std::string(name).c_str());
 }

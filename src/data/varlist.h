@@ -155,6 +155,9 @@ int parse_varlist(unsigned flags);
 // message. abbrev: abbreviations allowed (the caller passes varabbrev, or false).
 int varlookup(std::string_view name, bool report, bool abbrev);
 
+// The visible variables whose names begin with stem, in dataset order (Tab completion at the prompt).
+std::vector<std::string> varnames_beginning(std::string_view stem);
+
 // Matches a wildcard pattern (`*` any run, `?` one character, `~` like `*`) against a name.
 bool wildmatch(std::string_view pat, std::string_view name);
 

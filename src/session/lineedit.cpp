@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -31,6 +32,7 @@ std::string fkey_default(int n) {
 }
 
 std::string (*fkey_text)(int n) = fkey_default;
+std::vector<std::string> (*complete_names)(std::string_view stem) = nullptr;
 
 // ---------------------------------------------------------------------------------------------------------
 // The review ring.
@@ -387,6 +389,33 @@ void insert_text(Ed &e, const std::string &t) {
     if (!clean.empty()) insert_bytes(e, clean.data(), (int)clean.size());
 }
 
+bool name_byte(char c) { return std::isalnum((unsigned char)c) || c == '_'; }
+
+// Tab behind the start of a name: the names that begin with it are asked for; one name is completed
+// and followed by a blank, several are completed as far as they agree. False (the key moves instead)
+// when there is no name before the cursor, the cursor stands inside a word, or nothing begins so.
+bool complete(Ed &e) {
+    if (!complete_names || e.cur == 0 || (e.cur < e.len && name_byte(e.buf[e.cur]))) return false;
+    int start = e.cur;
+    while (start > 0 && name_byte(e.buf[start - 1]))
+        --start;
+    if (start == e.cur || std::isdigit((unsigned char)e.buf[start])) return false;
+    const std::string stem(e.buf + start, (size_t)(e.cur - start));
+    const std::vector<std::string> names = complete_names(stem);
+    if (names.empty()) return false;
+    std::string common = names[0];
+    for (const std::string &n : names) {
+        size_t k = 0;
+        while (k < common.size() && k < n.size() && common[k] == n[k])
+            ++k;
+        common.resize(k);
+    }
+    std::string add = common.size() > stem.size() ? common.substr(stem.size()) : "";
+    if (names.size() == 1) add += ' ';
+    insert_text(e, add);
+    return true;
+}
+
 // Brings back command k (1 the newest); 0 brings back the line as it was typed before the first recall.
 void recall(Ed &e, int k) {
     std::string s;
@@ -504,6 +533,7 @@ int edit_line(char *buf, int cap) {
             if (e.cur < e.len) erase_bytes(e, e.cur, next_ix(e, e.cur));
             break;
         case A_FWD: {
+            if (complete(e)) break;
             int i = e.cur;
             for (int n = 0; n < 8; ++n) i = next_ix(e, i);
             set_cursor(e, i);

@@ -1,6 +1,8 @@
 // The terminal line reader with its key table, and the review ring of lines typed at the terminal.
 #pragma once
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace session {
 
@@ -15,6 +17,10 @@ int read_terminal_line(char *buf, int cap);
 // whoever owns the macros points this at a look-up of the macro. A text ending in ';' acts as Enter.
 extern std::string (*fkey_text)(int n);
 std::string fkey_default(int n);
+
+// Tab completion: the names that begin with a stem, for the word before the cursor. Null (the start-up
+// value) means nothing completes and Tab moves eight characters; the dataset points it at its variables.
+extern std::vector<std::string> (*complete_names)(std::string_view stem);
 
 // The review ring: maxmaclen bytes allocated once, lines separated by a marker byte, newest last.
 // review_init replaces the ring by an empty one of size bytes (tests use small rings).

@@ -19,6 +19,7 @@
 #include "data/dataset.h"
 #include "data/dates.h"
 #include "data/expr.h"
+#include "data/varlist.h"
 #include "estimate/frame.h"
 #include "lang/prog.h"
 #include "matrix/results.h"
@@ -26,6 +27,7 @@
 #include "output/log.h"
 #include "output/term.h"
 #include "session/hexfloat.h"
+#include "session/lineedit.h"
 #include "session/loop.h"
 #include "session/prefs.h"
 #include "session/settings.h"
@@ -539,6 +541,7 @@ int session_main(int argc, char **argv) {
     data::expr_hook_creturn = creturn_for_expressions;
     mat::results_init();
     data::leap_locate = locate_leapseconds;
+    complete_names = data::varnames_beginning;
 
     // Step 11: the notes.
     st.initstage = 13;

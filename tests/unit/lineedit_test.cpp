@@ -69,12 +69,14 @@ struct EditFixture : ::testing::Test {
         out::con.shownColumn = 2;
         std::strcpy(out::con.partial, ". ");
         fkey_text = fkey_default;
+        complete_names = nullptr;
         review_init(4096);
     }
     void TearDown() override {
         out::term = saved;
         out::con = out::Console{};
         fkey_text = fkey_default;
+        complete_names = nullptr;
     }
     // Feeds keys; returns the code and leaves the line in buf.
     int type(const std::string &keys, int cap = 512) {
@@ -244,6 +246,40 @@ TEST_F(EditFixture, TabAndCtrlGMoveEight) {
     EXPECT_STREQ(buf, "0Y1234567X89abcdef");
     ASSERT_EQ(type("abc" + ctl('G') + "X" + "\t\tY\r"), 0);
     EXPECT_STREQ(buf, "XabcY");
+}
+
+// Names offered to Tab completion in these tests.
+std::vector<std::string> some_names(std::string_view stem) {
+    std::vector<std::string> out;
+    for (const char *n : {"price", "prices_2", "make", "mpg"})
+        if (std::string_view(n).starts_with(stem)) out.emplace_back(n);
+    return out;
+}
+
+TEST_F(EditFixture, TabCompletesANameAsFarAsTheNamesAgree) {
+    complete_names = some_names;
+    ASSERT_EQ(type("list ma\t\r"), 0);
+    EXPECT_STREQ(buf, "list make ");  // one name: completed, then a blank
+    ASSERT_EQ(type("list pr\t\r"), 0);
+    EXPECT_STREQ(buf, "list price");  // two names agree up to "price"
+    ASSERT_EQ(type("list m\t\r"), 0);
+    EXPECT_STREQ(buf, "list m");  // make and mpg agree on nothing more: the line stays
+    ASSERT_EQ(type("x=ma\t+1" + ctl('K') + "\tY\r"), 0);
+    EXPECT_STREQ(buf, "x=make +Y1");  // a name after `=`; at the start of the line Tab moves eight
+}
+
+TEST_F(EditFixture, TabMovesWhenNothingCompletes) {
+    complete_names = some_names;
+    // No name begins with "zz"; a word starting with a digit and the middle of a word are not names.
+    ASSERT_EQ(type("zz" + ctl('K') + "\tQ\r"), 0);
+    EXPECT_STREQ(buf, "zzQ");
+    ASSERT_EQ(type("list 1m\tQ\r"), 0);
+    EXPECT_STREQ(buf, "list 1mQ");
+    ASSERT_EQ(type("makeup" + ctl('K') + ctl('L') + ctl('L') + "\t" + ctl('K') + "Q\r"), 0);
+    EXPECT_STREQ(buf, "Qmakeup");
+    complete_names = nullptr;
+    ASSERT_EQ(type("ma\tQ\r"), 0);
+    EXPECT_STREQ(buf, "maQ");
 }
 
 TEST_F(EditFixture, RecallPreviousNextAndByNumber) {
