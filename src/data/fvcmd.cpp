@@ -153,11 +153,7 @@ int fv_means(const std::vector<int32_t> &obs) {
 int cmd_testfv(int) {
     fv_drop_blocks();
     if (int rc = parse_varlist(VL_FV)) return rc;
-    if (ps.count == 0) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("too few variables specified\n");
-        return 102;
-    }
+    if (ps.count == 0) return session::error(102);
     std::vector<int32_t> obs;
     if (int rc = read_ifin(obs)) return rc;
     if (int rc = trailing()) return rc;
