@@ -130,8 +130,23 @@ namespace {
 // up to 243 decimals, or any scientific text.
 constexpr int TMP = 640;
 
+// Whole numbers below 10^15 are exact in a double and have at most 15 digits, so their texts are
+// written from the integer directly; everything else goes through the runtime's conversions.
+bool small_whole(double a) { return a >= 0 && a < 1e15 && a == std::floor(a); }
+
 // Digits of a in fixed notation with dec decimals; returns the length.
 int fixed(double a, int dec, char *t) {
+    if (small_whole(a) && dec < TMP - 20) {
+        auto r = std::to_chars(t, t + 20, (uint64_t)a);
+        char *p = r.ptr;
+        if (dec > 0) {
+            *p++ = '.';
+            std::memset(p, '0', (size_t)dec);
+            p += dec;
+        }
+        *p = 0;
+        return (int)(p - t);
+    }
     auto r = std::to_chars(t, t + TMP - 1, a, std::chars_format::fixed, dec);
     *r.ptr = 0;
     return (int)(r.ptr - t);
@@ -146,6 +161,11 @@ int sci(double a, int dec, char *t) {
 
 // Decimal exponent of a > 0: a = d.ddd times 10 to it.
 int exp10(double a) {
+    if (small_whole(a) && a >= 1) {
+        int e = 0;
+        for (uint64_t u = (uint64_t)a; u >= 10; u /= 10) ++e;
+        return e;
+    }
     char t[40];
     auto r = std::to_chars(t, t + sizeof t, a, std::chars_format::scientific, 16);
     *r.ptr = 0;

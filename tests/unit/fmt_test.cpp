@@ -183,6 +183,23 @@ TEST_F(Fmts, RoundingAtTheLastDigit) {
     EXPECT_EQ(show(0.375, "%9.2f"), "     0.38");
 }
 
+// Whole numbers below 10^15 take a shorter path to their digits; each side of that bound, and
+// numbers whose digit count decides between the fixed and the e form, must read the same.
+TEST_F(Fmts, WholeNumbersAcrossTheBoundOfTheShortPath) {
+    EXPECT_EQ(show(999999999999999, "%20.0g"), "     999999999999999");
+    EXPECT_EQ(show(1e15, "%20.0g"), "    1000000000000000");
+    EXPECT_EQ(show(1000000000000001, "%20.0g"), "    1000000000000001");
+    EXPECT_EQ(show(-999999999999999, "%20.0g"), "    -999999999999999");
+    EXPECT_EQ(show(999999999999999, "%22.3f"), "   999999999999999.000");
+    EXPECT_EQ(show(99999999999, "%12.0g"), " 99999999999");
+    EXPECT_EQ(show(999999999999, "%12.0g"), " 1.00000e+12");
+    EXPECT_EQ(show(12345678, "%9.0g"), " 12345678");
+    EXPECT_EQ(show(123456789, "%9.0g"), " 1.23e+08");
+    EXPECT_EQ(show(1234567, "%11.0gc"), "  1,234,567");
+    EXPECT_EQ(show(1, "%9.0g"), "        1");
+    EXPECT_EQ(show(10, "%5.2f"), "10.00");
+}
+
 TEST_F(Fmts, GroupingCommasInG) {
     EXPECT_EQ(show(1234567.891, "%12.0gc"), " 1,234,567.9");
     EXPECT_EQ(show(1234, "%9.0gc"), "    1,234");
