@@ -79,6 +79,35 @@ std::string term_text(const FvVarInfo *vi, int first, int nvars, const FvFactorI
 // Nothing may follow a command's arguments.
 int trailing() { return session::gettok(session::SEP_STD)[0] ? session::error(198) : 0; }
 
+// A copy of every factor-variable block, put back when a command fails after it began to replace
+// them, so a failing command leaves the blocks of the last good list.
+struct SavedBlocks {
+    struct Block {
+        std::string name;
+        int32_t length;
+        std::vector<char> bytes;
+    };
+    std::vector<Block> blocks;
+    SavedBlocks() {
+        const char *name;
+        int32_t length;
+        for (void *p = session::store_walk(nullptr, &name, ST_FVBLOCK, &length); p;
+             p = session::store_walk(p, &name, ST_FVBLOCK, &length)) {
+            const char *b = static_cast<const char *>(p);
+            blocks.push_back({name, length, std::vector<char>(b, b + session::store_header(p)->usedsize)});
+        }
+    }
+    // Back to the saved blocks; a block that cannot be put back leaves none rather than a mixture.
+    void restore() const {
+        fv_drop_blocks();
+        for (const Block &b : blocks)
+            if (put_block(b.name.c_str(), b.bytes.data(), b.bytes.size(), b.length)) {
+                fv_drop_blocks();
+                return;
+            }
+    }
+};
+
 }  // namespace
 
 void fv_drop_blocks() { session::store_drop_type(ST_FVBLOCK); }
@@ -146,12 +175,10 @@ int fv_means(const std::vector<int32_t> &obs) {
     return rc;
 }
 
-// testfv varlist [if exp] [in range]
-// Parses the list as an estimation command would (factor-variable groups allowed), takes the
-// observations where none of its variables is missing, makes the level and mean blocks and shows
-// the terms. r(N): the observations used; r(k): the terms.
-int cmd_testfv(int) {
-    fv_drop_blocks();
+namespace {
+
+// testfv's work; on failure the caller puts the former blocks back.
+int testfv_run() {
     if (int rc = parse_varlist(VL_FV)) return rc;
     if (ps.count == 0) return session::error(102);
     std::vector<int32_t> obs;
@@ -210,6 +237,20 @@ int cmd_testfv(int) {
     mat::r_clear();
     int rc = mat::r_set_scalar("N", (double)sample.size());
     if (!rc) rc = mat::r_set_scalar("k", ps.count);
+    return rc;
+}
+
+}  // namespace
+
+// testfv varlist [if exp] [in range]
+// Parses the list as an estimation command would (factor-variable groups allowed), takes the
+// observations where none of its variables is missing, makes the level and mean blocks and shows
+// the terms. r(N): the observations used; r(k): the terms.
+int cmd_testfv(int) {
+    const SavedBlocks saved;
+    fv_drop_blocks();
+    int rc = testfv_run();
+    if (rc) saved.restore();
     return rc;
 }
 

@@ -159,20 +159,28 @@ TEST_F(Fv, NothingToShowBeforeAList) {
     EXPECT_EQ(run(cmd_dumpfv, "extra"), 198);
 }
 
-TEST_F(Fv, FailuresLeaveNoBlocks) {
+TEST_F(Fv, FailuresLeaveTheBlocksOfTheLastGoodList) {
     EXPECT_EQ(run(cmd_testfv, ""), 102);
     EXPECT_EQ(cap->text(), "too few variables specified\n");
+    ASSERT_EQ(run(cmd_dumpfv, ""), 0);
+    EXPECT_EQ(cap->text(), "(no factor-variable blocks)\n");
+
+    ASSERT_EQ(run(cmd_testfv, "i(foreign*rep) mpg"), 0);
+    ASSERT_EQ(run(cmd_dumpfv, ""), 0);
+    const std::string before = cap->text();
     EXPECT_EQ(run(cmd_testfv, "i(make)"), 109);
     EXPECT_EQ(run(cmd_testfv, "make"), 109);
     EXPECT_EQ(run(cmd_testfv, "i(rep) nosuch"), 111);
     EXPECT_EQ(cap->text(), "variable nosuch not found\n");
     EXPECT_EQ(run(cmd_testfv, "i(rep(#1))"), 198);
+    // The parse of i(rep) has stored its blocks by the time the `if` fails.
     EXPECT_EQ(run(cmd_testfv, "i(rep) if"), 198);
+    EXPECT_EQ(run(cmd_testfv, "i(rep) in 1/2 extra"), 198);
     put_num(3, 2, 2.5);
     EXPECT_EQ(run(cmd_testfv, "i(mpg)"), 459);
     EXPECT_EQ(cap->text(), "factor mpg contains noninteger values\n");
     ASSERT_EQ(run(cmd_dumpfv, ""), 0);
-    EXPECT_EQ(cap->text(), "(no factor-variable blocks)\n");
+    EXPECT_EQ(cap->text(), before);
 }
 
 }  // namespace
