@@ -293,6 +293,17 @@ std::string reread_head(int head) {
     return b ? std::string(b + 1) : "";
 }
 
+// One pass of a loop's block from its first line body; under the old form the text behind the head's
+// brace runs first.
+int loop_pass(int body, bool old_form) {
+    const std::string first_text = old_form ? reread_head(body - 1) : "";
+    lp.curline = body;
+    fl.in_loop = 1;
+    lp.execflag = 1;
+    fl.contflag = 0;
+    return run_block(first_text, true);
+}
+
 } // namespace
 
 // { : a block of lines up to the matching }
@@ -448,12 +459,7 @@ int cmd_forvalues(int) {
             rc = session::error(mrc);
             break;
         }
-        const std::string first_text = old_form ? reread_head(body - 1) : "";
-        lp.curline = body;
-        fl.in_loop = 1;
-        lp.execflag = 1;
-        fl.contflag = 0;
-        rc = run_block(first_text, true);
+        rc = loop_pass(body, old_form);
         ran = true;
         // The step accumulates in extended precision, stored back as a double.
         value = (double)((long double)value + (long double)step);
@@ -628,12 +634,7 @@ int cmd_foreach(int) {
             rc = session::error(mrc);
             break;
         }
-        const std::string first_text = old_form ? reread_head(body - 1) : "";
-        lp.curline = body;
-        fl.in_loop = 1;
-        lp.execflag = 1;
-        fl.contflag = 0;
-        rc = run_block(first_text, true);
+        rc = loop_pass(body, old_form);
         ran = true;
     }
     fl.felist = felist;

@@ -340,8 +340,10 @@ void drop_temp_objects(int64_t from, int64_t to) {
     }
 }
 
-// tempvar name ... ; tempname name ...
-int cmd_tempname(int) {
+namespace {
+
+// name ... : every name checked first, then each local set to a fresh name from make.
+int set_temp_names(std::string (*make)()) {
     std::vector<std::string> names;
     for (;;) {
         std::string w = gettok(SEP_STD);
@@ -351,23 +353,16 @@ int cmd_tempname(int) {
     }
     if (names.empty()) return session::error(198);
     for (const std::string &n : names)
-        if (macro_set(local_name(n).c_str(), next_tempname())) return 950;
+        if (macro_set(local_name(n).c_str(), make())) return 950;
     return 0;
 }
 
+}  // namespace
+
+// tempvar name ... ; tempname name ...
+int cmd_tempname(int) { return set_temp_names(next_tempname); }
+
 // tempfile name ...
-int cmd_tempfile(int) {
-    std::vector<std::string> names;
-    for (;;) {
-        std::string w = gettok(SEP_STD);
-        if (w.empty()) break;
-        if (check_name(local_name(w), true)) return session::invalid_name(w);
-        names.push_back(w);
-    }
-    if (names.empty()) return session::error(198);
-    for (const std::string &n : names)
-        if (macro_set(local_name(n).c_str(), next_tempfile())) return 950;
-    return 0;
-}
+int cmd_tempfile(int) { return set_temp_names(next_tempfile); }
 
 }  // namespace lang

@@ -1095,18 +1095,19 @@ bool blank_line(const char *p, size_t n) {
     return true;
 }
 
+// Text in the as-is and old-help modes does not go through the directive scanner: true when it went
+// to its own writer.
+bool passed_on(RimuStream *s, const char *p, size_t n) {
+    if (s->mode == MODE_ASIS) text_write(s, p, n);
+    else if (s->mode == MODE_OLDHELP) oldhelp_feed(s, p, n);
+    else return false;
+    return true;
+}
+
 }  // namespace
 
 void scan_piece(RimuStream *s, const char *p, size_t n, bool steps) {
-    if (n == 0) return;
-    if (s->mode == MODE_ASIS) {
-        text_write(s, p, n);
-        return;
-    }
-    if (s->mode == MODE_OLDHELP) {
-        oldhelp_feed(s, p, n);
-        return;
-    }
+    if (n == 0 || passed_on(s, p, n)) return;
     int saved = s->inputDepth;
     s->inputDepth = saved + 1;
     if (steps) {
@@ -1141,15 +1142,7 @@ void scan_piece(RimuStream *s, const char *p, size_t n, bool steps) {
 }
 
 void scan_nested(RimuStream *s, const char *p, size_t n) {
-    if (n == 0) return;
-    if (s->mode == MODE_ASIS) {
-        text_write(s, p, n);
-        return;
-    }
-    if (s->mode == MODE_OLDHELP) {
-        oldhelp_feed(s, p, n);
-        return;
-    }
+    if (n == 0 || passed_on(s, p, n)) return;
     int saved = s->inputDepth;
     s->inputDepth = saved + 1;
     body(s, p, n, false);

@@ -10,6 +10,7 @@
 #include "data/varlist.h"
 #include "lang/macro.h"
 #include "matrix/results.h"
+#include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -20,39 +21,8 @@ using namespace data;
 
 namespace {
 
-class DataCmd : public ::testing::Test {
+class DataCmd : public DataFixture {
   protected:
-    std::string line;
-    MsgCapture *cap = nullptr;
-
-    void SetUp() override {
-        ASSERT_TRUE(session::compute_limits());
-        ASSERT_EQ(data_init(1 << 20, 5000, 400), 0);
-        session::lp.byprefix = 0;
-        varabbrev = true;
-        cap = new MsgCapture;
-    }
-    void TearDown() override { delete cap; }
-
-    int add(const char *name, int type) {
-        int v = 0;
-        EXPECT_EQ(add_var(name, type, &v), 0) << name;
-        return v;
-    }
-    // Runs handler on the text as one command.
-    int run(int (*handler)(int), int arg, const std::string &text) {
-        command_start();
-        parser_reset();
-        cap->reset();
-        line = text;
-        session::settok(line.c_str());
-        return handler(arg);
-    }
-    std::string msg() { return cap->text(); }
-    double rscalar(const char *name) {
-        double v = -1;
-        return mat::result_lookup('r', name, &v, nullptr) == mat::RES_FAST_R ? v : -1;
-    }
     std::string names() {
         std::string s;
         for (int v = 1; v <= ds.nvar; ++v)

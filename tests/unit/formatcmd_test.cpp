@@ -9,6 +9,7 @@
 #include "data/dataset.h"
 #include "data/formatcmd.h"
 #include "data/varlist.h"
+#include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -18,17 +19,10 @@ using namespace data;
 
 namespace {
 
-class FormatAssert : public ::testing::Test {
+class FormatAssert : public DataFixture {
   protected:
-    std::string line;
-    MsgCapture *cap = nullptr;
-
     void SetUp() override {
-        ASSERT_TRUE(session::compute_limits());
-        ASSERT_EQ(data_init(1 << 20, 5000, 400), 0);
-        session::lp.byprefix = 0;
-        varabbrev = true;
-        cap = new MsgCapture;
+        DataFixture::SetUp();
         int v;
         ASSERT_EQ(add_var("x", T_DOUBLE, &v), 0);
         ASSERT_EQ(add_var("y", T_FLOAT, &v), 0);
@@ -41,17 +35,6 @@ class FormatAssert : public ::testing::Test {
         }
         ds.changed = 0;
     }
-    void TearDown() override { delete cap; }
-
-    int run(int (*handler)(int), const std::string &text) {
-        command_start();
-        parser_reset();
-        cap->reset();
-        line = text;
-        session::settok(line.c_str());
-        return handler(0);
-    }
-    std::string msg() { return cap->text(); }
 };
 
 TEST_F(FormatAssert, FormatSetsTheFormatWithTheListOnEitherSide) {

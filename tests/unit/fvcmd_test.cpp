@@ -8,6 +8,7 @@
 #include "data/fvcmd.h"
 #include "data/varlist.h"
 #include "matrix/results.h"
+#include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -18,18 +19,12 @@ using namespace data;
 
 namespace {
 
-class Fv : public ::testing::Test {
+class Fv : public DataFixture {
   protected:
-    std::string line;
-    MsgCapture *cap = nullptr;
-
     void SetUp() override {
-        ASSERT_TRUE(session::compute_limits());
-        ASSERT_EQ(data_init(1 << 20, 5000, 400), 0);
+        DataFixture::SetUp();
         session::se.linesize = 79;
-        varabbrev = true;
         fv_drop_blocks();
-        cap = new MsgCapture;
         // rep has a missing value in observation 5, so the sample of a list with rep is 5 long.
         const double rep[] = {1, 2, 2, 3, missing_value(0), 3}, foreign[] = {0, 0, 1, 1, 0, 1},
                      mpg[] = {10, 20, 30, 40, 50, 60};
@@ -47,29 +42,15 @@ class Fv : public ::testing::Test {
         }
     }
     void TearDown() override {
-        delete cap;
+        DataFixture::TearDown();
         fv_drop_blocks();
-    }
-    int run(int (*cmd)(int), const std::string &text) {
-        command_start();
-        parser_reset();
-        cap->reset();
-        line = text;
-        session::settok(line.c_str());
-        return cmd(0);
-    }
-    double r(const char *name) {
-        double v = -1;
-        std::string t;
-        EXPECT_EQ(mat::result_lookup('r', name, &v, &t), mat::RES_FAST_R) << name;
-        return v;
     }
 };
 
 TEST_F(Fv, FactorAndVariableTermsOverTheNonmissingSample) {
     ASSERT_EQ(run(cmd_testfv, "i(rep) mpg"), 0);
-    EXPECT_EQ(r("N"), 5);
-    EXPECT_EQ(r("k"), 2);
+    EXPECT_EQ(rscalar("N"), 5);
+    EXPECT_EQ(rscalar("k"), 2);
     EXPECT_EQ(cap->text(), "No. of terms: 2\n\n"
                            "  Term  Variables                       Kind            Levels\n"
                            "--------------------------------------------------------------\n"
@@ -110,7 +91,7 @@ TEST_F(Fv, ContinuousPartMultipliesTheCellMean) {
 
 TEST_F(Fv, ChosenBasesAreMarked) {
     ASSERT_EQ(run(cmd_testfv, "i(rep(3) foreign(freq) c(mpg))"), 0);
-    EXPECT_EQ(r("k"), 3);
+    EXPECT_EQ(rscalar("k"), 3);
     ASSERT_EQ(run(cmd_fvdescribe, ""), 0);
     const std::string s = cap->text();
     EXPECT_NE(s.find("term 1: rep(3), factor\n"), std::string::npos) << s;
@@ -131,7 +112,7 @@ TEST_F(Fv, AGroupWithNoFactorKeepsEmptyBlocks) {
 
 TEST_F(Fv, IfAndInNarrowTheSample) {
     ASSERT_EQ(run(cmd_testfv, "i(rep) if foreign in 1/4"), 0);
-    EXPECT_EQ(r("N"), 2);
+    EXPECT_EQ(rscalar("N"), 2);
     ASSERT_EQ(run(cmd_fvdescribe, ""), 0);
     EXPECT_NE(cap->text().find("             1b      0.0000\n"
                                "             2       0.5000\n"

@@ -9,6 +9,7 @@
 #include "data/dataset.h"
 #include "data/list.h"
 #include "data/varlist.h"
+#include "data_fixture.h"
 #include "msg_capture.h"
 #include "output/rimu.h"
 #include "session/hexfloat.h"
@@ -20,34 +21,13 @@ using namespace data;
 
 namespace {
 
-class List : public ::testing::Test {
+class List : public DataFixture {
   protected:
-    std::string line;
-    MsgCapture *cap = nullptr;
-
     void SetUp() override {
-        ASSERT_TRUE(session::compute_limits());
-        ASSERT_EQ(data_init(1 << 20, 5000, 400), 0);
-        session::lp.byprefix = 0;
+        DataFixture::SetUp();
         session::se.linesize = 79;
-        varabbrev = true;
-        cap = new MsgCapture;
     }
-    void TearDown() override { delete cap; }
-
-    int add(const char *name, int type) {
-        int v = 0;
-        EXPECT_EQ(add_var(name, type, &v), 0) << name;
-        return v;
-    }
-    int run(const std::string &text) {
-        command_start();
-        parser_reset();
-        cap->reset();
-        line = text;
-        session::settok(line.c_str());
-        return cmd_list(0);
-    }
+    int run(const std::string &text) { return DataFixture::run(cmd_list, text); }
     // The rendered text with the corner and tee characters as '+'.
     std::string shown() {
         std::string s = cap->text();

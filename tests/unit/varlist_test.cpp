@@ -8,6 +8,7 @@
 
 #include "data/dataset.h"
 #include "data/varlist.h"
+#include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -19,22 +20,15 @@ using namespace data;
 
 namespace {
 
-class Varlist : public ::testing::Test {
+class Varlist : public DataFixture {
   protected:
-    std::string line;
-    MsgCapture *cap = nullptr;
-
     void SetUp() override {
-        ASSERT_TRUE(session::compute_limits());
-        ASSERT_EQ(data_init(1 << 20, 5000, 400), 0);
-        session::lp.byprefix = 0;
+        DataFixture::SetUp();
         session::se.type = T_FLOAT;
-        varabbrev = true;
         hook_vallab_value = nullptr;
-        cap = new MsgCapture;
     }
     void TearDown() override {
-        delete cap;
+        DataFixture::TearDown();
         varabbrev = true;
         hook_vallab_value = nullptr;
     }
