@@ -127,9 +127,9 @@ int run_block(const std::string &first = "", bool expand = false) {
             lp.execflag = 0;
             result = 1;
         }
+        int more;
         if (pending_first) {
             pending_first = false;
-            int more;
             if (expand) {
                 std::snprintf(tk.cmdbuf, session::maxcmdlen + 1, " %s", first.c_str());
                 session::settok(tk.cmdbuf);
@@ -137,31 +137,22 @@ int run_block(const std::string &first = "", bool expand = false) {
             } else {
                 more = run_expanded(first);
             }
-            if (!more) {
-                fl.if_taken = saved_if;
-                lp.exitlevel = 1;
-                lp.execflag = saved_exec;
-                return lp.linerc;
+        } else {
+            if (session::getline(1, 0)) {
+                if (result == 0) result = session::brace_not_found();
+                break;
             }
-            if (lp.linerc) {
-                lp.execflag = 0;
-                result = lp.linerc;
+            const char *p = tk.cmdbuf;
+            while (*p == ' ')
+                ++p;
+            if (*p == '}') {
+                if (!blank(p + 1) && modern()) result = session::code_after_brace('}');
+                break;
             }
-            continue;
+            if (*p == '\0') continue;
+            more = session::execline();
         }
-        if (session::getline(1, 0)) {
-            if (result == 0) result = session::brace_not_found();
-            break;
-        }
-        const char *p = tk.cmdbuf;
-        while (*p == ' ')
-            ++p;
-        if (*p == '}') {
-            if (!blank(p + 1) && modern()) result = session::code_after_brace('}');
-            break;
-        }
-        if (*p == '\0') continue;
-        if (!session::execline()) {
+        if (!more) {
             // exit was met: the level ends, and the code it carries goes up with it
             fl.if_taken = saved_if;
             lp.exitlevel = 1;
