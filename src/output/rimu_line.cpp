@@ -113,6 +113,17 @@ void place_word(RimuStream *s) {
     }
 }
 
+// The line as built goes to the text logs and the sink, and counts toward the page.
+void ship_line(RimuStream *s) {
+    text_log_line(s);
+    if (s->sink) {
+        uint8_t img[LINE_IMAGE_MAX];
+        line_build(img, s);
+        s->sink(s->sinkContext, img, SINK_LINE);
+    }
+    pager_count(s);
+}
+
 // Leaving mode 3: the pending word goes out, the line is finished, and an empty line follows unless
 // the paragraph was ended by {p_end}.
 void end_paragraph(RimuStream *s) {
@@ -122,13 +133,7 @@ void end_paragraph(RimuStream *s) {
     s->linkPending = 0;
     line_reset(s);
     if (s->paragraphOpen) {
-        text_log_line(s);
-        if (s->sink) {
-            uint8_t img[LINE_IMAGE_MAX];
-            line_build(img, s);
-            s->sink(s->sinkContext, img, SINK_LINE);
-        }
-        pager_count(s);
+        ship_line(s);
         line_reset(s);
     }
     s->width = s->rightMarginWidth;
@@ -205,13 +210,7 @@ void finish_line(RimuStream *s) {
         s->linkState = 3;
     }
     if (s->mode == MODE_PARA) ++s->paragraphLines;
-    text_log_line(s);
-    if (s->sink) {
-        uint8_t img[LINE_IMAGE_MAX];
-        line_build(img, s);
-        s->sink(s->sinkContext, img, SINK_LINE);
-    }
-    pager_count(s);
+    ship_line(s);
     line_begin(s);
 }
 
