@@ -11,6 +11,7 @@
 #include "data/fmt.h"
 #include "data/list.h"
 #include "data/varlist.h"
+#include "lang/macro.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -36,25 +37,10 @@ constexpr BlockRow blocks[] = {
     {"fv_intercells", true, 3},   {"fv_interlevels", false, 5},  {"fv_intermeans", false, 5},
 };
 
-int put_block(const char *name, const void *bytes, size_t size, int32_t count) {
-    int32_t len;
-    if (void *old = session::store_find(name, ST_FVBLOCK, &len)) session::store_delete(old);
-    if (!session::store_add_copy(name, ST_FVBLOCK, count, bytes, (int64_t)size)) return 950;
-    return 0;
-}
-
 template <class T>
 const T *get_block(const char *name, int32_t *count) {
     *count = 0;
     return static_cast<const T *>(session::store_find(name, ST_FVBLOCK, count));
-}
-
-std::string num(double x) {
-    char buf[64];
-    fmt_number(x, fmt_default(), buf, sizeof buf);
-    std::string s(buf);
-    s.erase(0, s.find_first_not_of(' '));
-    return s;
 }
 
 // The term as it would be written inside i(): factors with a chosen base show it.
@@ -71,13 +57,10 @@ std::string term_text(const FvVarInfo *vi, int first, int nvars, const FvFactorI
         const FvFactorInfo &f = fi[vi[k].factor];
         if (f.basepref == FVB_FREQ) s += "(freq)";
         if (f.basepref == FVB_NONE) s += "(none)";
-        if (f.basepref == FVB_VALUE) s += "(" + num(f.baseidx) + ")";
+        if (f.basepref == FVB_VALUE) s += "(" + lang::number_text(f.baseidx) + ")";
     }
     return s;
 }
-
-// Nothing may follow a command's arguments.
-int trailing() { return session::gettok(session::SEP_STD)[0] ? session::error(198) : 0; }
 
 // A copy of every factor-variable block, put back when a command fails after it began to replace
 // them, so a failing command leaves the blocks of the last good list.
@@ -101,7 +84,7 @@ struct SavedBlocks {
     void restore() const {
         fv_drop_blocks();
         for (const Block &b : blocks)
-            if (put_block(b.name.c_str(), b.bytes.data(), b.bytes.size(), b.length)) {
+            if (fv_put_block(b.name.c_str(), b.bytes.data(), b.bytes.size(), b.length)) {
                 fv_drop_blocks();
                 return;
             }
@@ -115,62 +98,56 @@ void fv_drop_blocks() { session::store_drop_type(ST_FVBLOCK); }
 int fv_means(const std::vector<int32_t> &obs) {
     const FvState &fv = ps.fv;
     const double N = (double)obs.size();
-    std::vector<double> fmeans(fv.levels.size(), 0.0);
-    std::vector<int32_t> cells;  // per term: first cell, cells, place of its first value in ilevels
-    std::vector<double> ilevels, imeans;
-    // Level index of each factor's value: its place in the ascending levels of the factor.
+    // Level index of a factor's value: its place in the ascending levels of the factor.
     auto level_index = [&](const FvFactorInfo &f, double x) {
         const double *b = fv.levels.data() + f.levoff, *e = b + f.nlevels;
-        return (int)(std::lower_bound(b, e, x) - b);
+        return (int32_t)(std::lower_bound(b, e, x) - b);
     };
-    for (const FvFactorInfo &f : fv.factors) {
-        for (size_t j = 0; j < obs.size(); ++j) {
-            if ((j & 4095) == 0 && session::lp.PendingBreak) return 1;
-            int idx = level_index(f, get_num(f.var, obs[j]));
+    // One pass over the sample: level counts of every factor, and for each interaction the sum of
+    // its continuous product by combination of level indices (ordered as the levels' values).
+    std::vector<double> fmeans(fv.levels.size(), 0.0);
+    std::vector<std::map<std::vector<int32_t>, double>> sums(fv.terms.size());
+    std::vector<int32_t> key;
+    for (size_t j = 0; j < obs.size(); ++j) {
+        if ((j & 4095) == 0 && session::lp.PendingBreak) return 1;
+        for (const FvFactorInfo &f : fv.factors) {
+            const int32_t idx = level_index(f, get_num(f.var, obs[j]));
             if (idx < f.nlevels) fmeans[(size_t)f.levoff + idx] += 1.0;
         }
-        for (int l = 0; l < f.nlevels; ++l)
-            if (N > 0) fmeans[(size_t)f.levoff + l] /= N;
-    }
-    for (const FvTerm &t : fv.terms) {
-        const int32_t start = (int32_t)imeans.size(), lstart = (int32_t)ilevels.size();
-        if (t.nfactors == 0 || t.nvars < 2) {
-            cells.insert(cells.end(), {start, 0, (int32_t)ilevels.size()});
-            continue;
-        }
-        // Ordered by the levels' indices, which is the order of their values.
-        std::map<std::vector<int32_t>, double> sums;
-        std::vector<int32_t> key((size_t)t.nfactors);
-        for (size_t j = 0; j < obs.size(); ++j) {
-            if ((j & 4095) == 0 && session::lp.PendingBreak) return 1;
+        for (size_t t = 0; t < fv.terms.size(); ++t) {
+            const FvTerm &tm = fv.terms[t];
+            if (tm.nfactors == 0 || tm.nvars < 2) continue;
+            key.clear();
             double prod = 1.0;
-            int q = 0;
-            for (int k = t.first; k < t.first + t.nvars; ++k) {
+            for (int k = tm.first; k < tm.first + tm.nvars; ++k) {
                 const FvVarInfo &vi = fv.varinfo[k];
-                double x = get_num(vi.var, obs[j]);
-                if (vi.kind == 2)
-                    prod *= x;
-                else
-                    key[(size_t)q++] = level_index(fv.factors[vi.factor], x);
+                const double x = get_num(vi.var, obs[j]);
+                if (vi.kind == 2) prod *= x;
+                else key.push_back(level_index(fv.factors[vi.factor], x));
             }
-            sums[key] += prod;
+            sums[t][key] += prod;
         }
-        for (auto &[k, s] : sums) {
-            int q = 0;
-            for (int v = t.first; v < t.first + t.nvars; ++v) {
-                const FvVarInfo &vi = fv.varinfo[v];
-                if (vi.kind == 2) continue;
-                const FvFactorInfo &f = fv.factors[vi.factor];
-                ilevels.push_back(fv.levels[(size_t)f.levoff + k[(size_t)q++]]);
-            }
-            imeans.push_back(N > 0 ? s / N : 0.0);
-        }
-        cells.insert(cells.end(), {start, (int32_t)imeans.size() - start, lstart});
     }
-    int rc = put_block("fv_factormeans", fmeans.data(), fmeans.size() * 8, (int32_t)fmeans.size());
-    if (!rc) rc = put_block("fv_intercells", cells.data(), cells.size() * 4, (int32_t)fv.terms.size());
-    if (!rc) rc = put_block("fv_interlevels", ilevels.data(), ilevels.size() * 8, (int32_t)imeans.size());
-    if (!rc) rc = put_block("fv_intermeans", imeans.data(), imeans.size() * 8, (int32_t)imeans.size());
+    if (N > 0)
+        for (double &m : fmeans) m /= N;
+    std::vector<int32_t> cells;  // per term: first cell, cells, place of its first value in ilevels
+    std::vector<double> ilevels, imeans;
+    for (size_t t = 0; t < fv.terms.size(); ++t) {
+        const FvTerm &tm = fv.terms[t];
+        cells.insert(cells.end(), {(int32_t)imeans.size(), (int32_t)sums[t].size(), (int32_t)ilevels.size()});
+        for (const auto &[k, sum] : sums[t]) {
+            int q = 0;
+            for (int v = tm.first; v < tm.first + tm.nvars; ++v) {
+                const FvVarInfo &vi = fv.varinfo[v];
+                if (vi.kind == 1) ilevels.push_back(fv.levels[(size_t)fv.factors[vi.factor].levoff + k[(size_t)q++]]);
+            }
+            imeans.push_back(N > 0 ? sum / N : 0.0);
+        }
+    }
+    int rc = fv_put_block("fv_factormeans", fmeans.data(), fmeans.size() * 8, (int32_t)fmeans.size());
+    if (!rc) rc = fv_put_block("fv_intercells", cells.data(), cells.size() * 4, (int32_t)fv.terms.size());
+    if (!rc) rc = fv_put_block("fv_interlevels", ilevels.data(), ilevels.size() * 8, (int32_t)imeans.size());
+    if (!rc) rc = fv_put_block("fv_intermeans", imeans.data(), imeans.size() * 8, (int32_t)imeans.size());
     if (rc) fv_drop_blocks();  // the store wrote "insufficient memory for" the block
     return rc;
 }
@@ -183,7 +160,7 @@ int testfv_run() {
     if (ps.count == 0) return session::error(102);
     std::vector<int32_t> obs;
     if (int rc = read_ifin(obs)) return rc;
-    if (int rc = trailing()) return rc;
+    if (*session::gettok(session::SEP_STD)) return session::error(198);
     // Every variable of the list, plain or inside a term, must be numeric and not missing.
     std::vector<int> vars;
     for (int k = 0; k < ps.count; ++k)
@@ -258,7 +235,7 @@ int cmd_testfv(int) {
 // The terms of the last factor-variable list and the levels of each factor, base marked with b,
 // with the share of each level and the mean of each interaction cell once testfv has made them.
 int cmd_fvdescribe(int) {
-    if (int rc = trailing()) return rc;
+    if (*session::gettok(session::SEP_STD)) return session::error(198);
     int32_t nterms = 0, nvi = 0, nfi = 0, nlev = 0, nmeans = 0, ncells = 0, ninter = 0;
     const int32_t *inter = get_block<int32_t>("fv_interaction", &nterms);
     const int32_t *info = get_block<int32_t>("fv_interactioninfo", &ninter);
@@ -296,7 +273,7 @@ int cmd_fvdescribe(int) {
             if (f.levoff < 0 || f.levoff + f.nlevels > nlev) continue;
             out::out_rimu(means ? "{txt}         level       share\n" : "{txt}         level\n");
             for (int l = 0; l < f.nlevels; ++l) {
-                std::string s = num(lev[f.levoff + l]) + (l == f.baselevel ? "b" : " ");
+                std::string s = lang::number_text(lev[f.levoff + l]) + (l == f.baselevel ? "b" : " ");
                 if (means)
                     out::out_rimuf("{res}%15s  %10.4f\n", s.c_str(), means[f.levoff + l]);
                 else
@@ -311,7 +288,7 @@ int cmd_fvdescribe(int) {
             for (int c = 0; c < nc; ++c) {
                 std::string s;
                 for (int q = 0; q < nfactors; ++q)
-                    s += (q ? " " : "") + num(ilev[off + (int64_t)c * nfactors + q]);
+                    s += (q ? " " : "") + lang::number_text(ilev[off + (int64_t)c * nfactors + q]);
                 out::out_rimuf("{res}%14s  %10.4f\n", s.c_str(), imeans[c0 + c]);
             }
         }
@@ -322,7 +299,7 @@ int cmd_fvdescribe(int) {
 // dumpfv
 // Every factor-variable block in the store: its name, records and bytes, then its values.
 int cmd_dumpfv(int) {
-    if (int rc = trailing()) return rc;
+    if (*session::gettok(session::SEP_STD)) return session::error(198);
     out::ClassScope cs(out::CLS_TEXT);
     bool any = false;
     for (const BlockRow &b : blocks) {
@@ -336,15 +313,15 @@ int cmd_dumpfv(int) {
             const auto *f = static_cast<const FvFactorInfo *>(p);
             for (int k = 0; k < n && (int64_t)(k + 1) * (int64_t)sizeof(FvFactorInfo) <= size; ++k)
                 out::out_rimuf("{res}  var %d basepref %d base %s levels %d at %d baselevel %d term %d min %s max %s\n",
-                               f[k].var, f[k].basepref, num(f[k].baseidx).c_str(), f[k].nlevels, f[k].levoff,
-                               f[k].baselevel, f[k].term, num(f[k].minlevel).c_str(), num(f[k].maxlevel).c_str());
+                               f[k].var, f[k].basepref, lang::number_text(f[k].baseidx).c_str(), f[k].nlevels, f[k].levoff,
+                               f[k].baselevel, f[k].term, lang::number_text(f[k].minlevel).c_str(), lang::number_text(f[k].maxlevel).c_str());
             continue;
         }
         const int64_t nvals = size / (b.ints ? 4 : 8);
         std::string line;
         for (int64_t k = 0; k < nvals; ++k) {
             line += ' ';
-            line += b.ints ? std::to_string(static_cast<const int32_t *>(p)[k]) : num(static_cast<const double *>(p)[k]);
+            line += b.ints ? std::to_string(static_cast<const int32_t *>(p)[k]) : lang::number_text(static_cast<const double *>(p)[k]);
             if ((k + 1) % b.per == 0 || k + 1 == nvals) {
                 out::out_rimuf("{res} %s\n", line.c_str());
                 line.clear();

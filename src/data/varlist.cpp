@@ -447,12 +447,6 @@ int fv_group(const std::string &tok) {
 
 // The blocks other commands read, under their names in the named store.
 int fv_store() {
-    auto put = [](const char *name, const void *bytes, size_t size, int32_t count) {
-        int32_t len;
-        if (void *old = session::store_find(name, ST_FVBLOCK, &len)) session::store_delete(old);
-        if (!session::store_add_copy(name, ST_FVBLOCK, count, bytes, (int64_t)size)) return 950;
-        return 0;
-    };
     const FvState &fv = ps.fv;
     std::vector<int32_t> inter, interinfo, termlocs, ivarlocs(ps.count, 0);
     for (size_t t = 0; t < fv.terms.size(); ++t) {
@@ -465,16 +459,27 @@ int fv_store() {
     const int32_t toc[4] = {(int32_t)fv.terms.size(), (int32_t)fv.varinfo.size(), (int32_t)fv.factors.size(),
                             (int32_t)fv.levels.size()};
     int rc = 0;
-    if (!rc) rc = put("fv_varinfo", fv.varinfo.data(), fv.varinfo.size() * sizeof(FvVarInfo), (int32_t)fv.varinfo.size());
-    if (!rc) rc = put("fv_factorinfo", fv.factors.data(), fv.factors.size() * sizeof(FvFactorInfo), (int32_t)fv.factors.size());
-    if (!rc) rc = put("fv_interaction", inter.data(), inter.size() * 4, (int32_t)fv.terms.size());
-    if (!rc) rc = put("fv_interactioninfo", interinfo.data(), interinfo.size() * 4, (int32_t)fv.terms.size());
-    if (!rc) rc = put("fv_toc", toc, sizeof toc, 4);
-    if (!rc) rc = put("fv_termlocs", termlocs.data(), termlocs.size() * 4, (int32_t)termlocs.size());
-    if (!rc) rc = put("fv_ivarlocs", ivarlocs.data(), ivarlocs.size() * 4, (int32_t)ivarlocs.size());
-    if (!rc) rc = put("fv_factorlevels", fv.levels.data(), fv.levels.size() * 8, (int32_t)fv.levels.size());
+    if (!rc) rc = fv_put_block("fv_varinfo", fv.varinfo.data(), fv.varinfo.size() * sizeof(FvVarInfo), (int32_t)fv.varinfo.size());
+    if (!rc) rc = fv_put_block("fv_factorinfo", fv.factors.data(), fv.factors.size() * sizeof(FvFactorInfo), (int32_t)fv.factors.size());
+    if (!rc) rc = fv_put_block("fv_interaction", inter.data(), inter.size() * 4, (int32_t)fv.terms.size());
+    if (!rc) rc = fv_put_block("fv_interactioninfo", interinfo.data(), interinfo.size() * 4, (int32_t)fv.terms.size());
+    if (!rc) rc = fv_put_block("fv_toc", toc, sizeof toc, 4);
+    if (!rc) rc = fv_put_block("fv_termlocs", termlocs.data(), termlocs.size() * 4, (int32_t)termlocs.size());
+    if (!rc) rc = fv_put_block("fv_ivarlocs", ivarlocs.data(), ivarlocs.size() * 4, (int32_t)ivarlocs.size());
+    if (!rc) rc = fv_put_block("fv_factorlevels", fv.levels.data(), fv.levels.size() * 8, (int32_t)fv.levels.size());
     return rc;
 }
+
+}  // namespace
+
+int fv_put_block(const char *name, const void *bytes, size_t size, int32_t count) {
+    int32_t len;
+    if (void *old = session::store_find(name, ST_FVBLOCK, &len)) session::store_delete(old);
+    if (!session::store_add_copy(name, ST_FVBLOCK, count, bytes, (int64_t)size)) return 950;
+    return 0;
+}
+
+namespace {
 
 // ---- New variable lists ------------------------------------------------------------------------
 

@@ -90,6 +90,8 @@ extern int (*hook_vallab_value)(const char *lblname, const char *text, double *v
 
 // The store type under which the factor-variable blocks are kept in the named store.
 inline constexpr int ST_FVBLOCK = 32;
+// Replaces the block name by size bytes holding count records. 0, or 950 with the store's message.
+int fv_put_block(const char *name, const void *bytes, size_t size, int32_t count);
 
 // ---- The list array and the parser state of one command ---------------------------------------------
 

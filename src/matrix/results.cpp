@@ -166,15 +166,9 @@ int list_store(char kind) {
     auto scalars = scalars_of(kind);
     if (!scalars.empty()) {
         rc = header("scalars:");
-        static data::Fmt g18;
-        static bool parsed = data::fmt_parse("%18.0g", g18, true) == 0;
-        (void)parsed;
         for (const auto &[n, v] : scalars) {
             if (rc) return rc;
-            char buf[data::FMT_BUFSIZE];
-            int len = data::fmt_number(v, g18, buf, sizeof buf);
-            std::string num(buf, (size_t)len);
-            num.erase(0, num.find_first_not_of(' '));
+            const std::string num = lang::number_text(v);
             {
                 out::ClassScope cs(out::CLS_TEXT);
                 out::out_text(label(n) + " =  ");

@@ -107,6 +107,19 @@ TEST_F(Varlist, ScratchVariablesBeyondTheVisibleCountAreNotSeen) {
     EXPECT_EQ(vars(), std::vector<int>({1}));
 }
 
+TEST_F(Varlist, NamesOfferedToTabCompletion) {
+    add("price");
+    add("make");
+    add("prices_2");
+    int s = add_scratch(T_LONG);
+    ASSERT_GT(s, 0);
+    ds.nvar_visible = 3;
+    EXPECT_EQ(varnames_beginning("pr"), std::vector<std::string>({"price", "prices_2"}));
+    EXPECT_EQ(varnames_beginning("make"), std::vector<std::string>({"make"}));
+    EXPECT_TRUE(varnames_beginning("_").empty());  // the scratch variable is not offered
+    EXPECT_TRUE(varnames_beginning("z").empty());
+}
+
 // ---- Wildcards, ranges, _all ------------------------------------------------------------------------
 
 TEST_F(Varlist, Wildcards) {
