@@ -10,7 +10,7 @@
 #include "data/list.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace data {
@@ -44,7 +44,7 @@ int cmd_assert(int) {
     expr_lastrc = 0;
     for (size_t k = 0; k < obs.size(); ++k) {
         if (expr_xeq(eqexp, obs[k]) == 0) ++contradictions;
-        if ((k & 4095) == 4095 && session::lp.PendingBreak) return 1;
+        if ((k & 4095) == 4095 && session::poll_break()) return 1;
     }
     if (expr_lastrc) return expr_lastrc;
     if (!contradictions) return 0;

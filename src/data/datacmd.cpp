@@ -15,7 +15,7 @@
 #include "data/varlist.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace data {
@@ -149,7 +149,7 @@ int cmd_dropkeep(int keep) {
                 chosen = expr_xeq(ifexp, i) != 0;
                 if (expr_lastrc) return expr_lastrc;
             }
-            if (session::lp.PendingBreak) return 1;
+            if (session::poll_break()) return 1;
             remove[i - 1] = (keep ? !chosen : chosen) ? 1 : 0;
         }
         return drop_obs_mask(remove.data(), true);

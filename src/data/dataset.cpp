@@ -12,8 +12,8 @@
 
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/sedit2.h"
+#include "session/state.h"
+#include "session/tok.h"
 
 namespace data {
 
@@ -564,20 +564,8 @@ void fill_missing(int v, int from) {
     }
 }
 
-bool name_chars_ok(const char *name) {
-    static constexpr const char bad[] = "\\!@#$%^&*()-+=[]{}:;,'\"~<>?/|.";
-    const unsigned char c0 = (unsigned char)name[0];
-    if (!((c0 >= 'a' && c0 <= 'z') || (c0 >= 'A' && c0 <= 'Z') || c0 == '_')) return false;
-    for (const char *p = name; *p; ++p) {
-        if ((unsigned char)*p <= ' ' || *p == 127) return false;
-        if (std::strchr(bad, *p)) return false;
-    }
-    return true;
-}
-
 int check_newname(const char *name) {
-    if (std::strlen(name) > VNAMELEN) return session::invalid_name(name);
-    if (!name_chars_ok(name)) return session::invalid_name(name);
+    if (!session::name_ok(name)) return session::invalid_name(name);
     if (find_var(name)) return session::already_defined(name);
     if (is_reserved(name)) return session::invalid_name(name);
     if (is_str_word(name)) {
@@ -779,7 +767,7 @@ int promote(int v, int newtype, int ncopy) {
     ncopy = std::min(ncopy, ds.nobs);
     char buf[maxstrvarlen + 1];
     for (int i = 1; i <= ncopy; ++i) {
-        if (session::lp.PendingBreak) {
+        if (session::poll_break()) {
             remove_last_var();
             return 1;
         }

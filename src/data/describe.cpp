@@ -8,11 +8,11 @@
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/varlist.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -105,8 +105,8 @@ int cmd_describe(int) {
     const int64_t size = (int64_t)ds.nobs * ds.w_cur;
     const double freepct =
         mi.M_total > 0 ? 100.0 * (double)(mi.M_total - mi.M_data - mi.M_oh) / (double)mi.M_total : 0.0;
-    const char *fn = lang::macro_get("S_FN");
-    const char *fdate = lang::macro_get("S_FNDATE");
+    const char *fn = session::macro_get("S_FN");
+    const char *fdate = session::macro_get("S_FNDATE");
 
     char buf[200];
     text_line(fn && *fn ? std::string("Contains data from ") + fn : "Contains data");
@@ -146,7 +146,7 @@ int cmd_describe(int) {
         for (int j = 0; j < n; ++j) {
             const int v = listed ? ps.var[j] : j + 1;
             if (v < 1 || v > ds.nvar || is_e(v)) continue;
-            if (session::lp.PendingBreak) return 1;
+            if (session::poll_break()) return 1;
             std::string name = ds.varname[v - 1];
             out::ClassScope cs(out::CLS_RESULT);
             std::string line = fullnames ? name : abbrev(name, COL_TYPE - 2);

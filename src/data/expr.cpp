@@ -19,11 +19,11 @@
 #include "data/scalar.h"
 #include "data/varlist.h"
 #include "lang/exprhook.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace data {
@@ -614,11 +614,10 @@ int find_variable(const std::string &name) {
     return nhits == 1 ? hit : nhits > 1 ? -1 : 0;
 }
 
-bool valid_name(const std::string &name) { return !name.empty() && name.size() <= (size_t)VNAMELEN && name_chars_ok(name.c_str()); }
 
 void coef_ref(int which, const std::string &eq, const std::string &name) {
     if (cs.zerob) return emit_lit(0);
-    if (!expr_hook_coef) fail(lang::not_built(which ? "_se[]" : "_b[]"));
+    if (!expr_hook_coef) fail(session::not_built(which ? "_se[]" : "_b[]"));
     double v;
     int rc = expr_hook_coef(which, eq.c_str(), name.c_str(), &v);
     if (rc) fail(rc);
@@ -676,9 +675,9 @@ void comp_name(const char *a, const char *b) {
         size_t dot = name.rfind('.');
         TsOp op;
         if (int rc = tsop_parse(std::string_view(name).substr(0, dot), name, op)) fail(rc);
-        fail(lang::not_built("time-series operators in expressions"));
+        fail(session::not_built("time-series operators in expressions"));
     }
-    if (!valid_name(name)) fail(session::invalid_name(name));
+    if (!session::name_ok(name)) fail(session::invalid_name(name));
     int v = 0;
     if (cs.force != SP_FORCE_SCALAR && cs.force != SP_FORCE_MATRIX) {
         v = find_variable(name);
@@ -716,7 +715,7 @@ void comp_name(const char *a, const char *b) {
         }
     }
     if (cs.matmode && cs.force != SP_FORCE_SCALAR && expr_hook_matrix && expr_hook_matrix(name.c_str())) {
-        if (bracket) fail(lang::not_built("matrix elements in expressions"));
+        if (bracket) fail(session::not_built("matrix elements in expressions"));
         need_matmode();
         emit(OP_MNAME);
         emit(str_offset(name));
@@ -812,8 +811,8 @@ void stored_result(char kind, const Span *args, int na) {
         }
         return emit_lit(0);
     }
-    if (!valid_name(name)) syntax();
-    if (!expr_hook_result) fail(lang::not_built(std::string(1, kind) + "()"));
+    if (!session::name_ok(name)) syntax();
+    if (!expr_hook_result) fail(session::not_built(std::string(1, kind) + "()"));
     double v = 0;
     char buf[EXPR_STRBUF] = {};
     switch (expr_hook_result(kind, name.c_str(), &v, buf)) {
@@ -862,7 +861,7 @@ void creturn(const Span *args, int na) {
     for (const CRow &r : crows)
         if (name == r.name) return emit_lit(r.get());
     if (name == "seed") return emit_slit(rng_state_text());
-    if (!expr_hook_creturn) fail(lang::not_built("c(" + name + ")"));
+    if (!expr_hook_creturn) fail(session::not_built("c(" + name + ")"));
     fail(session::not_found("c(" + name + ")"));
 }
 
@@ -881,7 +880,7 @@ void comp_call(const std::string &name, const char *a, const char *b) {
     case FK_CONST:
         check_count(r, na);
         return emit_lit(r->cval());
-    case FK_NA: fail(lang::not_built(name + "()"));
+    case FK_NA: fail(session::not_built(name + "()"));
     case FK_SPECIAL: break;
     }
     check_count(r, na);
@@ -926,7 +925,7 @@ void comp_call(const std::string &name, const char *a, const char *b) {
     case SP_CALLER: return emit_lit(session::lp.version / 100.0);
     case SP_HASEPROP: {
         const std::string want = arg_text(args[0]);
-        if (!expr_hook_result) fail(lang::not_built("has_eprop()"));
+        if (!expr_hook_result) fail(session::not_built("has_eprop()"));
         double v;
         char buf[EXPR_STRBUF] = {};
         bool has = false;
@@ -970,7 +969,7 @@ void comp_call(const std::string &name, const char *a, const char *b) {
         return;
     }
     case SP_REPLAY: {
-        const char *zero = lang::macro_get("_0");
+        const char *zero = session::macro_get("_0");
         while (zero && *zero == ' ') ++zero;
         return emit_lit((!zero || !*zero || *zero == ',') ? 1 : 0);
     }
@@ -1279,7 +1278,7 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             const FnRow *r = fn_of_word(op);
             if (!r) {
                 // the matrix operations: their values belong to the matrix store
-                return lang::not_built("matrix expressions");
+                return session::not_built("matrix expressions");
             }
             const int na = r->amin != r->amax ? code[++pc] : r->amin;
             int nn, nsr;

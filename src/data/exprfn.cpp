@@ -16,7 +16,7 @@
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 
 namespace data::xp {
 

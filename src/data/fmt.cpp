@@ -10,7 +10,7 @@
 #include "data/types.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 
 namespace data {
 
@@ -554,5 +554,17 @@ bool text_to_number(std::string_view s, double &v, bool missing) {
 
 PeriodDecimal::PeriodDecimal() : saved(period_forced) { period_forced = 1; }
 PeriodDecimal::~PeriodDecimal() { period_forced = saved; }
+
+std::string number_text(double v) {
+    static Fmt f;
+    static bool parsed = fmt_parse("%18.0g", f, true) == 0;
+    (void)parsed;
+    char buf[FMT_BUFSIZE];
+    int n = fmt_number(v, f, buf, sizeof buf);
+    std::string s;
+    for (int i = 0; i < n; ++i)
+        if (buf[i] != ' ') s.push_back(buf[i]);
+    return s;
+}
 
 }  // namespace data

@@ -1,6 +1,7 @@
 // Display formats: the %format grammar, numbers and strings to text, and the text-to-number reader.
 #pragma once
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace data {
@@ -49,6 +50,9 @@ double fmtwidth(std::string_view text);
 // Writes v as text under f, justified to its width, NUL-terminated, and returns the length.
 // A string format prints the number as "%9.0g". The text is cut only if cap is below FMT_BUFSIZE.
 int fmt_number(double v, const Fmt &f, char *out, int cap);
+
+// A number as macros and messages hold it: %18.0g with the blanks removed.
+std::string number_text(double v);
 
 // Writes s under a string format, justified to the width; a number format leaves s as it is.
 int fmt_string(std::string_view s, const Fmt &f, char *out, int cap);

@@ -11,11 +11,11 @@
 #include "data/fmt.h"
 #include "data/list.h"
 #include "data/varlist.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -57,7 +57,7 @@ std::string term_text(const FvVarInfo *vi, int first, int nvars, const FvFactorI
         const FvFactorInfo &f = fi[vi[k].factor];
         if (f.basepref == FVB_FREQ) s += "(freq)";
         if (f.basepref == FVB_NONE) s += "(none)";
-        if (f.basepref == FVB_VALUE) s += "(" + lang::number_text(f.baseidx) + ")";
+        if (f.basepref == FVB_VALUE) s += "(" + data::number_text(f.baseidx) + ")";
     }
     return s;
 }
@@ -109,7 +109,7 @@ int fv_means(const std::vector<int32_t> &obs) {
     std::vector<std::map<std::vector<int32_t>, double>> sums(fv.terms.size());
     std::vector<int32_t> key;
     for (size_t j = 0; j < obs.size(); ++j) {
-        if ((j & 4095) == 0 && session::lp.PendingBreak) return 1;
+        if ((j & 4095) == 0 && session::poll_break()) return 1;
         for (const FvFactorInfo &f : fv.factors) {
             const int32_t idx = level_index(f, get_num(f.var, obs[j]));
             if (idx < f.nlevels) fmeans[(size_t)f.levoff + idx] += 1.0;
@@ -180,7 +180,7 @@ int testfv_run() {
             }
         if (ok) sample.push_back(i);
     }
-    if (session::lp.PendingBreak) return 1;
+    if (session::poll_break()) return 1;
     if (int rc = fv_means(sample)) return rc;
 
     out::ClassScope cs(out::CLS_TEXT);
@@ -273,7 +273,7 @@ int cmd_fvdescribe(int) {
             if (f.levoff < 0 || f.levoff + f.nlevels > nlev) continue;
             out::out_rimu(means ? "{txt}         level       share\n" : "{txt}         level\n");
             for (int l = 0; l < f.nlevels; ++l) {
-                std::string s = lang::number_text(lev[f.levoff + l]) + (l == f.baselevel ? "b" : " ");
+                std::string s = data::number_text(lev[f.levoff + l]) + (l == f.baselevel ? "b" : " ");
                 if (means)
                     out::out_rimuf("{res}%15s  %10.4f\n", s.c_str(), means[f.levoff + l]);
                 else
@@ -288,7 +288,7 @@ int cmd_fvdescribe(int) {
             for (int c = 0; c < nc; ++c) {
                 std::string s;
                 for (int q = 0; q < nfactors; ++q)
-                    s += (q ? " " : "") + lang::number_text(ilev[off + (int64_t)c * nfactors + q]);
+                    s += (q ? " " : "") + data::number_text(ilev[off + (int64_t)c * nfactors + q]);
                 out::out_rimuf("{res}%14s  %10.4f\n", s.c_str(), imeans[c0 + c]);
             }
         }
@@ -313,15 +313,15 @@ int cmd_dumpfv(int) {
             const auto *f = static_cast<const FvFactorInfo *>(p);
             for (int k = 0; k < n && (int64_t)(k + 1) * (int64_t)sizeof(FvFactorInfo) <= size; ++k)
                 out::out_rimuf("{res}  var %d basepref %d base %s levels %d at %d baselevel %d term %d min %s max %s\n",
-                               f[k].var, f[k].basepref, lang::number_text(f[k].baseidx).c_str(), f[k].nlevels, f[k].levoff,
-                               f[k].baselevel, f[k].term, lang::number_text(f[k].minlevel).c_str(), lang::number_text(f[k].maxlevel).c_str());
+                               f[k].var, f[k].basepref, data::number_text(f[k].baseidx).c_str(), f[k].nlevels, f[k].levoff,
+                               f[k].baselevel, f[k].term, data::number_text(f[k].minlevel).c_str(), data::number_text(f[k].maxlevel).c_str());
             continue;
         }
         const int64_t nvals = size / (b.ints ? 4 : 8);
         std::string line;
         for (int64_t k = 0; k < nvals; ++k) {
             line += ' ';
-            line += b.ints ? std::to_string(static_cast<const int32_t *>(p)[k]) : lang::number_text(static_cast<const double *>(p)[k]);
+            line += b.ints ? std::to_string(static_cast<const int32_t *>(p)[k]) : data::number_text(static_cast<const double *>(p)[k]);
             if ((k + 1) % b.per == 0 || k + 1 == nvals) {
                 out::out_rimuf("{res} %s\n", line.c_str());
                 line.clear();

@@ -14,8 +14,7 @@
 #include "data/varlist.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace data {
@@ -348,7 +347,7 @@ int cmd_list(int) {
     for (const std::string &line : list_lines(vars, obs, o)) {
         out::out_rimu(line);
         out::out_rimu("{txt}\n");
-        if (session::lp.PendingBreak) return 1;
+        if (session::poll_break()) return 1;
     }
     return 0;
 }

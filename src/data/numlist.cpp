@@ -9,7 +9,7 @@
 #include "data/types.h"
 #include "data/datacmd.h"
 #include "data/varlist.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "matrix/results.h"
 #include "session/errors.h"
 #include "session/store.h"
@@ -138,7 +138,7 @@ std::string numlist_text(const std::vector<double> &v) {
     std::string s;
     for (size_t k = 0; k < v.size(); ++k) {
         if (k) s.push_back(' ');
-        s += lang::number_text(v[k]);
+        s += data::number_text(v[k]);
     }
     return s;
 }

@@ -8,7 +8,7 @@
 
 #include "data/expr.h"
 #include "data/fmt.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/store.h"
@@ -89,7 +89,7 @@ int read_names(std::vector<std::string> &names, bool all_if_empty) {
             if (*gettok(SEP_STD)) return session::error(198);
             return 0;
         }
-        if (int rc = lang::check_name(w)) return rc;
+        if (int rc = session::check_name(w)) return rc;
         double v;
         char buf[EXPR_STRBUF];
         if (!scalar_get(w.c_str(), &v, buf)) return scalar_not_found(w);
@@ -124,7 +124,7 @@ void list_one(const std::string &name) {
 
 // scalar [define] name = exp
 int define(const std::string &name) {
-    if (int rc = lang::check_name(name)) return rc;
+    if (int rc = session::check_name(name)) return rc;
     if (std::string(gettok(SEP_STD)) != "=") return session::error(198);
     ExprValue val;
     if (int rc = expr_eval_scalar(session::tokrest(), val, nullptr, XW_ANY)) return rc;

@@ -12,7 +12,7 @@
 #include "data/fmt.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -574,7 +574,7 @@ int parse_newlist(unsigned flags) {
             std::string lbl = gettok(VLSEP);
             const int ty = type ? type : default_new_type();
             if (is_string_type(ty)) return session::error(181);
-            if (lbl.size() > VNAMELEN || !name_chars_ok(lbl.c_str())) return session::invalid_name(lbl);
+            if (!session::name_ok(lbl)) return session::invalid_name(lbl);
             ps.newvars.back().vallab = lbl;
             if (flags & VL_CREATE) {
                 int v = ps.var[ps.count - 1];
@@ -657,7 +657,7 @@ bool wildmatch(std::string_view pat, std::string_view name) {
 
 int varlookup(std::string_view name, bool report, bool abbrev) {
     const std::string n(name);
-    if (n.size() > (size_t)VNAMELEN || !name_chars_ok(n.c_str())) return -(report ? session::invalid_name(n) : 198);
+    if (!session::name_ok(n)) return -(report ? session::invalid_name(n) : 198);
     const int nv = ds.nvar_visible;
     for (int v = 1; v <= nv; ++v)
         if (std::strcmp(ds.varname[v - 1], n.c_str()) == 0) return v;

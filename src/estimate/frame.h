@@ -17,7 +17,7 @@
 
 #include <omp.h>
 
-#include "session/loop.h"
+#include "session/state.h"
 
 namespace est {
 
@@ -90,7 +90,7 @@ struct ThreadStore {
 };
 
 // The Break poll of a region's loop: a fresh read on every pass, from any thread.
-inline bool break_pending() { return __atomic_load_n(&session::lp.PendingBreak, __ATOMIC_RELAXED) != 0; }
+inline bool break_pending() { return session::poll_break() != 0; }
 
 // ---- Running a region --------------------------------------------------------------------------
 

@@ -7,7 +7,7 @@ namespace est {
 int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list) {
     list.clear();
     for (int32_t i = lo; i <= hi; ++i) {
-        if (session::lp.PendingBreak) {
+        if (session::poll_break()) {
             list.clear();
             return 1;
         }
@@ -21,7 +21,7 @@ int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, con
     list.clear();
     double s = 0;
     for (int32_t i = lo; i <= hi; ++i) {
-        if (session::lp.PendingBreak) {
+        if (session::poll_break()) {
             list.clear();
             return 1;
         }

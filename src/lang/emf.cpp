@@ -25,8 +25,7 @@
 #include "output/log.h"
 #include "output/rimu.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/settings.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -117,14 +116,14 @@ int macro_ref(std::string_view &rest, std::string *stored) {
     if (name.empty()) return session::error(198);
     bool local = session::cmdmatch(kind.c_str(), "local", 3);
     if (!local && !session::cmdmatch(kind.c_str(), "global", 3)) return session::error(198);
-    std::string sn = local ? local_name(name) : name;
-    if (check_name(sn, true)) return session::invalid_name(name);
+    std::string sn = local ? session::local_name(name) : name;
+    if (!session::name_ok(sn)) return session::invalid_name(name);
     *stored = sn;
     return 0;
 }
 
 std::string macro_text(const std::string &stored) {
-    const char *t = macro_get(stored.c_str());
+    const char *t = session::macro_get(stored.c_str());
     return t ? t : "";
 }
 
@@ -294,7 +293,7 @@ std::string list_join(const std::vector<std::string> &w) {
 
 std::vector<std::string> list_words(const std::string &name) {
     std::vector<std::string> out;
-    const char *t = macro_get(local_name(name).c_str());
+    const char *t = session::macro_get(session::local_name(name).c_str());
     for (Word &w : words_of(t ? t : "")) out.push_back(w.raw);
     return out;
 }
@@ -351,7 +350,7 @@ int f_list(std::string_view rest, std::string &v) {
         } else if (op.size() >= 5 && std::string("retokenize").compare(0, op.size(), op) == 0) {
             r = a;
         } else if (op == "clean") {
-            const char *t = macro_get(local_name(w[1].raw).c_str());
+            const char *t = session::macro_get(session::local_name(w[1].raw).c_str());
             for (Word &x : words_of(t ? t : "")) r.push_back(cleaned(x));
         } else {
             return session::error(198);
@@ -463,7 +462,7 @@ int f_subinstr(std::string_view rest, std::string &v) {
         }
     }
     v = out.substr(0, maxcmdlen - 1);
-    if (!count_to.empty()) macro_set(count_to.c_str(), std::to_string(done));
+    if (!count_to.empty()) session::macro_set(count_to.c_str(), std::to_string(done));
     return 0;
 }
 
@@ -671,7 +670,7 @@ int f_length(std::string_view rest, std::string &v) {
     if (int rc = macro_ref(rest, &sn)) return rc;
     if (int rc = nothing_more(rest)) return rc;
     int32_t len = 0;
-    v = macro_get(sn.c_str(), &len) ? std::to_string(len) : "0";
+    v = session::macro_get(sn.c_str(), &len) ? std::to_string(len) : "0";
     return 0;
 }
 
@@ -689,7 +688,7 @@ int f_permname(std::string_view rest, std::string &v) {
     std::string before;
     std::string opttext = split_options(rest, &before);
     std::string name = trim(before);
-    if (check_name(name, true)) return session::invalid_name(name);
+    if (!session::name_ok(name)) return session::invalid_name(name);
     std::vector<Opt> opts;
     if (int rc = parse_options(opttext, opts)) return rc;
     long long len = 32;
@@ -720,7 +719,7 @@ int f_all(std::string_view rest, std::string &v) {
     if (w.empty()) return session::error(198);
     size_t at = 0;
     if (w[0].raw == "numeric" || w[0].raw == "string")
-        return not_built("extended macro function all " + w[0].raw + " scalars");
+        return session::not_built("extended macro function all " + w[0].raw + " scalars");
     std::string kind = w[at++].raw;
     std::string pattern = at < w.size() ? w[at++].bare : "*";
     if (at != w.size()) return session::error(198);
@@ -876,7 +875,7 @@ int emf_run(std::string_view text, std::string &value) {
     }
     const EmfRow *r = w.empty() ? nullptr : find_emf(w);
     if (!r) return session::not_allowed(w.empty() ? "extended macro function" : w);
-    int rc = is_not_built_fn(r->fn) ? not_built(std::string("extended macro function ") + r->word)
+    int rc = is_not_built_fn(r->fn) ? session::not_built(std::string("extended macro function ") + r->word)
                                     : r->fn(rest, value);
     if (rc) value.clear();
     if (value.size() > (size_t)maxcmdlen - 1) value.resize(maxcmdlen - 1);

@@ -55,10 +55,5 @@ int eval_to_int(std::string_view exp, long long &v, bool quiet) {
     return 0;
 }
 
-int not_built(std::string_view what) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(std::string(what) + " is not available in this build\n");
-    return 199;
-}
 
 }  // namespace lang

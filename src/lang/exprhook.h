@@ -12,8 +12,5 @@ bool expressions_available();
 int eval_to_text(std::string_view exp, std::string &text, bool quiet);
 // The same, with an integer result (exit #, the numbers of old syntax).
 int eval_to_int(std::string_view exp, long long &v, bool quiet);
-// Writes "<what> is not available in this build" and returns 199: for features whose subsystem is
-// not built yet.
-int not_built(std::string_view what);
 
 }  // namespace lang

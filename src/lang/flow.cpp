@@ -123,7 +123,7 @@ int run_block(const std::string &first = "", bool expand = false) {
     int result = 0;
     bool pending_first = !first.empty();
     for (;;) {
-        if (lp.PendingBreak) {
+        if (session::poll_break()) {
             lp.execflag = 0;
             result = 1;
         }
@@ -229,7 +229,7 @@ int capture_and_run(const char *head) {
             exited = true;
             break;
         }
-        if (lp.PendingBreak) {
+        if (session::poll_break()) {
             rc = 1;
             break;
         }
@@ -262,7 +262,7 @@ int after_open_brace() {
 // The loop macro name (without its local prefix) read and checked; 0 or the code.
 int loop_name(std::string &name) {
     name = gettok(SEP_STD);
-    if (name.empty() || check_name("_" + name, true)) return session::invalid_name(name);
+    if (name.empty() || !session::name_ok("_" + name)) return session::invalid_name(name);
     return 0;
 }
 
@@ -439,14 +439,14 @@ int cmd_forvalues(int) {
     int rc = 0;
     bool ran = false;
     for (;;) {
-        macro_drop(mname.c_str());
+        session::macro_drop(mname.c_str());
         if (rc || fl.contflag == 2 || lp.exitlevel) break;
         if (step > 0 ? value > last : value < last) break;
-        if (lp.PendingBreak) {
+        if (session::poll_break()) {
             rc = 1;
             break;
         }
-        if (int mrc = macro_set(mname.c_str(), number_text(value))) {
+        if (int mrc = session::macro_set(mname.c_str(), data::number_text(value))) {
             rc = session::error(mrc);
             break;
         }
@@ -591,7 +591,7 @@ int cmd_foreach(int) {
 
     ++fl.fecount;
     if (make) {
-        if (int mrc = macro_set(listname.c_str(), text)) {
+        if (int mrc = session::macro_set(listname.c_str(), text)) {
             --fl.fecount;
             return fail_with_block(session::error(mrc));
         }
@@ -608,20 +608,20 @@ int cmd_foreach(int) {
     int rc = 0;
     bool ran = false;
     for (;;) {
-        macro_drop(mname.c_str());
+        session::macro_drop(mname.c_str());
         int32_t len = 0;
-        const char *list = macro_get(listname.c_str(), &len);
+        const char *list = session::macro_get(listname.c_str(), &len);
         if (!list || offset >= (size_t)len) len = 0;
         while (offset < (size_t)len && list[offset] == ' ')
             ++offset;
         if (rc || fl.contflag == 2 || lp.exitlevel || offset >= (size_t)len) break;
-        if (lp.PendingBreak) {
+        if (session::poll_break()) {
             rc = 1;
             break;
         }
         std::string el = cut_element(list, (size_t)len, offset);
         fl.felistpos = (int)offset;
-        if (int mrc = macro_set(mname.c_str(), el)) {
+        if (int mrc = session::macro_set(mname.c_str(), el)) {
             rc = session::error(mrc);
             break;
         }
@@ -630,7 +630,7 @@ int cmd_foreach(int) {
     }
     fl.felist = felist;
     fl.felistpos = felistpos;
-    if (make) macro_drop(listname.c_str());
+    if (make) session::macro_drop(listname.c_str());
     --fl.fecount;
     if (lp.exitlevel) return rc;
     if (!ran) skip_block();

@@ -11,8 +11,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -59,37 +58,37 @@ int cmd_macdef(int code) {
         std::string t2 = gettok(SEP_STD);
         std::string name = gettok(SEP_STD);
         if (t2 != t || code != C_LOCAL || name.empty() || *session::tokrest()) return session::error(198);
-        std::string sn = local_name(name);
-        if (check_name(sn, true)) return session::invalid_name(name);
-        if (!macro_get(sn.c_str())) return session::macro_not_found(sn);
+        std::string sn = session::local_name(name);
+        if (!session::name_ok(sn)) return session::invalid_name(name);
+        if (!session::macro_get(sn.c_str())) return session::macro_not_found(sn);
         std::string v;
         return macro_incdec(name, t == "+", true, v);
     }
     bool local = code == C_LOCAL || code == C_CLOCAL;
-    std::string sn = local ? local_name(t) : t;
+    std::string sn = local ? session::local_name(t) : t;
     if (code == C_GLOBAL && t[0] == '_') return session::invalid_name(t);
-    if (check_name(sn, true)) return session::invalid_name(t);
-    int type = local ? locallevel : session::ST_GLOBAL;
+    if (!session::name_ok(sn)) return session::invalid_name(t);
+    int type = local ? session::locallevel : session::ST_GLOBAL;
     if (code == C_RLOCAL) type = mat::ret_macro_type();
     else if (code == C_ELOCAL) type = session::ST_E_MACRO;
     else if (code == C_SLOCAL) type = session::ST_S_MACRO;
     if (code == C_CLOCAL) {
-        if (locallevel == session::ST_LOCAL_FIRST) return session::error(198);
-        type = locallevel - 1;
+        if (session::locallevel == session::ST_LOCAL_FIRST) return session::error(198);
+        type = session::locallevel - 1;
     }
     session::TokState ts;
     session::savetok(ts);
     std::string next = gettok(SEP_STD);
     std::string value;
     if (next.empty()) {
-        macro_set_at(sn.c_str(), type, "");
+        session::macro_set_at(sn.c_str(), type, "");
         return 0;
     }
     if (next == "=") {
         if (int rc = eval_to_text(tk.tokpos, value, false)) return rc;
     } else if (next == ":") {
         if (int rc = emf_run(tk.tokpos, value)) {
-            macro_set_at(sn.c_str(), type, "");
+            session::macro_set_at(sn.c_str(), type, "");
             return rc;
         }
     } else {
@@ -99,7 +98,7 @@ int cmd_macdef(int code) {
     }
     if (value.size() > (size_t)session::maxcmdlen - 1) value.resize(session::maxcmdlen - 1);
     if (code == C_RLOCAL || code == C_ELOCAL) mat::drop_scalar(code == C_RLOCAL ? 'R' : 'e', sn.c_str());
-    if (macro_set_at(sn.c_str(), type, value)) return 950;
+    if (session::macro_set_at(sn.c_str(), type, value)) return 950;
     return 0;
 }
 
@@ -142,26 +141,26 @@ int macro_drop_cmd() {
         if (w == "_all") continue;
         std::string stem = w.back() == '*' ? w.substr(0, w.size() - 1) : w;
         if (stem.empty() && w.back() == '*') continue;
-        if (check_name(stem, true)) return session::invalid_name(w);
+        if (!session::name_ok(stem)) return session::invalid_name(w);
     }
     for (const std::string &w : words) {
         if (w == "_all") {
-            session::store_drop_type(locallevel);
+            session::store_drop_type(session::locallevel);
             for (const std::string &n : names_of_type(session::ST_GLOBAL))
-                if (n.compare(0, 2, "S_") != 0) macro_set_at(n.c_str(), session::ST_GLOBAL, "");
+                if (n.compare(0, 2, "S_") != 0) session::macro_set_at(n.c_str(), session::ST_GLOBAL, "");
             continue;
         }
         if (w.back() != '*') {
-            macro_drop(w.c_str());
+            session::macro_drop(w.c_str());
             continue;
         }
         std::string stem = w.substr(0, w.size() - 1);
         bool local = !stem.empty() && stem[0] == '_';
-        int type = local ? locallevel : session::ST_GLOBAL;
+        int type = local ? session::locallevel : session::ST_GLOBAL;
         for (const std::string &n : names_of_type(type)) {
             if (n.compare(0, stem.size(), stem) != 0) continue;
             if (!local && is_protected(n.c_str())) continue;
-            macro_set_at(n.c_str(), type, "");
+            session::macro_set_at(n.c_str(), type, "");
         }
     }
     return 0;
@@ -202,18 +201,18 @@ int macro_list_cmd(bool dir) {
     for (const std::string &n : names)
         if (n == "_all") all = true;
     if (all) {
-        for (int type : {(int)session::ST_GLOBAL, locallevel}) {
+        for (int type : {(int)session::ST_GLOBAL, session::locallevel}) {
             const char *name;
             for (void *p = session::store_walk(nullptr, &name, type, nullptr); p;
                  p = session::store_walk(p, &name, type, nullptr)) {
                 if (int rc = list_one(name, static_cast<const char *>(p))) return rc;
-                if (lp.PendingBreak) return 1;
+                if (session::poll_break()) return 1;
             }
         }
         return 0;
     }
     for (const std::string &n : names) {
-        const char *t = macro_get(n.c_str());
+        const char *t = session::macro_get(n.c_str());
         if (!t) return session::macro_not_found(n);
         if (int rc = list_one(n, t)) return rc;
     }
@@ -231,16 +230,16 @@ int macro_shift_cmd() {
     }
     for (long k = 0; k < n; ++k) {
         for (int i = 1;; ++i) {
-            std::string cur = local_name(std::to_string(i)), nxt = local_name(std::to_string(i + 1));
-            const char *t = macro_get(nxt.c_str());
+            std::string cur = session::local_name(std::to_string(i)), nxt = session::local_name(std::to_string(i + 1));
+            const char *t = session::macro_get(nxt.c_str());
             if (!t) {
-                macro_drop(cur.c_str());
+                session::macro_drop(cur.c_str());
                 break;
             }
             std::string v = t;
-            if (macro_set_at(cur.c_str(), locallevel, v, true)) return 950;
+            if (session::macro_set_at(cur.c_str(), session::locallevel, v, true)) return 950;
         }
-        if (lp.PendingBreak) return 1;
+        if (session::poll_break()) return 1;
     }
     return 0;
 }
@@ -348,12 +347,12 @@ int set_temp_names(std::string (*make)()) {
     for (;;) {
         std::string w = gettok(SEP_STD);
         if (w.empty()) break;
-        if (check_name(local_name(w), true)) return session::invalid_name(w);
+        if (!session::name_ok(session::local_name(w))) return session::invalid_name(w);
         names.push_back(w);
     }
     if (names.empty()) return session::error(198);
     for (const std::string &n : names)
-        if (macro_set(local_name(n).c_str(), make())) return 950;
+        if (session::macro_set(session::local_name(n).c_str(), make())) return 950;
     return 0;
 }
 

@@ -13,7 +13,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/settings.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -23,79 +23,6 @@ namespace lang {
 using session::lp;
 using session::maxcmdlen;
 using session::maxmaclen;
-
-int locallevel = session::ST_LOCAL_FIRST;
-
-// ---- the store ----
-
-const char *macro_get_at(const char *stored_name, int type, int32_t *len) {
-    int32_t l = 0;
-    void *p = session::store_find(stored_name, type, &l);
-    if (p && len) *len = l;
-    return static_cast<const char *>(p);
-}
-
-int macro_set_at(const char *stored_name, int type, std::string_view text, bool keep_empty) {
-    void *p = session::store_find(stored_name, type, nullptr);
-    if (text.empty() && !keep_empty) {
-        if (p) session::store_delete(p);
-        return 0;
-    }
-    int64_t need = (int64_t)text.size() + 1;
-    if (p) {
-        session::StoreRecord *r = session::store_header(p);
-        // Overwrite in place when the block fits and is not far too big for the new text.
-        if (r->allocated >= need && r->allocated <= 2 * need + 64) {
-            std::memcpy(p, text.data(), text.size());
-            static_cast<char *>(p)[text.size()] = '\0';
-            r->length = (int32_t)text.size();
-            r->usedsize = need;
-            return 0;
-        }
-        session::store_delete(p);
-    }
-    void *q = session::store_add(stored_name, type, (int32_t)text.size(), need);
-    if (!q) return 950;
-    std::memcpy(q, text.data(), text.size());
-    static_cast<char *>(q)[text.size()] = '\0';
-    return 0;
-}
-
-const char *macro_get(const char *name, int32_t *len) {
-    return macro_get_at(name, name[0] == '_' ? locallevel : session::ST_GLOBAL, len);
-}
-
-int macro_set(const char *name, std::string_view text) {
-    return macro_set_at(name, name[0] == '_' ? locallevel : session::ST_GLOBAL, text);
-}
-
-int macro_set_empty(const char *name) {
-    return macro_set_at(name, name[0] == '_' ? locallevel : session::ST_GLOBAL, "", true);
-}
-
-void macro_drop(const char *name) { macro_set(name, ""); }
-
-std::string number_text(double v) {
-    static data::Fmt f;
-    static bool parsed = data::fmt_parse("%18.0g", f, true) == 0;
-    (void)parsed;
-    char buf[data::FMT_BUFSIZE];
-    int n = data::fmt_number(v, f, buf, sizeof buf);
-    std::string s;
-    for (int i = 0; i < n; ++i)
-        if (buf[i] != ' ') s.push_back(buf[i]);
-    return s;
-}
-
-int check_name(std::string_view name, bool quiet) {
-    static const char bad[] = "\\!@#$%^&*()-+=[]{}:;,'\"~<>?/|.` ";
-    bool ok = !name.empty() && name.size() <= 32 &&
-              (std::isalpha((unsigned char)name[0]) || name[0] == '_');
-    for (char c : name)
-        if (!ok || std::strchr(bad, c) || (unsigned char)c < 33 || (unsigned char)c > 126) ok = false;
-    if (ok) return 0;
-    return quiet ? 198 : session::invalid_name(name);
-}
 
 // ---- expansion ----
 
@@ -133,8 +60,8 @@ const char *months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", 
 int all_args(std::string &v) {
     v.clear();
     for (int i = 1;; ++i) {
-        std::string n = local_name(std::to_string(i));
-        const char *t = macro_get(n.c_str());
+        std::string n = session::local_name(std::to_string(i));
+        const char *t = session::macro_get(n.c_str());
         if (!t) break;
         if (i > 1) v.push_back(' ');
         v += t;
@@ -160,7 +87,7 @@ int lookup(const std::string &name, std::string &v) {
         return 0;
     }
     if (name.size() > 32) return 0;
-    if (const char *t = macro_get(name.c_str())) v = t;
+    if (const char *t = session::macro_get(name.c_str())) v = t;
     return 0;
 }
 
@@ -211,16 +138,16 @@ int scan_to_close(char *b, size_t q, char open, char close, size_t *end) {
 
 int macro_incdec(const std::string &name, bool up, bool pre, std::string &v) {
     if (!plain_name(name) || name.size() > 31) return session::error(198);
-    std::string sn = local_name(name);
+    std::string sn = session::local_name(name);
     int32_t len = 0;
-    const char *t = macro_get(sn.c_str(), &len);
+    const char *t = session::macro_get(sn.c_str(), &len);
     if (!t) return session::macro_not_found(sn);
     std::string old(t, (size_t)std::min<int32_t>(len, 39));
     double x;
     if (!data::text_to_number(old, x, false)) return session::error(109);
-    std::string nv = number_text(up ? x + 1 : x - 1);
+    std::string nv = data::number_text(up ? x + 1 : x - 1);
     std::string oldfull = t;
-    if (int rc = macro_set(sn.c_str(), nv)) return session::error(rc);
+    if (int rc = session::macro_set(sn.c_str(), nv)) return session::error(rc);
     v = pre ? nv : oldfull;
     return 0;
 }
@@ -239,13 +166,13 @@ int macro_function(const std::string &fname, std::string arg, std::string &v) {
         v = mat::result_text(fname[0], arg.c_str());
     } else if (fname == "macval") {
         if (depth != 1 || arg.size() > 31) return 0;
-        std::string sn = local_name(arg);
-        if (const char *t = macro_get(sn.c_str())) v = t;
+        std::string sn = session::local_name(arg);
+        if (const char *t = session::macro_get(sn.c_str())) v = t;
         skiplen = v.size();
     } else if (fname == "ferest") {
         if (!fl.felist.empty()) {
             int32_t len = 0;
-            const char *t = macro_get(fl.felist.c_str(), &len);
+            const char *t = session::macro_get(fl.felist.c_str(), &len);
             if (t && fl.felistpos < len) {
                 const char *p = t + fl.felistpos;
                 while (*p == ' ') ++p;
@@ -253,7 +180,7 @@ int macro_function(const std::string &fname, std::string arg, std::string &v) {
             }
         }
     } else if (fname == "gdi" || fname == "_gedi") {
-        return not_built("the macro function " + fname + "()");
+        return session::not_built("the macro function " + fname + "()");
     }
     if (v.size() >= (size_t)maxmaclen) return 920;
     return 0;
@@ -269,7 +196,7 @@ int backtick_value(const std::string &s, std::string &v) {
         return 0;
     }
     if (s[0] == ':') return emf_in_reference(s.substr(1), v);
-    if (s[0] == '.') return not_built("a class reference");
+    if (s[0] == '.') return session::not_built("a class reference");
     if (s == "*") return all_args(v);
     if (s.size() > 2 && (s.compare(0, 2, "++") == 0 || s.compare(0, 2, "--") == 0))
         return macro_incdec(s.substr(2), s[0] == '+', true, v);
@@ -280,9 +207,9 @@ int backtick_value(const std::string &s, std::string &v) {
         return macro_function(s.substr(0, paren), s.substr(paren + 1, s.size() - paren - 2), v);
     size_t brack = s.find('[');
     if (brack != std::string::npos && brack > 0 && s.back() == ']' && plain_name(s.substr(0, brack)))
-        return not_built("a characteristic reference");
+        return session::not_built("a characteristic reference");
     if (!plain_name(s) || s.size() > 31) return 0;
-    return lookup(local_name(s), v);
+    return lookup(session::local_name(s), v);
 }
 
 // One replacement at b[pos] ($ or `); *did tells whether the text changed.

@@ -11,7 +11,7 @@
 #include "lang/prog_int.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -48,7 +48,7 @@ int api_error(const char *t) {
 int api_macro_get(const char *name, char *buf, int cap) {
     if (!name) return -1;
     int32_t len = 0;
-    const char *t = macro_get(name, &len);
+    const char *t = session::macro_get(name, &len);
     if (!t) return -1;
     if (buf && cap > 0) {
         int n = len < cap - 1 ? len : cap - 1;
@@ -59,8 +59,8 @@ int api_macro_get(const char *name, char *buf, int cap) {
 }
 
 int api_macro_set(const char *name, const char *text) {
-    if (!name || check_name(name[0] == '_' ? name + 1 : name, true)) return 198;
-    return macro_set(name, text ? text : "");
+    if (!name || !session::name_ok(name[0] == '_' ? name + 1 : name)) return 198;
+    return session::macro_set(name, text ? text : "");
 }
 
 int api_nobs() { return data::ds.nobs; }

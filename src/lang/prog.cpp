@@ -16,8 +16,7 @@
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/loop.h"
-#include "session/sedit2.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -29,6 +28,8 @@ using session::SEP_STD;
 using session::tk;
 
 AdoLoad ado;
+
+bool ado_loading() { return ado.depth > 0 || ado.active; }
 
 namespace {
 
@@ -187,7 +188,7 @@ int program_read(const char *name, const char *first_line, bool brace_mode, Prog
         if (lp.curfile && file_echo) session::set_prompt(lp.curfile, numbered);
         session::line_prompt = numbered;
         int end = session::getline(1, 0);
-        if (lp.PendingBreak) {
+        if (session::poll_break()) {
             rc = 1;
             break;
         }
@@ -229,14 +230,14 @@ int program_read(const char *name, const char *first_line, bool brace_mode, Prog
 namespace {
 
 bool valid_prog_name(const std::string &name) {
-    if (check_name(name, true) == 0) return true;
+    if (session::name_ok(name)) return true;
     if (!ado.active || name.find('.') == std::string::npos || name.size() > 32) return false;
     // While an ado-file loads, names with dots are allowed: each part is a name.
     size_t start = 0;
     for (;;) {
         size_t dot = name.find('.', start);
         std::string part = name.substr(start, dot == std::string::npos ? std::string::npos : dot - start);
-        if (check_name(part, true)) return false;
+        if (!session::name_ok(part)) return false;
         if (dot == std::string::npos) return true;
         start = dot + 1;
     }
@@ -278,7 +279,7 @@ int discard_definition(const std::string &name, int rc) {
 //                              plugin using(file)]
 int program_define() {
     std::string name = gettok(session::SEP_DOT);
-    if (name == ".") return not_built("class member programs");
+    if (name == ".") return session::not_built("class member programs");
     if (name.empty() || name == ",") return session::required("program name");
     if (!valid_prog_name(name)) return session::invalid_name(name);
     ProgHeader opts{};
@@ -330,7 +331,7 @@ int program_define() {
                     size_t e = a.find(' ', at);
                     if (e == std::string::npos) e = a.size();
                     std::string w = a.substr(at, e - at);
-                    if (!w.empty() && check_name(w, true))
+                    if (!w.empty() && !session::name_ok(w))
                         return discard_definition(name, session::invalid_name(w));
                     at = e + 1;
                 }
@@ -394,7 +395,7 @@ int list_program(const ProgHeader *p) {
         char num[16];
         std::snprintf(num, sizeof num, "%3d. ", i + 1);
         out::out_text(std::string(num) + std::string((unsigned char)l[0], ' ') + (l + 1) + "\n");
-        if (lp.PendingBreak) return 1;
+        if (session::poll_break()) return 1;
     }
     return 0;
 }
@@ -564,7 +565,7 @@ std::string adosubdir(const std::string &name, const std::string &suffix) {
 }
 
 bool findfile(const std::string &name, const std::string &suffix, std::string &path) {
-    const char *a = macro_get("S_ADO");
+    const char *a = session::macro_get("S_ADO");
     std::string adopath = a ? std::string(a).substr(0, 5400) : "";
     std::string file = suffix.empty() ? name : name + "." + suffix;
     std::string letter = adosubdir(name, suffix);

@@ -8,7 +8,6 @@ namespace lang {
 // How runfile runs: do, run, a program call, include.
 enum RunMode { MODE_DO = 0, MODE_RUN = 1, MODE_PROG = 3, MODE_INCLUDE = 4 };
 
-inline constexpr int max_callframes = 64;
 inline constexpr int max_prog_bytes = 135600;
 inline constexpr int max_prog_lines = 3501;
 
@@ -32,8 +31,8 @@ struct ProgHeader {
 };
 static_assert(sizeof(ProgHeader) == 132);
 
-// Depth of nested files and programs.
-extern int callframes;
+// True while an ado-file is being loaded.
+bool ado_loading();
 
 // The dispatcher's way in: a stored program or plugin named name; *found false when none.
 int run_stored_program(const char *name, bool *found);

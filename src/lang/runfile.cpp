@@ -13,8 +13,7 @@
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
-#include "session/sedit2.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -24,7 +23,6 @@ using session::lp;
 using session::se;
 using session::tk;
 
-int callframes = 0;
 Flow fl;
 bool file_echo = false;
 
@@ -152,11 +150,11 @@ int file_options(const std::string &text, bool *stop) {
 }
 
 std::string trace_indent() {
-    if (!se.traceindent || callframes < 1) return "";
-    return std::string((size_t)(callframes - 1) * 2, ' ');
+    if (!se.traceindent || lp.callframes < 1) return "";
+    return std::string((size_t)(lp.callframes - 1) * 2, ' ');
 }
 
-bool tracing() { return se.trace && callframes >= 1 && callframes <= se.tracedepth; }
+bool tracing() { return se.trace && lp.callframes >= 1 && lp.callframes <= se.tracedepth; }
 
 void trace_rule(const char *what, const char *name) {
     if (!tracing() || !se.tracesep) return;
@@ -238,8 +236,8 @@ std::vector<std::string> split_args(const std::string &text) {
 
 int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
     if (mode != MODE_PROG && lp.byprefix) return session::error(190);
-    if (callframes >= max_callframes) return session::error(1000);
-    if (mode != MODE_INCLUDE && locallevel >= session::ST_LOCAL_LAST) return session::error(1000);
+    if (lp.callframes >= session::max_callframes) return session::error(1000);
+    if (mode != MODE_INCLUDE && session::locallevel >= session::ST_LOCAL_LAST) return session::error(1000);
 
     Frame fr;
     fr.save();
@@ -275,14 +273,14 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
         return session::error(1004);
     }
 
-    ++callframes;
+    ++lp.callframes;
     if (mode != MODE_INCLUDE) {
-        ++locallevel;
-        macro_set("_0", args);
+        ++session::locallevel;
+        session::macro_set("_0", args);
         int k = 0;
         for (const std::string &w : split_args(args)) {
-            std::string an = local_name(std::to_string(++k));
-            macro_set_at(an.c_str(), locallevel, w, true);
+            std::string an = session::local_name(std::to_string(++k));
+            session::macro_set_at(an.c_str(), session::locallevel, w, true);
         }
     }
     lp.curprog = nullptr;
@@ -322,7 +320,7 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
     int rc = 0;
     for (;;) {
         if (session::getline(1, 0)) {
-            rc = lp.PendingBreak ? 1 : 0;
+            rc = session::poll_break();
             break;
         }
         if (adoload && !ado_word_allowed(tk.cmdbuf)) {
@@ -335,7 +333,7 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
             by_exit = true;
             break;
         }
-        if (lp.PendingBreak) {
+        if (session::poll_break()) {
             rc = 1;
             break;
         }
@@ -350,10 +348,10 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
     int64_t tn_now = tempname_counter, tf_now = tempfile_counter;
     int16_t level_version = lp.version;
     if (mode != MODE_INCLUDE) {
-        session::store_drop_type(locallevel);
-        --locallevel;
+        session::store_drop_type(session::locallevel);
+        --session::locallevel;
     }
-    --callframes;
+    --lp.callframes;
     fr.restore(mode);
     if (mode != MODE_INCLUDE) {
         drop_temp_objects(fr.tempname_counter, tn_now);
@@ -398,7 +396,7 @@ int cmd_exit(int) {
     long long code = 0;
     if (exp.find_first_not_of(' ') != std::string::npos)
         if (int rc = eval_to_int(exp, code, false)) return rc;
-    if (whole || (callframes == 0 && !lp.in_prog)) {
+    if (whole || (lp.callframes == 0 && !lp.in_prog)) {
         if (data::ds.changed && !clear) return session::error(4);
         lp.exitsession = 1;
     }

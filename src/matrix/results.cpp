@@ -17,8 +17,7 @@
 #include "lang/prog.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -39,7 +38,7 @@ constexpr Kinds E_KINDS = {ST_E_SCALAR, ST_E_MACRO, ST_E_MATRIX};
 
 ResultScalars *fast_of(char kind) { return kind == 'r' ? &res.rfast : kind == 'e' ? &res.efast : nullptr; }
 
-int level_index() { return std::clamp(lang::callframes - 1, 0, lang::max_callframes - 1); }
+int level_index() { return std::clamp(lp.callframes - 1, 0, session::max_callframes - 1); }
 
 int fast_find(const ResultScalars &t, const char *name) {
     for (int i = 0; i < t.count; ++i)
@@ -120,7 +119,7 @@ void drop_prefixed(int type) {
 }
 
 std::string number_for_macro(double v) {
-    if (data::is_missing(v)) return lang::number_text(v);
+    if (data::is_missing(v)) return data::number_text(v);
     if (v == (double)(long long)v && v > -1e15 && v < 1e15) return std::to_string((long long)v);
     char buf[40];
     auto r = std::to_chars(buf, buf + sizeof buf, v);
@@ -168,7 +167,7 @@ int list_store(char kind) {
         rc = header("scalars:");
         for (const auto &[n, v] : scalars) {
             if (rc) return rc;
-            const std::string num = lang::number_text(v);
+            const std::string num = data::number_text(v);
             {
                 out::ClassScope cs(out::CLS_TEXT);
                 out::out_text(label(n) + " =  ");
@@ -183,7 +182,7 @@ int list_store(char kind) {
         rc = header("macros:");
         for (const std::string &n : macros) {
             if (rc) return rc;
-            const char *t = lang::macro_get_at(n.c_str(), macro_type_of(kind));
+            const char *t = session::macro_get_at(n.c_str(), macro_type_of(kind));
             std::string head = label(n) + " : ";
             std::string val = std::string("\"") + (t ? t : "") + "\"";
             int room = (out::ch.current ? out::ch.current->width : 79) - (int)head.size();
@@ -219,7 +218,7 @@ template <class Set>
 int scalar_sub(Set set) {
     std::string name = gettok(SEP_STD);
     if (name.empty()) return error(198);
-    if (int rc = lang::check_name(name)) return rc;
+    if (int rc = session::check_name(name)) return rc;
     const char *rest = tokrest();
     while (*rest == ' ') ++rest;
     if (*rest == '=') ++rest;
@@ -228,7 +227,7 @@ int scalar_sub(Set set) {
     return set(name.c_str(), v.num);
 }
 
-int not_yet(const std::string &what) { return lang::not_built(what); }
+int not_yet(const std::string &what) { return session::not_built(what); }
 
 // _return hold slots: each result is one record at the slot's kind, a tag byte ('s' scalar, 'm' macro)
 // and then the value.
@@ -252,7 +251,7 @@ int hold_r(int slot, bool keep) {
         if (!rc) rc = add(n, 's', &v, sizeof v);
     for (const std::string &n : names_at(ST_R_MACRO)) {
         int32_t len = 0;
-        const char *t = lang::macro_get_at(n.c_str(), ST_R_MACRO, &len);
+        const char *t = session::macro_get_at(n.c_str(), ST_R_MACRO, &len);
         if (!rc) rc = add(n, 'm', t, t ? (size_t)len : 0);
     }
     if (rc) {
@@ -323,7 +322,7 @@ int result_lookup(char kind, const char *name, double *v, std::string *text) {
     }
     if (kind != 'r' && kind != 'e' && kind != 's') return RES_NONE;
     int32_t len = 0;
-    if (const char *t = lang::macro_get_at(name, macro_type_of(kind), &len)) {
+    if (const char *t = session::macro_get_at(name, macro_type_of(kind), &len)) {
         if (text) text->assign(t, (size_t)len);
         return RES_MACRO;
     }
@@ -381,14 +380,14 @@ int r_set_scalar(const char *name, double v) { return set_scalar(res.rfast, ST_R
 int e_set_scalar(const char *name, double v) { return set_scalar(res.efast, ST_E_SCALAR, name, v); }
 
 int r_set_macro(const char *name, std::string_view text) {
-    return lang::macro_set_at(name, ST_R_MACRO, text);
+    return session::macro_set_at(name, ST_R_MACRO, text);
 }
 int e_set_macro(const char *name, std::string_view text) {
     res.efast.flags |= RS_MACRO;
-    return lang::macro_set_at(name, ST_E_MACRO, text);
+    return session::macro_set_at(name, ST_E_MACRO, text);
 }
 int s_set_macro(const char *name, std::string_view text) {
-    return lang::macro_set_at(name, ST_S_MACRO, text);
+    return session::macro_set_at(name, ST_S_MACRO, text);
 }
 
 void drop_scalar(char kind, const char *name) {
@@ -429,7 +428,7 @@ void program_leave(int cls, int rc) {
         }
         for (const std::string &n : names_at(mt)) {
             int32_t len = 0;
-            const char *t = lang::macro_get_at(n.c_str(), mt, &len);
+            const char *t = session::macro_get_at(n.c_str(), mt, &len);
             if (r_set_macro(n.c_str(), std::string_view(t ? t : "", t ? (size_t)len : 0))) break;
         }
     }
@@ -440,7 +439,7 @@ void program_leave(int cls, int rc) {
 int cmd_return(int) {
     std::string sub = gettok(SEP_STD);
     if (sub.empty()) {
-        if (lang::callframes > 0 || lp.in_prog) lp.exitlevel = 1;
+        if (lp.callframes > 0 || lp.in_prog) lp.exitlevel = 1;
         return 0;
     }
     if (cmdmatch(sub.c_str(), "list", 2)) {
@@ -472,8 +471,8 @@ int cmd_return(int) {
         if (store_find(n.c_str(), ret_scalar_type(), nullptr) || store_find(n.c_str(), ret_macro_type(), nullptr))
             continue;
         int32_t len = 0;
-        const char *t = lang::macro_get_at(n.c_str(), ST_R_MACRO, &len);
-        if (int rc = lang::macro_set_at(n.c_str(), ret_macro_type(), std::string_view(t, (size_t)len)))
+        const char *t = session::macro_get_at(n.c_str(), ST_R_MACRO, &len);
+        if (int rc = session::macro_set_at(n.c_str(), ret_macro_type(), std::string_view(t, (size_t)len)))
             return rc;
     }
     return 0;
@@ -540,7 +539,7 @@ int cmd__return(int) {
     if (name.empty()) return error(198);
     if (sub == "hold") {
         if (*tokrest()) return error(198);
-        if (int rc = lang::check_name(name)) return rc;
+        if (int rc = session::check_name(name)) return rc;
         if (held_slot(name) >= 0) {
             out::ClassScope cs(out::CLS_ERROR);
             out::out_error(name + " already exists\n");

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "session/loop.h"
+#include "session/state.h"
 
 namespace out {
 
@@ -18,7 +18,7 @@ namespace {
 // Colour style of each output class.
 constexpr uint8_t class_colour[5] = {COL_RESULT, COL_TEXT, COL_TEXT, COL_ERROR, COL_INPUT};
 
-int pending() { return session::lp.PendingBreak; }
+int pending() { return session::poll_break(); }
 
 void set_class_colour() {
     if (ch.current && ch.OutputClass < 5) stream_set_colour(ch.current, class_colour[ch.OutputClass]);

@@ -10,11 +10,11 @@
 
 #include "data/expr.h"
 #include "data/fmt.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/loop.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace out {
@@ -203,7 +203,7 @@ int d_quote(Display &d) {
 int d_request(Display &d) {
     if (std::strcmp(gettok(SEP_STD), "(") != 0) return session::error(198);
     std::string name = gettok(SEP_STD);
-    if (name.empty() || lang::check_name(name, true)) return session::error(198);
+    if (name.empty() || !session::name_ok(name)) return session::error(198);
     // The unread rest of the line is put aside while the answer is read into the command buffer.
     std::string rest = tk.tokpos;
     std::string answer;
@@ -222,7 +222,7 @@ int d_request(Display &d) {
         session::lp.curprog = prog;
         session::line_prompt = prompt;
     }
-    int mrc = lang::macro_set(name.c_str(), answer);
+    int mrc = session::macro_set(name.c_str(), answer);
     std::memcpy(tk.cmdbuf, rest.c_str(), rest.size() + 1);
     session::settok(tk.cmdbuf);
     if (mrc) return session::error(mrc);
@@ -375,7 +375,7 @@ int run_display(Display &d) {
     if (d.buffer) return 0;
     if (d.newlineAtEnd) out_newline();
     out_flush();
-    return session::lp.PendingBreak;
+    return session::poll_break();
 }
 
 } // namespace

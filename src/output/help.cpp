@@ -14,7 +14,7 @@
 #include "output/rimu.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace out {

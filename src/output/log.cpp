@@ -13,16 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "lang/prog.h"
-#include "lang/prog_int.h"  // lang::ado: an ado-file being loaded is not typed input
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/sedit2.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -340,7 +337,7 @@ int log_using() {
                 name = gettok(SEP_STD);
                 if (name == ")") return session::required("name()");
                 if (std::string(gettok(SEP_STD)) != ")") return session::error(198);
-                if (int rc = lang::check_name(name)) return rc;
+                if (int rc = session::check_name(name)) return rc;
             } else
                 return option_not_allowed(w);
         }
@@ -632,8 +629,6 @@ int cmd_cmdlog(int) {
 void cmdlog_line(const char *line) {
     if (!cmdlog.fd || !cmdlog.on || cmdlog.failed) return;
     if (ch.OutputLevel > CLS_INPUT) return;         // input hidden: not recorded either
-    if (session::lp.curfile && (lang::callframes > 1 || lang::ado.depth > 0 || lang::ado.active))
-        return;  // only the top level of a do-file, and never the lines of an ado-file being loaded
     const char *p = line;
     while (*p == ' ') ++p;
     if (!*p || is_cmdlog_command(p)) return;

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "output/rimu_int.h"
-#include "session/loop.h"
+#include "session/state.h"
 
 namespace out {
 
@@ -185,7 +185,7 @@ void pager_count(RimuStream *s) {
     s->inMore = 0;
     if (key == 3 || key == 'q') {
         s->linesShown = 0;
-        session::lp.PendingBreak = BREAK_RC;
+        session::break_signal();
     } else if (key == '\n' || key == '\r' || key == 'l') {
         s->linesShown = s->pageLength;  // one more line, then the prompt again
     } else {

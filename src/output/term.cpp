@@ -14,7 +14,7 @@
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace out {
@@ -339,7 +339,7 @@ int term_getkey() {
             term.resized = 0;
             return KEY_RESIZE;
         }
-        if (session::lp.PendingBreak) return KEY_BREAK;
+        if (session::poll_break()) return KEY_BREAK;
     }
     char seq[KEYSEQ_MAX + 1];
     int n = 0;

@@ -15,7 +15,7 @@
 #include "output/log.h"
 #include "output/rimu.h"
 #include "session/errors.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace out {

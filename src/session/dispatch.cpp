@@ -17,6 +17,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/display.h"
+#include "session/errorcmd.h"
 #include "session/errors.h"
 #include "session/loop.h"
 #include "session/memory.h"
@@ -80,14 +81,6 @@ const SkipRow skip_rows[] = {
     {"version", 4, cmd_version, 0},        {"while", 2, lang::cmd_if, 1},
 };
 
-bool valid_name(const char *w) {
-    if (!((w[0] >= 'a' && w[0] <= 'z') || (w[0] >= 'A' && w[0] <= 'Z') || w[0] == '_')) return false;
-    for (const char *p = w; *p; ++p)
-        if (!((*p >= 'a' && *p <= 'z') || (*p >= 'A' && *p <= 'Z') || (*p >= '0' && *p <= '9') || *p == '_'))
-            return false;
-    return true;
-}
-
 }  // namespace
 
 const CmdRow *find_command(const char *word) {
@@ -140,7 +133,7 @@ int dispatch() {
     }
     std::string word = w;
     out::ClassScope cs(out::CLS_ERROR);
-    if (!valid_name(word.c_str())) {
+    if (!name_ok(word)) {
         out::out_error("unrecognized command:  ");
         out::out_error(word);
         out::out_error(" invalid command name\n");

@@ -1,4 +1,4 @@
-// Return codes: the message of each code, the named-failure helpers and the `error` command.
+// Return codes: the message of each code and the named-failure helpers.
 #include "session/errors.h"
 
 #include <algorithm>
@@ -8,11 +8,9 @@
 #include <cstring>
 #include <string>
 
-#include "data/expr.h"
 #include "output/channel.h"
 #include "session/errtab.h"
-#include "session/loop.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -247,20 +245,6 @@ int error_cmd_show(int code) {
     return code;
 }
 
-// error exp
-int cmd_error(int) {
-    // An expression that fails to compile or run is 197, without a message of its own.
-    data::ExprValue v;
-    const uint8_t level = out::ch.OutputLevel;
-    out::ch.OutputLevel = out::LVL_CAPTURED;
-    int rc = *tokrest() ? data::expr_eval_scalar(tk.tokpos, v, nullptr, data::XW_NUM) : 197;
-    out::ch.OutputLevel = level;
-    if (rc) return 197;
-    double n = std::trunc(v.num);
-    int code = (n < 0 || n >= 100001) ? 100000 : (int)n;  // a missing value is beyond every code
-    return error_cmd_show(code);
-}
-
 int not_allowed(std::string_view what) { return fail(101, std::string(what) + " not allowed\n"); }
 
 int required(std::string_view what) { return fail(100, std::string(what) + " required\n"); }
@@ -270,6 +254,15 @@ int invalid_text(std::string_view text) { return fail(198, "invalid " + std::str
 int invalid_name(std::string_view word) { return fail(198, word_blank(word) + "invalid name\n"); }
 
 int invalid_varname(std::string_view word) { return fail(198, word_blank(word) + "invalid varname\n"); }
+
+int check_name(std::string_view name, bool quiet) {
+    if (name_ok(name)) return 0;
+    return quiet ? 198 : invalid_name(name);
+}
+
+int option_not_allowed(std::string_view name) { return fail(198, "option " + std::string(name) + " not allowed\n"); }
+
+int not_built(std::string_view what) { return fail(199, std::string(what) + " is not available in this build\n"); }
 
 int already_defined(std::string_view word) { return fail(110, std::string(word) + " already defined\n"); }
 

@@ -16,6 +16,12 @@ int required(std::string_view what);                  // 100
 int invalid_text(std::string_view text);              // 198
 int invalid_name(std::string_view word);              // 198
 int invalid_varname(std::string_view word);           // 198
+// The name rule of variables, macros, programs and scalars (name_ok): 0, or 198 with invalid_name
+// unless quiet.
+int check_name(std::string_view name, bool quiet = false);
+int option_not_allowed(std::string_view name);        // 198: "option <name> not allowed"
+// "<what> is not available in this build": a feature whose subsystem is not built yet.
+int not_built(std::string_view what);                 // 199
 int already_defined(std::string_view word);           // 110
 int ambiguous(std::string_view word);                 // 111
 int not_found(std::string_view word);                 // 111
@@ -38,9 +44,6 @@ int found_where_expected(std::string_view found, std::string_view expected);  //
 int file_error(int code, std::string_view name);      // the code (697, 698 are notes)
 int numlist_error(int code, bool single);             // the code
 int out_of_memory_for(std::string_view name, int storetype);  // 0; the caller returns 950
-
-// The `error` command: error exp.
-int cmd_error(int);
 
 // Session flag: empty groups are normal (2000 becomes a note); set while a by-group runs.
 extern bool empty_groups_normal;

@@ -12,7 +12,7 @@
 
 #include "output/channel.h"
 #include "output/term.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace session {
@@ -148,7 +148,7 @@ int plain_byte(unsigned char *c) {
             return 0;
         } else if (errno == EINTR) {
             if (out::term.resized) out::term.resized = 0;
-            else if (lp.PendingBreak) return -1;
+            else if (poll_break()) return -1;
         } else {
             pl.eof = true;
             return 0;

@@ -25,7 +25,6 @@
 
 namespace session {
 
-Loop lp;
 const char *line_prompt = ". ";
 
 // A do-file being read: a 512-byte buffered reader and the comment state that spans its lines.
@@ -69,7 +68,7 @@ int file_byte(FileSource *f) {
             if (f->eof) return -1;
             ssize_t n;
             do n = ::read(f->fd, f->buf, sizeof f->buf);
-            while (n < 0 && errno == EINTR && !lp.PendingBreak);
+            while (n < 0 && errno == EINTR && !poll_break());
             if (n <= 0) {
                 f->eof = true;
                 return -1;
@@ -293,7 +292,7 @@ int getline(int from_program, int prompt_flag) {
             settok(tk.cmdbuf);
             return 0;
         }
-        if (lp.curfile && lp.PendingBreak) return 1;
+        if (lp.curfile && poll_break()) return 1;
         int r;
         if (lp.curfile) {
             r = file_read_command(lp.curfile, tk.cmdbuf, maxcmdlen + 1);
@@ -319,7 +318,8 @@ int getline(int from_program, int prompt_flag) {
         // Strip trailing blanks.
         size_t n = std::strlen(tk.cmdbuf);
         while (n > 0 && tk.cmdbuf[n - 1] == ' ') tk.cmdbuf[--n] = '\0';
-        out::cmdlog_line(tk.cmdbuf);
+        // Only the top level of a do-file is recorded, never the lines of an ado-file being loaded.
+        if (!(lp.curfile && (lp.callframes > 1 || lang::ado_loading()))) out::cmdlog_line(tk.cmdbuf);
         const char *p = tk.cmdbuf;
         while (*p == ' ') ++p;
         if (*p == '#') {
@@ -395,10 +395,7 @@ int execline() {
     lp.exitlevel = 0;
     // A new command typed or read at the top clears a Break; the lines a loop, program or do-file
     // runs do not, or a press landing between two of them would be lost before the next poll.
-    if (lp.execdepth == 0) {
-        lp.PendingBreak = 0;
-        lp.breakheld = 0;
-    }
+    if (lp.execdepth == 0) break_clear();
     lp.byprefix = 0;
     double t0 = lp.rmsg ? now_seconds() : 0;
     int rc = 0;
@@ -432,22 +429,6 @@ int execute_text(const char *text) {
     std::snprintf(tk.cmdbuf, maxcmdlen + 1, "%s", text);
     settok(tk.cmdbuf);
     return execline();
-}
-
-void break_signal() {
-    lp.PendingBreak = lp.breakenabled;
-    lp.breakheld = !lp.breakenabled;
-}
-
-void break_enable(int enabled) {
-    if (!enabled && lp.breakenabled) {
-        lp.breakheld = lp.breakheld || lp.PendingBreak;
-        lp.PendingBreak = 0;
-    } else if (enabled && !lp.breakenabled) {
-        if (lp.breakheld) lp.PendingBreak = 1;
-        lp.breakheld = 0;
-    }
-    lp.breakenabled = enabled;
 }
 
 void prompt_loop() {

@@ -8,7 +8,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 

@@ -10,7 +10,7 @@
 #include "output/channel.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 namespace session {
@@ -23,8 +23,7 @@ int cmd_capture(int) {
     out::ch.OutputLevel = saved;
     if (lp.execflag) {
         lp.capture_rc = rc;
-        lp.PendingBreak = 0;
-        lp.breakheld = 0;
+        break_clear();
     }
     return 0;
 }
@@ -244,13 +243,13 @@ int cmd_sleep(int) {
     long ms = std::strtol(t.c_str(), &end, 10);
     if (t.empty() || *end || ms < 0) return error(198);
     while (ms > 0) {
-        if (lp.PendingBreak) return 1;
+        if (poll_break()) return 1;
         long step = ms < 50 ? ms : 50;
         struct timespec ts = {step / 1000, (step % 1000) * 1000000L};
         nanosleep(&ts, nullptr);
         ms -= step;
     }
-    return lp.PendingBreak ? 1 : 0;
+    return poll_break();
 }
 
 }  // namespace session

@@ -36,7 +36,6 @@
 
 namespace session {
 
-Startup st;
 
 namespace {
 

@@ -15,9 +15,10 @@
 
 #include "data/dataset.h"
 #include "data/expr.h"
+#include "data/fmt.h"
 #include "data/varlist.h"
 #include "estimate/frame.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "lang/prog.h"
 #include "output/channel.h"
 #include "output/rimu.h"
@@ -25,15 +26,13 @@
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/memory.h"
 #include "session/prefs.h"
-#include "session/sedit2.h"
 #include "session/tok.h"
 
 namespace session {
 
-Settings se;
 
 // The ado cache limit that `memory` reports.
 int32_t memory_adosize() { return se.adosize; }
@@ -234,8 +233,8 @@ int rd_level() {
         out::out_error("level must be between 10 and 99.99 inclusive\n");
         return 198;
     }
-    se.level = lang::number_text(v);
-    lang::macro_set("S_level", se.level);
+    se.level = data::number_text(v);
+    session::macro_set("S_level", se.level);
     return 0;
 }
 std::string sh_level() { return se.level; }
@@ -409,7 +408,7 @@ int rd_tol() {
     se.tol = v;
     return 0;
 }
-std::string sh_tol() { return lang::number_text(se.tol); }
+std::string sh_tol() { return data::number_text(se.tol); }
 
 int rd_obs() {
     long long n;
@@ -728,8 +727,8 @@ void load_stored_level() {
     char *end;
     double d = std::strtod(v.c_str(), &end);
     if (v.empty() || *end || d < 10 || d > 99.99) return;
-    se.level = lang::number_text(d);
-    lang::macro_set("S_level", se.level);
+    se.level = data::number_text(d);
+    session::macro_set("S_level", se.level);
 }
 
 // ---- query ----
@@ -831,7 +830,7 @@ int cmd_query(int) {
             if (!g.in_all) continue;
             if (int rc = show_group(g, first)) return rc;
             first = false;
-            if (lp.PendingBreak) return 1;
+            if (poll_break()) return 1;
         }
         return 0;
     }
@@ -880,7 +879,7 @@ struct tm now_tm() {
 }
 
 std::string global_text(const char *name) {
-    const char *t = lang::macro_get(name);
+    const char *t = session::macro_get(name);
     return t ? t : "";
 }
 
@@ -1059,7 +1058,7 @@ bool creturn_text(std::string_view name, std::string &text) {
     CVal v;
     text.clear();
     if (!c_lookup(name, v)) return false;
-    text = v.str ? v.s : lang::number_text(v.num);
+    text = v.str ? v.s : data::number_text(v.num);
     return true;
 }
 
@@ -1068,7 +1067,7 @@ namespace {
 int creturn_line(const std::string &name, const CVal &v) {
     std::string s = "{col 5}c(" + name + "){col 25}= ";
     if (v.str) s += "{res}\"" + brace_escaped(v.s) + "\"{txt}\n";
-    else s += "{res}" + lang::number_text(v.num) + "{txt}\n";
+    else s += "{res}" + data::number_text(v.num) + "{txt}\n";
     out::ClassScope cs(out::CLS_TEXT);
     return out::out_rimu(s);
 }
@@ -1096,7 +1095,7 @@ int cmd_creturn(int) {
         if (!r.heading || r.heading == H_OTHER) continue;
         if (int rc = block(r.heading)) return rc;
         if (int rc = creturn_line(r.name, r.get())) return rc;
-        if (lp.PendingBreak) return 1;
+        if (poll_break()) return 1;
     }
     for (const Group &g : groups) {
         if (!g.in_all) continue;

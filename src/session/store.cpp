@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 
 namespace session {
 

@@ -101,4 +101,14 @@ bool cmdmatch(const char *word, const char *name, int minlen) {
     return std::strncmp(word, name, wl) == 0;
 }
 
+bool name_ok(std::string_view name) {
+    static constexpr char bad[] = "\\!@#$%^&*()-+=[]{}:;,'\"~<>?/|.`";
+    if (name.empty() || name.size() > 32) return false;
+    const unsigned char c0 = (unsigned char)name[0];
+    if (!((c0 >= 'a' && c0 <= 'z') || (c0 >= 'A' && c0 <= 'Z') || c0 == '_')) return false;
+    for (char c : name)
+        if ((unsigned char)c <= ' ' || c == 127 || std::strchr(bad, c)) return false;
+    return true;
+}
+
 }  // namespace session

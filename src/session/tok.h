@@ -1,11 +1,12 @@
 // The tokenizer over the command buffer, and the abbreviation test used by every command.
 #pragma once
 #include <cstddef>
+#include <string_view>
+
+#include "session/state.h"
 
 namespace session {
 
-inline constexpr int maxcmdlen = 165200;  // a command line
-inline constexpr int maxmaclen = 165216;  // a line after macro expansion
 inline constexpr int tokenlen = 503;      // usable bytes of a token
 
 // Separator sets: standard, numbers (no - and +), names with dots, file names.
@@ -36,6 +37,10 @@ void savetok(TokState &st);
 void restoretok(const TokState &st);
 // The unread rest of the text, blanks skipped.
 const char *tokrest();
+
+// The name rule of variables, macros, programs and scalars: 1 to 32 bytes, a letter or '_' first,
+// no blank or control byte, and none of the characters that separate words or build expressions.
+bool name_ok(std::string_view name);
 
 // True when word is a prefix of name, at least minlen and at most strlen(name) long.
 bool cmdmatch(const char *word, const char *name, int minlen);

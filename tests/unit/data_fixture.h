@@ -11,7 +11,7 @@
 #include "matrix/results.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 struct DataFixture : ::testing::Test {

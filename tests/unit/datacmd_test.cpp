@@ -8,12 +8,12 @@
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/varlist.h"
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "matrix/results.h"
 #include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -82,7 +82,7 @@ TEST_F(DataCmd, DescribeShowsTheSummaryAndEachVariable) {
     EXPECT_EQ(rscalar("width"), 22);
     EXPECT_EQ(rscalar("changed"), ds.changed);
     int32_t len;
-    const char *sl = lang::macro_get_at("sortlist", session::ST_R_MACRO, &len);
+    const char *sl = session::macro_get_at("sortlist", session::ST_R_MACRO, &len);
     ASSERT_NE(sl, nullptr);
     EXPECT_EQ(std::string(sl, len), "id");
     session::store_delete(session::store_find("price", session::ST_VARLABEL, &len));
@@ -212,11 +212,11 @@ TEST_F(DataCmd, SetObsReadsOneNumber) {
 TEST_F(DataCmd, NumlistCommandStoresTheList) {
     EXPECT_EQ(run(cmd_numlist, 0, "\"1/3 10(5)20\""), 0);
     int32_t len;
-    const char *s = lang::macro_get_at("numlist", session::ST_R_MACRO, &len);
+    const char *s = session::macro_get_at("numlist", session::ST_R_MACRO, &len);
     ASSERT_NE(s, nullptr);
     EXPECT_EQ(std::string(s, len), "1 2 3 10 15 20");
     EXPECT_EQ(run(cmd_numlist, 0, "\"3 1 2\", sort min(3) max(3) range(>=1 <=3)"), 0);
-    s = lang::macro_get_at("numlist", session::ST_R_MACRO, &len);
+    s = session::macro_get_at("numlist", session::ST_R_MACRO, &len);
     EXPECT_EQ(std::string(s, len), "1 2 3");
     EXPECT_EQ(run(cmd_numlist, 0, "\"0 1\", range(>0)"), 125);
     EXPECT_EQ(msg(), "invalid numlist has elements outside of allowed range\n");

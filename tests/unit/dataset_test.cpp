@@ -10,7 +10,7 @@
 #include "data/dataset.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 
 using namespace data;
 
@@ -26,7 +26,7 @@ class Store : public ::testing::Test {
         ASSERT_TRUE(session::compute_limits());
         ASSERT_EQ(data_init(1 << 20, 5000, 400), 0);
         session::lp.byprefix = 0;
-        session::lp.PendingBreak = 0;
+        session::break_clear();
         hook_log.clear();
         hook_rename_var = [](const char *a, const char *b) {
             hook_log.push_back(std::string("rename ") + a + " " + b);
@@ -39,7 +39,7 @@ class Store : public ::testing::Test {
         hook_drop_var = nullptr;
         hook_clear = nullptr;
         session::lp.byprefix = 0;
-        session::lp.PendingBreak = 0;
+        session::break_clear();
     }
 
     int add(const char *name, int type) {
@@ -558,9 +558,9 @@ TEST_F(Store, BreakDuringPromoteLeavesTheDataset) {
     obs(5);
     fill_all();
     const int32_t w = ds.w_cur, changed = ds.changed;
-    session::lp.PendingBreak = 1;
+    session::break_signal();
     EXPECT_EQ(promote(1, T_DOUBLE, ds.nobs), 1);
-    session::lp.PendingBreak = 0;
+    session::break_clear();
     EXPECT_EQ(names(), "a b");
     EXPECT_EQ(ds.vartype[0], T_BYTE);
     EXPECT_EQ(ds.w_cur, w);

@@ -5,9 +5,9 @@
 
 #include "msg_capture.h"
 #include "output/channel.h"
+#include "session/errorcmd.h"
 #include "session/errors.h"
-#include "session/loop.h"
-#include "session/sedit2.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 

@@ -16,7 +16,7 @@
 #include "data/varlist.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
 

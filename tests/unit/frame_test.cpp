@@ -11,7 +11,7 @@
 #include "estimate/frame.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 
 using namespace est;
 
@@ -83,11 +83,11 @@ TEST(Blocks, ByThreadNumber) {
 class Frames : public ::testing::Test {
   protected:
     void SetUp() override {
-        session::lp.PendingBreak = 0;
+        session::break_clear();
         processors_init(1);
     }
     void TearDown() override {
-        session::lp.PendingBreak = 0;
+        session::break_clear();
         processors_init(1);
     }
 };
@@ -274,7 +274,7 @@ TEST_F(ObsLists, WeightedListsSumInThreadOrder) {
 
 TEST_F(ObsLists, BreakEmptiesTheListAndReturnsOne) {
     est::ObsList list;
-    session::lp.PendingBreak = 1;
+    session::break_signal();
     fr.processors = fr.processorsNow = 2;
     EXPECT_EQ(buildobslist_smp(1, 50000, obstest_marker, &mark, list), 1);
     EXPECT_TRUE(list.empty());

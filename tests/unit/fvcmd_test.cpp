@@ -11,8 +11,7 @@
 #include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 using namespace data;

@@ -13,8 +13,7 @@
 #include "msg_capture.h"
 #include "output/rimu.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
-#include "session/settings.h"
+#include "session/state.h"
 #include "session/tok.h"
 
 using namespace data;

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "msg_capture.h"
 #include "output/log.h"
 #include "session/store.h"
@@ -156,9 +156,9 @@ TEST_F(LogTest, QueryStoresResults) {
     ASSERT_EQ(run(cmd_log, "using " + path("q") + ", text"), 0);
     ASSERT_EQ(run(cmd_log, "off"), 0);
     ASSERT_EQ(run(cmd_log, "query"), 0);
-    const char *fn = lang::macro_get_at("filename", session::ST_R_MACRO);
-    const char *st = lang::macro_get_at("status", session::ST_R_MACRO);
-    const char *ty = lang::macro_get_at("type", session::ST_R_MACRO);
+    const char *fn = session::macro_get_at("filename", session::ST_R_MACRO);
+    const char *st = session::macro_get_at("status", session::ST_R_MACRO);
+    const char *ty = session::macro_get_at("type", session::ST_R_MACRO);
     ASSERT_TRUE(fn && st && ty);
     EXPECT_EQ(std::string(fn), path("q.log"));
     EXPECT_STREQ(st, "off");

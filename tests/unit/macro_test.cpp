@@ -1,20 +1,36 @@
+#include "session/errors.h"
 // Macro expansion in place, the argument splitter, the name rule, number text and the preference
+#include "session/errors.h"
 // store, exercised directly.
+#include "session/errors.h"
 #include <gtest/gtest.h>
+#include "session/errors.h"
 #include <unistd.h>
+#include "session/errors.h"
 
+#include "session/errors.h"
 #include <cstdio>
+#include "session/errors.h"
 #include <fstream>
+#include "session/errors.h"
 #include <string>
+#include "session/errors.h"
 #include <vector>
+#include "session/errors.h"
 
+#include "session/errors.h"
 #include "data/dataset.h"
+#include "session/errors.h"
 #include "lang/emf.h"
+#include "session/errors.h"
 #include "lang/macro.h"
+#include "session/errors.h"
 #include "lang/prog_int.h"
+#include "session/errors.h"
 #include "msg_capture.h"
+#include "session/errors.h"
 #include "session/hexfloat.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/prefs.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -41,11 +57,11 @@ Expanded expand(const std::string &line) {
 struct Globals {
     std::vector<std::string> names;
     void set(const std::string &n, const std::string &v) {
-        lang::macro_set(n.c_str(), v);
+        session::macro_set(n.c_str(), v);
         names.push_back(n);
     }
     ~Globals() {
-        for (const std::string &n : names) lang::macro_drop(n.c_str());
+        for (const std::string &n : names) session::macro_drop(n.c_str());
     }
 };
 
@@ -129,45 +145,48 @@ TEST(Args, SplitAsProgramsReceiveThem) {
 }
 
 TEST(Names, TheNameRule) {
-    EXPECT_EQ(lang::check_name("a", true), 0);
-    EXPECT_EQ(lang::check_name("_1", true), 0);
-    EXPECT_EQ(lang::check_name(std::string(32, 'a'), true), 0);
-    EXPECT_EQ(lang::check_name(std::string(33, 'a'), true), 198);
-    EXPECT_EQ(lang::check_name("1a", true), 198);
-    EXPECT_EQ(lang::check_name("a.b", true), 198);
-    EXPECT_EQ(lang::check_name("a-b", true), 198);
-    EXPECT_EQ(lang::check_name("", true), 198);
+    EXPECT_EQ(session::check_name("a", true), 0);
+    EXPECT_EQ(session::check_name("_1", true), 0);
+    EXPECT_EQ(session::check_name(std::string(32, 'a'), true), 0);
+    EXPECT_EQ(session::check_name(std::string(33, 'a'), true), 198);
+    EXPECT_EQ(session::check_name("1a", true), 198);
+    EXPECT_EQ(session::check_name("a.b", true), 198);
+    EXPECT_EQ(session::check_name("a-b", true), 198);
+    EXPECT_EQ(session::check_name("", true), 198);
+    EXPECT_EQ(session::check_name("a b", true), 198);
+    EXPECT_EQ(session::check_name("a`b", true), 198);  // a macro quote is never part of a name
+    EXPECT_EQ(session::check_name("na\xefve", true), 0);  // bytes above 127 are name characters
     MsgCapture c;
-    EXPECT_EQ(lang::check_name("a$b"), 198);
+    EXPECT_EQ(session::check_name("a$b"), 198);
     EXPECT_EQ(c.text(), "a$b invalid name\n");
 }
 
 TEST(MacroStore, SetInPlaceAndReplace) {
     Globals g;
     g.set("grow", "abc");
-    const char *p1 = lang::macro_get("grow");
+    const char *p1 = session::macro_get("grow");
     g.set("grow", "xyz");
-    EXPECT_EQ(lang::macro_get("grow"), p1);  // same length: the block is reused
+    EXPECT_EQ(session::macro_get("grow"), p1);  // same length: the block is reused
     int32_t len = 0;
     g.set("grow", std::string(1000, 'q'));
-    ASSERT_NE(lang::macro_get("grow", &len), nullptr);
+    ASSERT_NE(session::macro_get("grow", &len), nullptr);
     EXPECT_EQ(len, 1000);
-    lang::macro_set_empty("grow");
-    ASSERT_NE(lang::macro_get("grow", &len), nullptr);
+    session::macro_set_empty("grow");
+    ASSERT_NE(session::macro_get("grow", &len), nullptr);
     EXPECT_EQ(len, 0);
-    lang::macro_set("grow", "");
-    EXPECT_EQ(lang::macro_get("grow"), nullptr);
+    session::macro_set("grow", "");
+    EXPECT_EQ(session::macro_get("grow"), nullptr);
 }
 
 TEST(MacroStore, OutOfRoomIs950) {
     MsgCapture c;
     store_fail_countdown = 1;
-    EXPECT_EQ(lang::macro_set("nomem", "text"), 950);
+    EXPECT_EQ(session::macro_set("nomem", "text"), 950);
     store_fail_countdown = 1;
-    EXPECT_EQ(lang::macro_set("_nomem", "text"), 950);
+    EXPECT_EQ(session::macro_set("_nomem", "text"), 950);
     store_fail_countdown = 0;
     EXPECT_EQ(c.text(), "insufficient memory for global macro nomem\ninsufficient memory for local macro nomem\n");
-    EXPECT_EQ(lang::macro_get("nomem"), nullptr);
+    EXPECT_EQ(session::macro_get("nomem"), nullptr);
 }
 
 TEST(Temp, NameForms) {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "lang/macro.h"
+#include "session/macstore.h"
 #include "matrix/results.h"
 #include "session/store.h"
 
@@ -94,14 +94,14 @@ TEST(ResultScalars, ClearingEDropsTheOldEstimationObjects) {
     Clean c;
     ASSERT_EQ(e_set_scalar("ll", -3), 0);
     ASSERT_EQ(e_set_macro("cmd", "fit"), 0);
-    ASSERT_EQ(lang::macro_set("S_E_cmd", "fit"), 0);
-    ASSERT_EQ(lang::macro_set("S_keep", "yes"), 0);
+    ASSERT_EQ(session::macro_set("S_E_cmd", "fit"), 0);
+    ASSERT_EQ(session::macro_set("S_keep", "yes"), 0);
     double five = 5;
     ASSERT_NE(session::store_add_copy("S_E_x", session::ST_SCALAR, 8, &five, 8), nullptr);
     e_clear();
     EXPECT_EQ(result_lookup('e', "ll", nullptr, nullptr), RES_NONE);
     EXPECT_EQ(result_lookup('e', "cmd", nullptr, nullptr), RES_NONE);
-    EXPECT_EQ(lang::macro_get("S_E_cmd"), nullptr);
-    ASSERT_NE(lang::macro_get("S_keep"), nullptr);
+    EXPECT_EQ(session::macro_get("S_E_cmd"), nullptr);
+    ASSERT_NE(session::macro_get("S_keep"), nullptr);
     EXPECT_EQ(session::store_find("S_E_x", session::ST_SCALAR, nullptr), nullptr);
 }

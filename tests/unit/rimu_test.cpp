@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "output/rimu.h"
-#include "session/loop.h"
+#include "session/state.h"
 
 using namespace out;
 
@@ -96,11 +96,11 @@ protected:
     void SetUp() override {
         s = stream_new();
         stream_set_sink(s, capture_sink, &cap);
-        session::lp.PendingBreak = 0;
+        session::break_clear();
     }
     void TearDown() override {
         stream_free(s);
-        session::lp.PendingBreak = 0;
+        session::break_clear();
         more_switch = true;
         latin1_codepage = true;
     }
@@ -877,7 +877,7 @@ TEST_F(Rimu, PagerKeys) {
     for (int i = 1; i <= 10; ++i) put(std::to_string(i) + "\n");
     EXPECT_EQ(cap.events, (V{"L:1", "L:2", "L:3", "MORE", "L:4", "MORE", "L:5", "L:6", "L:7", "MORE", "L:8",
                              "L:9", "L:10", "MORE"}));
-    EXPECT_EQ(session::lp.PendingBreak, 1);
+    EXPECT_EQ(session::poll_break(), 1);
 }
 
 TEST_F(Rimu, PagerBreakKeyAndReturn) {
@@ -885,7 +885,7 @@ TEST_F(Rimu, PagerBreakKeyAndReturn) {
     cap.keys = {'\r', 3};
     for (int i = 1; i <= 4; ++i) put(std::to_string(i) + "\n");
     EXPECT_EQ(cap.events, (V{"L:1", "L:2", "MORE", "L:3", "MORE", "L:4"}));
-    EXPECT_EQ(session::lp.PendingBreak, 1);
+    EXPECT_EQ(session::poll_break(), 1);
     EXPECT_EQ(s->linesShown, 1);
 }
 

@@ -11,9 +11,8 @@
 #include "matrix/results.h"
 #include "msg_capture.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/state.h"
 #include "session/memory.h"
-#include "session/sedit2.h"
 #include "session/store.h"
 #include "session/tok.h"
 

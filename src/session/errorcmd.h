@@ -1,0 +1,9 @@
+// The `error` command.
+#pragma once
+
+namespace session {
+
+// error exp
+int cmd_error(int);
+
+}  // namespace session
