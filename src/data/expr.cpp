@@ -18,7 +18,6 @@
 #include "data/fmt.h"
 #include "data/scalar.h"
 #include "data/varlist.h"
-#include "lang/exprhook.h"
 #include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"

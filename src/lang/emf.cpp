@@ -24,6 +24,7 @@
 #include "output/display.h"
 #include "output/log.h"
 #include "output/rimu.h"
+#include "session/findfile.h"
 #include "session/errors.h"
 #include "session/state.h"
 #include "session/settings.h"
@@ -478,7 +479,7 @@ int f_sysdir(std::string_view rest, std::string &v) {
     }
     for (const char *s : {"UPDATES", "BASE", "SITE", "PLUS", "PERSONAL", "OLDPLACE"})
         if (up == s) {
-            v = adopath_dir(s);
+            v = session::adopath_dir(s);
             return 0;
         }
     out::ClassScope cs(out::CLS_ERROR);
@@ -586,7 +587,7 @@ int f_adosubdir(std::string_view rest, std::string &v) {
     const std::string &f = w[0].bare;
     size_t dot = f.rfind('.');
     std::string suffix = dot == std::string::npos ? "" : f.substr(dot + 1);
-    v = adosubdir(dot == std::string::npos ? f : f.substr(0, dot), suffix);
+    v = session::adosubdir(dot == std::string::npos ? f : f.substr(0, dot), suffix);
     return 0;
 }
 

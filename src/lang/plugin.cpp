@@ -10,6 +10,7 @@
 #include "lang/plugin_api.h"
 #include "lang/prog_int.h"
 #include "output/channel.h"
+#include "session/findfile.h"
 #include "session/errors.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -115,7 +116,7 @@ int plugin_define(const std::string &name, const std::string &using_file, int cl
     if (using_file.find('/') == std::string::npos) {
         std::string found;
         // dlopen would search the system's library directories for a bare name: never let it.
-        path = findfile(using_file, "", found) ? found : "./" + using_file;
+        path = session::findfile(using_file, "", found) ? found : "./" + using_file;
     }
     if (path.size() >= sizeof(PluginRec::path)) return session::error(198);
     void *h = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -13,7 +13,8 @@
 #include "lang/macro.h"
 #include "lang/prog_int.h"
 #include "output/channel.h"
-#include "session/dispatch.h"
+#include "session/findfile.h"
+#include "session/commands.h"
 #include "session/errors.h"
 #include "session/loop.h"
 #include "session/state.h"
@@ -538,59 +539,6 @@ int run_stored_program(const char *name, bool *found) {
     return 0;
 }
 
-// ---- the ado path ----
-
-std::string adopath_dir(const std::string &e) {
-    const session::Sysdirs &d = session::st.sysdirs;
-    if (e == "UPDATES") return d.UPDATES;
-    if (e == "BASE") return d.BASE;
-    if (e == "SITE") return d.SITE;
-    if (e == "PLUS") return d.PLUS;
-    if (e == "PERSONAL") return d.PERSONAL;
-    if (e == "OLDPLACE") return d.OLDPLACE;
-    std::string s = e;
-    if (s.size() >= 1 && s[0] == '~' && (s.size() == 1 || s[1] == '/')) {
-        const char *h = std::getenv("HOME");
-        if (h) s = std::string(h) + s.substr(1);
-    }
-    if (!s.empty() && s.back() != '/') s.push_back('/');
-    return s;
-}
-
-std::string adosubdir(const std::string &name, const std::string &suffix) {
-    if (suffix == "style") return "style";
-    size_t slash = name.rfind('/');
-    std::string base = slash == std::string::npos ? name : name.substr(slash + 1);
-    return base.empty() ? "" : base.substr(0, 1);
-}
-
-bool findfile(const std::string &name, const std::string &suffix, std::string &path) {
-    const char *a = session::macro_get("S_ADO");
-    std::string adopath = a ? std::string(a).substr(0, 5400) : "";
-    std::string file = suffix.empty() ? name : name + "." + suffix;
-    std::string letter = adosubdir(name, suffix);
-    size_t start = 0;
-    while (start <= adopath.size()) {
-        size_t semi = adopath.find(';', start);
-        if (semi == std::string::npos) semi = adopath.size();
-        std::string e = trimmed(adopath.substr(start, semi - start));
-        start = semi + 1;
-        if (e.empty()) continue;
-        std::string dir = adopath_dir(e);
-        for (const std::string &cand : {dir + file, dir + letter + "/" + file}) {
-            if (cand.size() > 500) continue;
-            int fd = ::open(cand.c_str(), O_RDONLY | O_CLOEXEC);
-            if (fd < 0) continue;
-            ::close(fd);
-            path = cand;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool find_on_adopath(const char *name, std::string *found_path) { return findfile(name, "", *found_path); }
-
 // ---- automatic loading ----
 
 namespace {
@@ -626,7 +574,7 @@ void ado_trim(uint32_t guard) {
 int run_ado(const char *name, bool *found) {
     std::string word = name;
     std::string path;
-    if (!findfile(word, "ado", path)) {
+    if (!session::findfile(word, "ado", path)) {
         *found = false;
         return 0;
     }
@@ -723,7 +671,7 @@ int cmd_which(int) {
         suffix = name.substr(dot + 1);
         file = name.substr(0, dot);
     }
-    if (!findfile(file, suffix, path)) {
+    if (!session::findfile(file, suffix, path)) {
         out::ClassScope cs(out::CLS_ERROR);
         out::out_error("command " + name + " not found as either built-in or ado-file\n");
         return 111;

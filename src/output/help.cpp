@@ -8,11 +8,11 @@
 #include <cstring>
 #include <string>
 
-#include "lang/prog.h"
 #include "output/channel.h"
 #include "output/log.h"
 #include "output/rimu.h"
-#include "session/dispatch.h"
+#include "session/findfile.h"
+#include "session/commands.h"
 #include "session/errors.h"
 #include "session/state.h"
 #include "session/tok.h"
@@ -34,7 +34,7 @@ bool readable(const std::string &path) {
 // directory of the system directory and its letter folder.
 bool find_help(const std::string &topic, std::string &path) {
     std::string file = topic + ".orhlp";
-    if (lang::find_on_adopath(file.c_str(), &path)) return true;
+    if (session::find_on_adopath(file.c_str(), &path)) return true;
     std::string base = session::st.sysdirs.BASE;
     if (base.empty() && !session::st.sysdir_orvat.empty()) base = session::st.sysdir_orvat + "ado/base/";
     if (base.empty()) return false;

@@ -1,9 +1,5 @@
-// The command table and the dispatcher's look-up.
+// The dispatcher: a command word to the handler of its row, a stored program or an ado-file.
 #pragma once
-
-#include "data/datacmd.h"  // handlers of the data-management rows
-#include "data/scalar.h"   // the scalar command
-#include "output/log.h"   // log, cmdlog, translate, translator, chelp/man, view
 
 namespace session {
 
@@ -11,23 +7,7 @@ namespace session {
 // arg is the row's constant (shared handlers tell their commands apart by it).
 using Handler = int (*)(int arg);
 
-}  // namespace session
 
-namespace session {
-
-// Version tests of the rows that depend on `version`.
-enum VersionTest { V_ANY, V_GE600, V_GE800, V_LT600, V_LT800 };
-
-struct CmdRow {
-    const char *name;
-    int minlen;
-    Handler handler;
-    int arg;
-    VersionTest vtest;
-};
-
-// Finds the row that word resolves to under the version in force, or null.
-const CmdRow *find_command(const char *word);
 // The full name of the row being run (for messages of shared handlers).
 extern const char *current_command;
 

@@ -17,6 +17,7 @@
 #include "output/channel.h"
 #include "output/log.h"
 #include "output/term.h"
+#include "session/commands.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/lineedit.h"
@@ -349,11 +350,8 @@ bool loop_head(const char *line) {
     for (;;) {
         std::string w = gettok(SEP_STD);
         if (w == ":") continue;
-        if (cmdmatch(w.c_str(), "capture", 3) || cmdmatch(w.c_str(), "noisily", 1) ||
-            cmdmatch(w.c_str(), "quietly", 1))
-            continue;
-        head = cmdmatch(w.c_str(), "while", 2) || cmdmatch(w.c_str(), "forvalues", 4) ||
-               cmdmatch(w.c_str(), "foreach", 7);
+        if (command_has(w.c_str(), CF_PREFIX)) continue;
+        head = command_has(w.c_str(), CF_LOOP);
         break;
     }
     restoretok(saved);

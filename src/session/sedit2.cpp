@@ -26,6 +26,7 @@
 #include "output/channel.h"
 #include "output/log.h"
 #include "output/term.h"
+#include "session/findfile.h"
 #include "session/hexfloat.h"
 #include "session/lineedit.h"
 #include "session/loop.h"
@@ -161,7 +162,7 @@ std::string find_profile(const std::string &name) {
     }
     if (readable(st.sysdir_orvat + name)) return st.sysdir_orvat + name;
     std::string found;
-    if (lang::find_on_adopath(name.c_str(), &found)) return found;
+    if (session::find_on_adopath(name.c_str(), &found)) return found;
     return "";
 }
 
@@ -346,7 +347,7 @@ bool allocate_memory() {
 // leapseconds.maint is found on the ado path, like any other system file.
 bool locate_leapseconds(char *path, int cap) {
     std::string p;
-    if (!lang::find_on_adopath("leapseconds.maint", &p) || (int)p.size() >= cap) return false;
+    if (!session::find_on_adopath("leapseconds.maint", &p) || (int)p.size() >= cap) return false;
     std::memcpy(path, p.c_str(), p.size() + 1);
     return true;
 }

@@ -1,5 +1,6 @@
 // Settings: one table of the words of `set`, each with where its value lives, its preference key and
 // its place in `query`; and the values `c()` and `creturn list` report.
+#include "session/findfile.h"
 #include "session/settings.h"
 
 #include <pwd.h>
@@ -25,6 +26,7 @@
 #include "output/term.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
+#include "session/findfile.h"
 #include "session/hexfloat.h"
 #include "session/state.h"
 #include "session/memory.h"
@@ -301,7 +303,7 @@ int rd_scheme() {
     if (w.empty() || w.size() > 33) return error(198);
     if (int rc = end_of_value()) return rc;
     std::string path;
-    if (w != "s2color" && !lang::findfile("scheme-" + w, "scheme", path)) {
+    if (w != "s2color" && !session::findfile("scheme-" + w, "scheme", path)) {
         out::ClassScope cs(out::CLS_ERROR);
         out::out_error("scheme " + w + " not found\n");
         return 111;
