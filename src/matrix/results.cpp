@@ -1,5 +1,5 @@
 // The result stores r(), e(), s(): the fast scalar tables, the store kinds behind them, return() by
-// program level, the hand-over at a program's end, `_return hold`, and the listing commands.
+// program level, the hand-over at a program's end, and the slots of `_return hold`.
 #include "matrix/results.h"
 
 #include <algorithm>
@@ -12,11 +12,9 @@
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "data/types.h"
-#include "lang/exprhook.h"
-#include "lang/macro.h"
-#include "lang/prog.h"
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/macstore.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -100,7 +98,8 @@ void drop_kinds(const Kinds &k) {
     for (int i = 0; i < 3; ++i) store_drop_type(k.matrix + i);
 }
 
-// Names stored at a kind, in the order they were stored.
+}  // namespace
+
 std::vector<std::string> names_at(int type) {
     std::vector<std::string> v;
     const char *name;
@@ -109,6 +108,8 @@ std::vector<std::string> names_at(int type) {
     std::reverse(v.begin(), v.end());
     return v;
 }
+
+namespace {
 
 bool prefix_se(const char *name) { return std::strncmp(name, "S_E_", 4) == 0; }
 
@@ -128,7 +129,8 @@ std::string number_for_macro(double v) {
 
 int ret_matrix_type() { return ST_RETMATRIX_FIRST + 3 * level_index(); }
 
-// The scalars of a store, fast table first, in the order they were stored.
+}  // namespace
+
 std::vector<std::pair<std::string, double>> scalars_of(char kind) {
     std::vector<std::pair<std::string, double>> v;
     if (ResultScalars *t = fast_of(kind))
@@ -141,93 +143,12 @@ std::vector<std::pair<std::string, double>> scalars_of(char kind) {
 }
 
 int macro_type_of(char kind) { return kind == 'r' ? ST_R_MACRO : kind == 'e' ? ST_E_MACRO : ST_S_MACRO; }
+
+namespace {
 int matrix_type_of(char kind) { return kind == 'r' ? ST_R_MATRIX : kind == 'e' ? ST_E_MATRIX : 0; }
+}  // namespace
 
-// An e(sample) marker exists while the dataset holds the hidden variable "(e)".
 bool has_sample() { return data::find_var("(e)") > 0; }
-
-// ---------------------------------------------------------------------------------------------------------
-// The listing: scalars, macros, matrices, functions, each part left out when empty.
-
-int list_store(char kind) {
-    const std::string open = std::string(1, kind) + "(";
-    auto label = [&](const std::string &n) {
-        std::string s = open + n + ")";
-        return s.size() < 17 ? std::string(17 - s.size(), ' ') + s : s;
-    };
-    auto header = [](const char *h) {
-        out::ClassScope cs(out::CLS_TEXT);
-        out::out_text("\n");
-        out::out_text(h);
-        return out::out_text("\n\n");
-    };
-    int rc = 0;
-    auto scalars = scalars_of(kind);
-    if (!scalars.empty()) {
-        rc = header("scalars:");
-        for (const auto &[n, v] : scalars) {
-            if (rc) return rc;
-            const std::string num = data::number_text(v);
-            {
-                out::ClassScope cs(out::CLS_TEXT);
-                out::out_text(label(n) + " =  ");
-            }
-            out::ClassScope cs(out::CLS_RESULT);
-            out::out_text(num);
-            rc = out::out_newline();
-        }
-    }
-    auto macros = names_at(macro_type_of(kind));
-    if (!rc && !macros.empty()) {
-        rc = header("macros:");
-        for (const std::string &n : macros) {
-            if (rc) return rc;
-            const char *t = session::macro_get_at(n.c_str(), macro_type_of(kind));
-            std::string head = label(n) + " : ";
-            std::string val = std::string("\"") + (t ? t : "") + "\"";
-            int room = (out::ch.current ? out::ch.current->width : 79) - (int)head.size();
-            if ((int)val.size() > room && room > 4) val = val.substr(0, (size_t)room - 3) + "..\"";
-            {
-                out::ClassScope cs(out::CLS_TEXT);
-                out::out_text(head);
-            }
-            out::ClassScope cs(out::CLS_RESULT);
-            out::out_text(val);
-            rc = out::out_newline();
-        }
-    }
-    // Matrices join this listing, with their sizes, when the matrix store exists.
-    if (!rc && kind == 'e' && has_sample()) {
-        rc = header("functions:");
-        if (!rc) {
-            out::ClassScope cs(out::CLS_TEXT);
-            out::out_text(label("sample"));
-            rc = out::out_newline();
-        }
-    }
-    return rc;
-}
-
-// ---------------------------------------------------------------------------------------------------------
-// Shared parsing of the `local` and `scalar` subcommands.
-
-int class_error(int cls) { return error(cls == 1 ? 151 : cls == 3 ? 152 : 153); }
-
-// name [=] exp : a numeric expression stored by set().
-template <class Set>
-int scalar_sub(Set set) {
-    std::string name = gettok(SEP_STD);
-    if (name.empty()) return error(198);
-    if (int rc = session::check_name(name)) return rc;
-    const char *rest = tokrest();
-    while (*rest == ' ') ++rest;
-    if (*rest == '=') ++rest;
-    data::ExprValue v;
-    if (int rc = data::expr_eval_scalar(rest, v, nullptr, data::XW_NUM)) return rc;
-    return set(name.c_str(), v.num);
-}
-
-int not_yet(const std::string &what) { return session::not_built(what); }
 
 // _return hold slots: each result is one record at the slot's kind, a tag byte ('s' scalar, 'm' macro)
 // and then the value.
@@ -286,6 +207,8 @@ void free_slot(int slot) {
     store_drop_type(ST_HELD_RETURN + slot);
     res.held[slot][0] = '\0';
 }
+
+namespace {
 
 int expr_result(char kind, const char *name, double *v, char *buf) {
     std::string text;
@@ -412,6 +335,28 @@ void drop_return_level() {
 }
 }  // namespace
 
+void ret_clear() { drop_return_level(); }
+
+int ret_set_scalar(const char *name, double v) {
+    if (void *p = store_find(name, ret_macro_type(), nullptr)) store_delete(p);
+    return store_scalar(name, ret_scalar_type(), v);
+}
+
+int ret_add() {
+    for (const auto &[n, v] : scalars_of('r'))
+        if (!store_find(n.c_str(), ret_scalar_type(), nullptr) && !store_find(n.c_str(), ret_macro_type(), nullptr))
+            if (int rc = store_scalar(n.c_str(), ret_scalar_type(), v)) return rc;
+    for (const std::string &n : names_at(ST_R_MACRO)) {
+        if (store_find(n.c_str(), ret_scalar_type(), nullptr) || store_find(n.c_str(), ret_macro_type(), nullptr))
+            continue;
+        int32_t len = 0;
+        const char *t = session::macro_get_at(n.c_str(), ST_R_MACRO, &len);
+        if (int rc = session::macro_set_at(n.c_str(), ret_macro_type(), std::string_view(t, (size_t)len)))
+            return rc;
+    }
+    return 0;
+}
+
 void program_enter(int cls) {
     res.ProgramClass = cls;
     if (cls == 1) drop_return_level();
@@ -433,164 +378,6 @@ void program_leave(int cls, int rc) {
         }
     }
     drop_return_level();
-}
-
-// return {local|scalar|matrix|list|clear|add} ... ; return alone ends the program
-int cmd_return(int) {
-    std::string sub = gettok(SEP_STD);
-    if (sub.empty()) {
-        if (lp.callframes > 0 || lp.in_prog) lp.exitlevel = 1;
-        return 0;
-    }
-    if (cmdmatch(sub.c_str(), "list", 2)) {
-        if (*tokrest()) return error(198);
-        return list_store('r');
-    }
-    const bool local = cmdmatch(sub.c_str(), "local", 3), scalar = cmdmatch(sub.c_str(), "scalar", 3),
-               matrix = cmdmatch(sub.c_str(), "matrix", 3), add = sub == "add", clear = sub == "clear";
-    if (!local && !scalar && !matrix && !add && !clear) return error(198);
-    if (clear) {
-        if (*tokrest()) return error(198);
-        if (res.ProgramClass == 1) drop_return_level();
-        return 0;
-    }
-    if (res.ProgramClass != 1) return class_error(1);
-    if (local) return lang::cmd_macdef(4);
-    if (scalar)
-        return scalar_sub([](const char *n, double v) {
-            if (void *p = store_find(n, ret_macro_type(), nullptr)) store_delete(p);
-            return store_scalar(n, ret_scalar_type(), v);
-        });
-    if (matrix) return not_yet("return matrix");
-    if (*tokrest()) return error(198);
-    // return add: what r() holds now joins return(), where return() has no value of that name.
-    for (const auto &[n, v] : scalars_of('r'))
-        if (!store_find(n.c_str(), ret_scalar_type(), nullptr) && !store_find(n.c_str(), ret_macro_type(), nullptr))
-            if (int rc = store_scalar(n.c_str(), ret_scalar_type(), v)) return rc;
-    for (const std::string &n : names_at(ST_R_MACRO)) {
-        if (store_find(n.c_str(), ret_scalar_type(), nullptr) || store_find(n.c_str(), ret_macro_type(), nullptr))
-            continue;
-        int32_t len = 0;
-        const char *t = session::macro_get_at(n.c_str(), ST_R_MACRO, &len);
-        if (int rc = session::macro_set_at(n.c_str(), ret_macro_type(), std::string_view(t, (size_t)len)))
-            return rc;
-    }
-    return 0;
-}
-
-// ereturn {local|scalar|matrix|list|clear|post|repost} ...
-int cmd_ereturn(int) {
-    std::string sub = gettok(SEP_STD);
-    if (sub.empty()) return error(198);
-    if (cmdmatch(sub.c_str(), "list", 2)) {
-        if (*tokrest()) return error(198);
-        return list_store('e');
-    }
-    if (sub == "clear") {
-        if (*tokrest()) return error(198);
-        e_clear();
-        return 0;
-    }
-    const bool local = cmdmatch(sub.c_str(), "local", 3), scalar = cmdmatch(sub.c_str(), "scalar", 3),
-               matrix = cmdmatch(sub.c_str(), "matrix", 3), post = sub == "post", repost = sub == "repost";
-    if (!local && !scalar && !matrix && !post && !repost) return error(198);
-    if (res.ProgramClass != 3) return class_error(3);
-    if (local) return lang::cmd_macdef(5);
-    if (scalar)
-        return scalar_sub([](const char *n, double v) {
-            if (void *p = store_find(n, ST_E_MACRO, nullptr)) store_delete(p);
-            return e_set_scalar(n, v);
-        });
-    return not_yet("ereturn " + sub);
-}
-
-// sreturn {local|clear|list} ...
-int cmd_sreturn(int) {
-    std::string sub = gettok(SEP_STD);
-    if (sub.empty()) return error(198);
-    if (cmdmatch(sub.c_str(), "list", 2)) {
-        if (*tokrest()) return error(198);
-        return list_store('s');
-    }
-    if (sub == "clear") {
-        if (*tokrest()) return error(198);
-        s_clear();
-        return 0;
-    }
-    if (!cmdmatch(sub.c_str(), "local", 3)) return error(198);
-    if (res.ProgramClass != 2) return class_error(2);
-    return lang::cmd_macdef(6);
-}
-
-// _return hold name ; _return restore name [, hold] ; _return drop {name | _all} ; _return dir
-int cmd__return(int) {
-    std::string sub = gettok(SEP_STD);
-    if (sub == "dir") {
-        if (*tokrest()) return error(198);
-        out::ClassScope cs(out::CLS_TEXT);
-        for (int i = 0; i < HELD_RETURNS; ++i)
-            if (res.held[i][0]) {
-                out::out_text(res.held[i]);
-                if (int rc = out::out_newline()) return rc;
-            }
-        return 0;
-    }
-    std::string name = gettok(SEP_STD);
-    if (name.empty()) return error(198);
-    if (sub == "hold") {
-        if (*tokrest()) return error(198);
-        if (int rc = session::check_name(name)) return rc;
-        if (held_slot(name) >= 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(name + " already exists\n");
-            return 110;
-        }
-        int slot = held_slot("");
-        if (slot < 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error("too many _returns held\n");
-            return 1000;
-        }
-        if (int rc = hold_r(slot, false)) return rc;
-        std::snprintf(res.held[slot], sizeof res.held[slot], "%s", name.c_str());
-        return 0;
-    }
-    if (sub == "restore") {
-        bool keep = false;
-        std::string t = gettok(SEP_STD);
-        if (t == ",") {
-            std::string o = gettok(SEP_STD);
-            if (o != "hold" || *tokrest()) return error(198);
-            keep = true;
-        } else if (!t.empty()) {
-            return error(198);
-        }
-        int slot = held_slot(name);
-        if (slot < 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(name + " not found\n");
-            return 111;
-        }
-        if (int rc = restore_r(slot)) return rc;
-        if (!keep) free_slot(slot);
-        return 0;
-    }
-    if (sub == "drop") {
-        if (*tokrest()) return error(198);
-        if (name == "_all") {
-            for (int i = 0; i < HELD_RETURNS; ++i) free_slot(i);
-            return 0;
-        }
-        int slot = held_slot(name);
-        if (slot < 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(name + " not found\n");
-            return 111;
-        }
-        free_slot(slot);
-        return 0;
-    }
-    return error(198);
 }
 
 int result_names(char kind, std::string_view part, std::string &out) {

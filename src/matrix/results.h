@@ -1,9 +1,11 @@
 // The result stores r(), e() and s(): what commands leave behind, the return() of running r-class
-// programs, the lookups by which expressions and macros read them, and the commands that fill them.
+// programs, and the lookups by which expressions and macros read them.
 #pragma once
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace mat {
 
@@ -61,11 +63,25 @@ int ret_macro_type();
 void program_enter(int cls);
 void program_leave(int cls, int rc);
 
-// Handlers: return, ereturn, sreturn, _return.
-int cmd_return(int);
-int cmd_ereturn(int);
-int cmd_sreturn(int);
-int cmd__return(int);
+// return(): the store of the running program level, as the return commands fill it.
+int ret_set_scalar(const char *name, double v);  // a macro of that name goes
+int ret_add();                                   // r() joins return() where return() has no such name
+void ret_clear();
+
+// The slots of `_return hold`: the slot holding name (-1 when none; "" finds a free slot), keeping
+// r() in a slot (r() is cleared unless keep), putting a slot back into r(), freeing a slot.
+int held_slot(const std::string &name);
+int hold_r(int slot, bool keep);
+int restore_r(int slot);
+void free_slot(int slot);
+
+// The parts of a store, in the order they were stored: its scalars (the fast table first), the names
+// stored at a store kind, and the store kind of the macros of r(), e() or s().
+std::vector<std::pair<std::string, double>> scalars_of(char kind);
+std::vector<std::string> names_at(int type);
+int macro_type_of(char kind);
+// An e(sample) marker exists while the dataset holds the hidden variable "(e)".
+bool has_sample();
 
 // The expression evaluator's and the extended macro functions' view of the stores.
 void results_init();

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "session/macstore.h"
-#include "lang/prog.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/rimu.h"

@@ -16,7 +16,7 @@
 #include "data/varlist.h"
 #include "lang/flow.h"
 #include "lang/prog.h"
-#include "matrix/results.h"
+#include "matrix/return.h"
 #include "output/channel.h"
 #include "output/display.h"
 #include "output/log.h"
