@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "output/log.h"
+#include "output/rimu2txt.h"
 #include "output/rimu.h"
 
 namespace {

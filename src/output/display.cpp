@@ -13,7 +13,7 @@
 #include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/loop.h"
+#include "session/reader.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -209,18 +209,8 @@ int d_request(Display &d) {
     std::string answer;
     if (session::st.batchmode) {
         session::error(8002);
-    } else {
-        session::FileSource *file = session::lp.curfile;
-        void *prog = session::lp.curprog;
-        const char *prompt = session::line_prompt;
-        session::lp.curfile = nullptr;
-        session::lp.curprog = nullptr;
-        session::line_prompt = "";
-        out_flush();
-        if (session::getline(0, 0) == 0) answer = tk.cmdbuf;
-        session::lp.curfile = file;
-        session::lp.curprog = prog;
-        session::line_prompt = prompt;
+    } else if (session::user_read("", tk.cmdbuf, session::maxcmdlen + 1) == 0) {
+        answer = tk.cmdbuf;
     }
     int mrc = session::macro_set(name.c_str(), answer);
     std::memcpy(tk.cmdbuf, rest.c_str(), rest.size() + 1);

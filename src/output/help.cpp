@@ -1,5 +1,7 @@
 // chelp, man and view: help files found on the ado path, and files shown in the console through the
 // Rimu engine (so the pager, the logs and the width apply as to any output).
+#include "output/help.h"
+
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,6 +16,7 @@
 #include "session/findfile.h"
 #include "session/commands.h"
 #include "session/errors.h"
+#include "session/fileio.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -117,7 +120,7 @@ int open_text_file(const std::string &path, int *fd_out, bool *starts_rimu) {
     if (fd < 0) return session::file_error(603, path);
     char head[8192];
     ssize_t n = ::pread(fd, head, sizeof head, 0);
-    if (n < 0 || looks_binary(head, (size_t)n)) {
+    if (n < 0 || session::looks_binary(head, (size_t)n)) {
         ::close(fd);
         return session::file_error(610, path);
     }
@@ -176,7 +179,7 @@ int cmd_view(int) {
     if (!fn.empty() && fn[0] == '"') fn.erase(0, 1);
     if (fn.empty()) return session::error(7197);
     if (*gettok(SEP_FILE)) return session::error(198);
-    std::string ext = path_extension(fn);
+    std::string ext = session::path_extension(fn);
     return show_path(fn, ext == ".rimu" || ext == ".orhlp");
 }
 

@@ -18,6 +18,7 @@
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
+#include "session/fileio.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -67,7 +68,7 @@ std::string unquoted(const char *tok) {
     return s;
 }
 
-bool has_extension(const std::string &path) { return !path_extension(path).empty(); }
+bool has_extension(const std::string &path) { return !session::path_extension(path).empty(); }
 
 std::string absolute(const std::string &path) {
     if (!path.empty() && path[0] == '/') return path;
@@ -107,17 +108,6 @@ int open_log_file(const std::string &fn, bool append, bool replace, bool quiet, 
     return -1;
 }
 
-bool write_all(int fd, const char *p, size_t n) {
-    while (n > 0) {
-        ssize_t w = ::write(fd, p, n);
-        if (w < 0 && errno == EINTR) continue;
-        if (w <= 0) return false;
-        p += w;
-        n -= (size_t)w;
-    }
-    return true;
-}
-
 // The text of a log whose file was removed while it was open is still behind the descriptor: it is
 // copied to a new file at the same place, or, when that can't be made, into the temporary
 // directory. Returns 0, or 603 when no copy could be made.
@@ -138,7 +128,7 @@ int recover_removed(int fd, const char *abspath, const char *shown) {
         ssize_t n;
         bool ok = true;
         while ((n = ::pread(fd, buf, sizeof buf, at)) > 0) {
-            if (!write_all(nfd, buf, (size_t)n)) {
+            if (!session::write_all(nfd, buf, (size_t)n)) {
                 ok = false;
                 break;
             }
@@ -344,7 +334,7 @@ int log_using() {
     if (append && replace) return fail_text(198, "options append and replace may not be combined\n");
     if (text && rimu) return fail_text(198, "options text and rimu may not be combined\n");
     bool isRimu;
-    std::string ext = path_extension(fn);
+    std::string ext = session::path_extension(fn);
     if (rimu || text) isRimu = rimu;
     else if (ext == ".log") isRimu = false;
     else if (ext == ".rimu") isRimu = true;
@@ -370,7 +360,7 @@ int log_using() {
     if (isRimu) {
         std::string head = rimu_head(console());
         ::lseek(fd, 0, SEEK_END);
-        if (!write_all(fd, head.data(), head.size())) {
+        if (!session::write_all(fd, head.data(), head.size())) {
             ::close(fd);
             return session::file_error(693, fn);
         }
@@ -554,24 +544,6 @@ bool is_cmdlog_command(const char *line) {
 
 }  // namespace
 
-std::string path_extension(std::string_view path) {
-    size_t slash = path.rfind('/');
-    size_t base = slash == std::string_view::npos ? 0 : slash + 1;
-    size_t dot = path.rfind('.');
-    if (dot == std::string_view::npos || dot < base) return "";
-    return std::string(path.substr(dot));
-}
-
-bool looks_binary(const char *p, size_t n) {
-    size_t control = 0;
-    for (size_t i = 0; i < n; ++i) {
-        unsigned char c = (unsigned char)p[i];
-        if (c == 0) return true;
-        if (c < 32 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != 27) ++control;
-    }
-    return n > 0 && control * 8 > n;
-}
-
 // log using filename [, append replace text rimu name(name)]
 // log {off | on} [name]
 // log close [name | _all]
@@ -633,7 +605,7 @@ void cmdlog_line(const char *line) {
     if (!*p || is_cmdlog_command(p)) return;
     std::string text = std::string(line) + "\n";
     ::lseek(cmdlog.fd, 0, SEEK_END);
-    if (!write_all(cmdlog.fd, text.data(), text.size())) cmdlog.failed = 1;
+    if (!session::write_all(cmdlog.fd, text.data(), text.size())) cmdlog.failed = 1;
     else cmdlog.written = 1;
 }
 

@@ -115,12 +115,9 @@ extern Conren conren;
 
 // Table index of a style: (font / 8) * 7 + colour - 1; -1 for a style without a colour.
 int conren_index(int style);
-// The byte words of `set conren`: a one-character word is that character, "<number>" (0-255) that byte,
-// a longer word its characters in order. Returns 0, or 198 for a 20th byte or a malformed "<" word.
-int conren_parse_bytes(std::string_view words, ConSeq &seq);
 // Fills the table with the default colours (ANSI sequences) or empties it.
 void conren_defaults(bool colour);
-// set conren [clear | [font] colour|uloff|ulon|reset|off [bytes]]
-int set_conren(int);
+// The console underlines by its own sequences only when it can also end them.
+void update_underline_resets();
 
 }  // namespace out

@@ -21,197 +21,13 @@
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/lineedit.h"
+#include "session/reader.h"
 #include "session/sedit2.h"
 #include "session/tok.h"
 
 namespace session {
 
-const char *line_prompt = ". ";
-
-// A do-file being read: a 512-byte buffered reader and the comment state that spans its lines.
-struct FileSource {
-    int fd = -1;
-    char buf[512];
-    int pos = 0;
-    int len = 0;
-    bool eof = false;
-    bool pending_cr = false;  // a CR was the last byte read: a following LF belongs to it
-    int comment_depth = 0;    // /* */ nesting carried across lines
-    std::string ahead;          // the rest of a physical line after a ';', read before the buffer
-    size_t ahead_pos = 0;
-    bool echoed_ahead = false;  // the next physical line was echoed with the line before it
-    const char *prompt = nullptr;  // echoed before each physical line (". " for do), none to echo nothing
-};
-
-FileSource *file_open(const char *path) {
-    int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return nullptr;
-    auto *f = new FileSource();
-    f->fd = fd;
-    return f;
-}
-
-void file_close(FileSource *f) {
-    if (!f) return;
-    if (f->fd >= 0) ::close(f->fd);
-    delete f;
-}
-
-void set_prompt(FileSource *f, const char *prompt) { f->prompt = prompt; }
-
 namespace {
-
-// Next byte of the file, or -1 at its end; CR and CR LF both come out as LF.
-int file_byte(FileSource *f) {
-    if (f->ahead_pos < f->ahead.size()) return (unsigned char)f->ahead[f->ahead_pos++];
-    for (;;) {
-        if (f->pos >= f->len) {
-            if (f->eof) return -1;
-            ssize_t n;
-            do n = ::read(f->fd, f->buf, sizeof f->buf);
-            while (n < 0 && errno == EINTR && !poll_break());
-            if (n <= 0) {
-                f->eof = true;
-                return -1;
-            }
-            f->pos = 0;
-            f->len = (int)n;
-        }
-        unsigned char c = (unsigned char)f->buf[f->pos++];
-        if (c == '\r') {
-            f->pending_cr = true;
-            return '\n';
-        }
-        if (c == '\n' && f->pending_cr) {
-            f->pending_cr = false;
-            continue;
-        }
-        f->pending_cr = false;
-        return c;
-    }
-}
-
-// Echoes a physical line, 500 characters at a time, in class 2.
-void echo_physical(const std::string &text, const char *prefix) {
-    if (!prefix) return;
-    {
-        out::ClassScope cp(out::CLS_TEXT);
-        out::out_text(prefix);
-    }
-    out::ClassScope cs(out::CLS_INFO);
-    for (size_t i = 0; i < text.size(); i += 500) out::out_text(std::string_view(text).substr(i, 500));
-    out::out_text("\n");
-}
-
-// Reads one command from a file into out (cap bytes), doing comments, joins and the delimiter.
-// Returns 0 with a command, 1 at end of file, 2 when the command was too long (and was discarded).
-int file_read_command(FileSource *f, char *out, int cap) {
-    int n = 0;
-    bool too_long = false;
-    bool in_dq = false;   // inside "..."
-    int cq = 0;           // inside `"..."' (nesting)
-    bool seen_text = false;
-    bool first_physical = true;
-    auto put = [&](char c) {
-        if (n < cap - 1) out[n++] = c;
-        else too_long = true;
-    };
-    for (;;) {
-        // Read one physical line, expanding tabs and dropping control bytes.
-        std::string phys;
-        int c;
-        bool got_any = false;
-        while ((c = file_byte(f)) != -1) {
-            got_any = true;
-            if (c == '\n') break;
-            if (c == '\t') {
-                int to = 8 - (int)(phys.size() % 8);
-                phys.append(to, ' ');
-                continue;
-            }
-            if (c < 32 || c > 254) continue;
-            phys.push_back((char)c);
-            if (phys.size() > (size_t)maxcmdlen * 2) {
-                // an endless physical line: keep draining it without holding it all
-                too_long = true;
-                phys.resize(maxcmdlen);
-            }
-        }
-        if (!got_any) {
-            if (first_physical) {
-                if (f->prompt) {
-                    out::ClassScope cs(out::CLS_TEXT);
-                    out::out_text(f->prompt);
-                    out::out_text("\n");
-                }
-                return 1;
-            }
-            break;  // end of file inside a command: what we have is the command
-        }
-        if (!f->echoed_ahead) echo_physical(phys, first_physical ? f->prompt : (f->prompt ? "> " : nullptr));
-        f->echoed_ahead = false;
-        first_physical = false;
-
-        bool joined = false;
-        bool ended = !lp.delimiter_semi;  // in cr mode the line ends at the line end
-        if (lp.delimiter_semi && !phys.empty() && phys[0] == '#' && n == 0) ended = true;
-        size_t i = 0;
-        for (; i < phys.size(); ++i) {
-            char ch = phys[i];
-            char nx = i + 1 < phys.size() ? phys[i + 1] : '\0';
-            if (f->comment_depth > 0) {
-                if (ch == '/' && nx == '*') { ++f->comment_depth; ++i; }
-                else if (ch == '*' && nx == '/') { --f->comment_depth; ++i; }
-                continue;
-            }
-            if (in_dq) {
-                if (ch == '"') in_dq = false;
-                put(ch);
-                continue;
-            }
-            if (cq > 0) {
-                if (ch == '`' && nx == '"') { ++cq; put(ch); put(nx); ++i; continue; }
-                if (ch == '"' && nx == '\'') { --cq; put(ch); put(nx); ++i; continue; }
-                put(ch);
-                continue;
-            }
-            if (ch == '`' && nx == '"') { cq = 1; put(ch); put(nx); ++i; seen_text = true; continue; }
-            if (ch == '"') { in_dq = true; put(ch); seen_text = true; continue; }
-            if (ch == '/' && nx == '*') { ++f->comment_depth; ++i; continue; }
-            if (ch == '/' && nx == '/' && (i == 0 || phys[i - 1] == ' ')) {
-                if (i + 2 < phys.size() && phys[i + 2] == '/' && !lp.delimiter_semi) joined = true;
-                break;  // rest of the line is a comment
-            }
-            if (lp.delimiter_semi && ch == ';' && !(n == 0 && phys[0] == '#')) {
-                // The command ends here; what follows on the physical line is the next command's.
-                ended = true;
-                // The unread rest is read again, ahead of the buffer, as the next physical line.
-                std::string rest = phys.substr(i + 1);
-                if (rest.find_first_not_of(' ') != std::string::npos) {
-                    f->ahead = rest + "\n" + f->ahead.substr(f->ahead_pos);
-                    f->ahead_pos = 0;
-                    f->echoed_ahead = true;
-                }
-                break;
-            }
-            put(ch);
-            if (ch != ' ') seen_text = true;
-        }
-        if (joined) continue;
-        if (!lp.delimiter_semi || ended) break;
-        // ';' mode, no terminator yet: a line end becomes one blank once text has been seen.
-        if (seen_text) put(' ');
-    }
-    while (n > 0 && out[n - 1] == ' ') --n;
-    out[n] = '\0';
-    if (too_long) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("input too long\n");
-        out[0] = '\0';
-        return 2;
-    }
-    return 0;
-}
 
 // #delimit and #review, handled while reading; they never reach the dispatcher.
 void hash_command(const char *line) {
@@ -257,31 +73,6 @@ double now_seconds() {
     return tv.tv_sec + tv.tv_usec / 1e6;
 }
 
-// Reads a line typed at the terminal (or piped on standard input) into cmdbuf.
-// Returns 0 with a line, 1 at end of input.
-int read_console_line() {
-    int r = read_terminal_line(tk.cmdbuf, maxcmdlen + 1);
-    if (r == -1) return 1;
-    if (r == -2) tk.cmdbuf[0] = '\0';  // Break while typing: an empty line
-    // The typed line goes to the logs as input; the screen already shows it.
-    out::RimuStream *s = out::ch.current;
-    if (s == out::ch.console && !st.noninteractive) {
-        out::SinkFn sink = s->sink;
-        void *ctx = s->sinkContext;
-        s->sink = nullptr;
-        out::out_echo(tk.cmdbuf);
-        out::out_echo("\n");
-        s->sink = sink;
-        s->sinkContext = ctx;
-        if (sink) sink(ctx, nullptr, out::SINK_NEWLINE);
-    } else {
-        out::out_echo(tk.cmdbuf);
-        out::out_echo("\n");
-    }
-    if (tk.cmdbuf[0] && !st.noninteractive) review_add(tk.cmdbuf);
-    return 0;
-}
-
 }  // namespace
 
 int getline(int from_program, int prompt_flag) {
@@ -294,31 +85,10 @@ int getline(int from_program, int prompt_flag) {
             return 0;
         }
         if (lp.curfile && poll_break()) return 1;
-        int r;
-        if (lp.curfile) {
-            r = file_read_command(lp.curfile, tk.cmdbuf, maxcmdlen + 1);
-            if (r == 1) return 1;
-            if (r == 2) continue;
-        } else if (st.noninteractive) {
-            // Standard input that is not a terminal is read like a file, and echoed.
-            static FileSource in;
-            in.fd = 0;
-            in.prompt = line_prompt;
-            r = file_read_command(&in, tk.cmdbuf, maxcmdlen + 1);
-            if (r == 1) return 1;
-            if (r == 2) continue;
-        } else {
-            if (!(out::ch.OutputLevel > out::CLS_INPUT)) out::out_at_prompt(line_prompt);
-            out::out_flush();
-            r = read_console_line();
-            if (r == 1) {
-                out::out_text("\n");  // end the prompt's line before the session ends
-                return 1;
-            }
-        }
-        // Strip trailing blanks.
-        size_t n = std::strlen(tk.cmdbuf);
-        while (n > 0 && tk.cmdbuf[n - 1] == ' ') tk.cmdbuf[--n] = '\0';
+        const int r = lp.curfile ? file_read(lp.curfile, tk.cmdbuf, maxcmdlen + 1)
+                                 : user_read(line_prompt, tk.cmdbuf, maxcmdlen + 1);
+        if (r == 1) return 1;
+        if (r == 2) continue;
         // Only the top level of a do-file is recorded, never the lines of an ado-file being loaded.
         if (!(lp.curfile && (lp.callframes > 1 || lang::ado_loading()))) out::cmdlog_line(tk.cmdbuf);
         const char *p = tk.cmdbuf;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "session/reader.h"
 #include "session/state.h"
 
 namespace session {
@@ -16,14 +17,6 @@ int dispatch();
 // Runs one line of text as a command through execline (profiles, the initial command).
 int execute_text(const char *text);
 
-// Reads lines from a do-file (the file reader); used by do/run/include.
-FileSource *file_open(const char *path);
-void file_close(FileSource *f);
-// The prompt of a line read from the terminal or standard input: ". ", or a line number while a
-// program definition is being read.
-extern const char *line_prompt;
-// What is echoed before each physical line read (". " for do), or none to echo nothing.
-void set_prompt(FileSource *f, const char *prompt);
 // Runs the prompt loop at the top level until exit or end of input.
 void prompt_loop();
 

@@ -23,6 +23,7 @@
 #include "lang/prog.h"
 #include "output/channel.h"
 #include "output/rimu.h"
+#include "output/conren.h"
 #include "output/term.h"
 #include "session/dispatch.h"
 #include "session/errors.h"

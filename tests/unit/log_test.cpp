@@ -11,6 +11,8 @@
 #include "session/macstore.h"
 #include "msg_capture.h"
 #include "output/log.h"
+#include "output/rimu2txt.h"
+#include "session/fileio.h"
 #include "session/store.h"
 #include "session/tok.h"
 
@@ -71,18 +73,18 @@ struct LogTest : ::testing::Test {
 }  // namespace
 
 TEST(LogPaths, Extension) {
-    EXPECT_EQ(path_extension("a.log"), ".log");
-    EXPECT_EQ(path_extension("dir.d/a"), "");
-    EXPECT_EQ(path_extension("dir/a.b.rimu"), ".rimu");
-    EXPECT_EQ(path_extension("a"), "");
+    EXPECT_EQ(session::path_extension("a.log"), ".log");
+    EXPECT_EQ(session::path_extension("dir.d/a"), "");
+    EXPECT_EQ(session::path_extension("dir/a.b.rimu"), ".rimu");
+    EXPECT_EQ(session::path_extension("a"), "");
 }
 
 TEST(LogPaths, Binary) {
-    EXPECT_FALSE(looks_binary("plain text\n\tand a tab\n", 22));
-    EXPECT_TRUE(looks_binary("a\0b", 3));
+    EXPECT_FALSE(session::looks_binary("plain text\n\tand a tab\n", 22));
+    EXPECT_TRUE(session::looks_binary("a\0b", 3));
     const char ctl[] = "\x01\x02\x03\x04xyzw";
-    EXPECT_TRUE(looks_binary(ctl, 8));            // half control characters
-    EXPECT_FALSE(looks_binary("abcdefghijklmno\x01", 16));  // one in sixteen is still text
+    EXPECT_TRUE(session::looks_binary(ctl, 8));            // half control characters
+    EXPECT_FALSE(session::looks_binary("abcdefghijklmno\x01", 16));  // one in sixteen is still text
 }
 
 TEST(RimuToText, LineDrawingBecomesAscii) {

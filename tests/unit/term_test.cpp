@@ -12,6 +12,7 @@
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "output/rimu_int.h"
+#include "output/conren.h"
 #include "output/term.h"
 #include "session/tok.h"
 
