@@ -122,12 +122,6 @@ void note_text(std::string_view s) {
     out::out_text(s);
 }
 
-// Writes s in error class and returns rc, the caller's class surviving.
-int fail(int rc, std::string_view s) {
-    out::ClassScope cs(out::CLS_ERROR);
-    err_text(s);
-    return rc;
-}
 
 // A `by` group is running, or empty groups are declared normal: no observations is no failure.
 bool by_silent() { return empty_groups_normal || lp.byprefix; }
@@ -245,11 +239,19 @@ int error_cmd_show(int code) {
     return code;
 }
 
+int fail(int rc, std::string_view s) {
+    out::ClassScope cs(out::CLS_ERROR);
+    err_text(s);
+    return rc;
+}
+
 int not_allowed(std::string_view what) { return fail(101, std::string(what) + " not allowed\n"); }
 
 int required(std::string_view what) { return fail(100, std::string(what) + " required\n"); }
 
 int invalid_text(std::string_view text) { return fail(198, "invalid " + std::string(text) + "\n"); }
+
+int invalid_rest(std::string_view text) { return fail(198, "'" + std::string(text) + "' invalid\n"); }
 
 int invalid_name(std::string_view word) { return fail(198, word_blank(word) + "invalid name\n"); }
 

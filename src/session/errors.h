@@ -11,9 +11,13 @@ int error(int code);
 // The `error` command's view of a code: a few codes are shown with another code's text.
 int error_cmd_show(int code);
 
+// Writes text (a whole message, ending in a newline) in error class and returns rc: for the
+// messages that belong to one command alone.
+int fail(int rc, std::string_view text);
 int not_allowed(std::string_view what);               // 101
 int required(std::string_view what);                  // 100
 int invalid_text(std::string_view text);              // 198
+int invalid_rest(std::string_view text);              // 198: "'<text>' invalid", text left over
 int invalid_name(std::string_view word);              // 198
 int invalid_varname(std::string_view word);           // 198
 // The name rule of variables, macros, programs and scalars (name_ok): 0, or 198 with invalid_name
