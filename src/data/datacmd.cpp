@@ -97,11 +97,6 @@ int read_count(int64_t *n) {
 
 }  // namespace
 
-void command_begin() {
-    command_start();
-    parser_reset();
-}
-
 int parse_in() {
     if (session::lp.byprefix) return fail(190, "'in' may not be combined with 'by'\n");
     if (ps.inrange) return session::error(198);
@@ -124,7 +119,6 @@ int parse_in() {
 
 // drop varlist | drop in range [if exp] | drop if exp [in range]     (keep the same)
 int cmd_dropkeep(int keep) {
-    command_begin();
     std::string t = gettok(SEP_STD);
     if (t.empty()) return session::required("varlist or in range");
     if (t == "if" || t == "in") {
@@ -177,7 +171,6 @@ int cmd_dropkeep(int keep) {
 
 // rename oldname newname
 int cmd_rename(int) {
-    command_begin();
     std::string oldname = gettok(SEP_STD);
     if (oldname.empty()) return session::error(102);
     std::string newname = gettok(SEP_STD);
@@ -190,7 +183,6 @@ int cmd_rename(int) {
 
 // order varlist
 int cmd_order(int) {
-    command_begin();
     if (int rc = parse_varlist(VL_ANY)) return rc;
     if (int rc = expect_end()) return rc;
     if (ps.count == 0) return session::required("varlist");
@@ -200,7 +192,6 @@ int cmd_order(int) {
 
 // _move var1 var2
 int cmd_move(int) {
-    command_begin();
     if (int rc = parse_varlist(VL_ANY)) return rc;
     if (int rc = expect_end()) return rc;
     if (ps.count < 2) return session::error(102);
@@ -210,7 +201,6 @@ int cmd_move(int) {
 
 // compress [varlist]
 int cmd_compress(int) {
-    command_begin();
     if (ds.nvar == 0) return session::error(3);
     if (int rc = parse_varlist(VL_ANY)) return rc;
     if (int rc = expect_end()) return rc;
@@ -222,7 +212,6 @@ int cmd_compress(int) {
 
 // clear
 int cmd_clear(int) {
-    command_begin();
     if (int rc = expect_end()) return rc;
     clear_dataset();
     return 0;
@@ -230,7 +219,6 @@ int cmd_clear(int) {
 
 // _repart #width #obs    (exactly one of the two non-zero)
 int cmd_repart(int) {
-    command_begin();
     long long d[2];
     for (long long &x : d) {
         std::string t = gettok(SEP_NUM);
@@ -246,7 +234,6 @@ int cmd_repart(int) {
 
 // set obs #
 int cmd_set_obs(int) {
-    command_begin();
     int64_t n = 0;
     if (int rc = read_count(&n)) return rc;
     if (int rc = expect_end()) return rc;

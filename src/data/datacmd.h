@@ -25,10 +25,6 @@ int cmd_numlist(int);
 // set obs #   (a word of the `set` table)
 int cmd_set_obs(int);
 
-// The start of a command: every variable visible, the parser state empty. The dispatcher does
-// this for every command; the handlers here do it too so that they may be called directly.
-void command_begin();
-
 // The `in` range of the standard command syntax, after the word `in`:
 // range := item [/ item]    item := f | F | l | L | # | -#
 // Fills ps.inrange, ps.in_lo, ps.in_hi. 0 or 198 (190 under by), message written.

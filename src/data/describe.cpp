@@ -12,6 +12,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -69,32 +70,13 @@ int r_scalar(const char *name, double v) { return mat::r_set_scalar(name, v); }
 
 // _describe [varlist] [using filename] [, short fullnames]
 int cmd_describe(int) {
-    command_begin();
     bool shortform = false, fullnames = false;
     if (int rc = parse_varlist(VL_ANY)) return rc;
-    std::string t = gettok(SEP_STD);
-    if (t == "using") {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("describe using is not available in this build\n");
-        return 199;
-    }
-    if (t == ",") {
-        for (;;) {
-            std::string w = gettok(SEP_STD);
-            if (w.empty()) break;
-            if (cmdmatch(w.c_str(), "short", 1)) shortform = true;
-            else if (cmdmatch(w.c_str(), "fullnames", 4)) fullnames = true;
-            else {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("option " + w + " not allowed\n");
-                return 198;
-            }
-        }
-    } else if (!t.empty()) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("'" + std::string(session::tk.tokstart) + "' invalid\n");
-        return 198;
-    }
+    if (std::string(gettok(SEP_STD)) == "using") return session::not_built("describe using");
+    session::ungettok();
+    const session::OptSpec specs[] = {session::opt_flag("short", 1, shortform),
+                                      session::opt_flag("fullnames", 4, fullnames)};
+    if (int rc = session::parse_options(specs)) return rc;
     const bool listed = ps.count > 0;
 
     // The dataset as a whole: the hidden sample variable `(e)` is not one of its variables.

@@ -14,6 +14,7 @@
 #include "data/varlist.h"
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -287,28 +288,6 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
     return L.lines;
 }
 
-namespace {
-
-// ( # ) after an option word: an integer. 0 or 198.
-int option_integer(int *v) {
-    if (std::strcmp(gettok(SEP_STD), "(") != 0) return session::error(198);
-    std::string t = gettok(SEP_NUM);
-    errno = 0;
-    char *end;
-    long n = std::strtol(t.c_str(), &end, 10);
-    if (t.empty() || *end || errno || n < 0 || n > 1000000) return session::error(198);
-    if (std::strcmp(gettok(SEP_STD), ")") != 0) return session::error(198);
-    *v = (int)n;
-    return 0;
-}
-
-int not_allowed_option(const std::string &o) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error("option " + o + " not allowed\n");
-    return 198;
-}
-
-} // namespace
 
 // list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
 int cmd_list(int) {
@@ -323,26 +302,13 @@ int cmd_list(int) {
     if (int rc = read_ifin(obs)) return rc;
     ListOpts o;
     o.linesize = session::se.linesize;
-    std::string t = gettok(SEP_STD);
-    if (t == ",") {
-        for (;;) {
-            std::string w = gettok(SEP_STD);
-            if (w.empty()) break;
-            if (session::cmdmatch(w.c_str(), "noobs", 4))
-                o.noobs = true;
-            else if (session::cmdmatch(w.c_str(), "clean", 5))
-                o.clean = true;
-            else if (session::cmdmatch(w.c_str(), "separator", 3)) {
-                if (int rc = option_integer(&o.separator)) return rc;
-            } else if (session::cmdmatch(w.c_str(), "abbreviate", 2)) {
-                if (int rc = option_integer(&o.abbreviate)) return rc;
-            } else {
-                return not_allowed_option(w);
-            }
-        }
-    } else if (!t.empty()) {
-        return session::error(198);
-    }
+    const session::OptSpec specs[] = {
+        session::opt_flag("noobs", 4, o.noobs),
+        session::opt_flag("clean", 5, o.clean),
+        session::opt_int("separator", 3, o.separator, 0, 1000000),
+        session::opt_int("abbreviate", 2, o.abbreviate, 0, 1000000),
+    };
+    if (int rc = session::parse_options(specs)) return rc;
     out::ClassScope cs(out::CLS_RESULT);
     for (const std::string &line : list_lines(vars, obs, o)) {
         out::out_rimu(line);

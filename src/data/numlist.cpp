@@ -1,5 +1,4 @@
-// Number lists: the expansion of ranges and steps, the checks of the numlist family, and the
-// `numlist` command.
+// Number lists: the expansion of ranges and steps, and the checks of the numlist family.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -7,10 +6,7 @@
 
 #include "data/fmt.h"
 #include "data/types.h"
-#include "data/datacmd.h"
 #include "data/varlist.h"
-#include "session/macstore.h"
-#include "matrix/results.h"
 #include "session/errors.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -141,84 +137,6 @@ std::string numlist_text(const std::vector<double> &v) {
         s += data::number_text(v[k]);
     }
     return s;
-}
-
-namespace {
-
-using session::cmdmatch;
-using session::gettok;
-using session::SEP_NUM;
-using session::SEP_STD;
-
-// ( number )
-int paren_number(double *v) {
-    if (std::strcmp(gettok(SEP_STD), "(") != 0) return session::error(198);
-    std::string t = gettok(SEP_NUM);
-    if (!text_to_number(t, *v, false)) return session::error(198);
-    if (std::strcmp(gettok(SEP_STD), ")") != 0) return session::error(198);
-    return 0;
-}
-
-// range( {>=|>|<=|<} number ... )
-int range_option(NumlistOpts &o) {
-    if (std::strcmp(gettok(SEP_STD), "(") != 0) return session::error(198);
-    for (;;) {
-        std::string op = gettok(SEP_NUM);
-        if (op == ")") return 0;
-        if (op != ">=" && op != ">" && op != "<=" && op != "<") return session::error(198);
-        double v;
-        if (!text_to_number(gettok(SEP_NUM), v, false)) return session::error(198);
-        if (op[0] == '>') {
-            o.min = v;
-            o.minopen = op.size() == 1;
-        } else {
-            o.max = v;
-            o.maxopen = op.size() == 1;
-        }
-    }
-}
-
-}  // namespace
-
-// numlist "text" [, integer missingokay ascending descending sort min(#) max(#) range(...)]
-int cmd_numlist(int) {
-    command_begin();
-    std::string text = gettok(SEP_STD);
-    if (text.empty() || text == ",") return session::required("numlist");
-    if (text[0] == '"') text.erase(0, 1);
-    NumlistOpts o;
-    std::string w = gettok(SEP_STD);
-    if (w == ",") {
-        for (;;) {
-            w = gettok(SEP_STD);
-            if (w.empty()) break;
-            const char *p = w.c_str();
-            if (cmdmatch(p, "integer", 3)) o.integer = true;
-            else if (cmdmatch(p, "missingokay", 4)) o.missingok = true;
-            else if (cmdmatch(p, "ascending", 1)) o.ascending = true;
-            else if (cmdmatch(p, "descending", 1)) o.descending = true;
-            else if (cmdmatch(p, "sort", 4)) o.sort = true;
-            else if (cmdmatch(p, "min", 3)) {
-                double v;
-                if (int rc = paren_number(&v)) return rc;
-                o.mincount = (int)v;
-            } else if (cmdmatch(p, "max", 3)) {
-                double v;
-                if (int rc = paren_number(&v)) return rc;
-                o.maxcount = (int)v;
-            } else if (cmdmatch(p, "range", 5)) {
-                if (int rc = range_option(o)) return rc;
-            } else {
-                return session::not_allowed("option " + w);
-            }
-        }
-    } else if (!w.empty()) {
-        return session::error(198);
-    }
-    std::vector<double> v;
-    if (int rc = numlist_parse(text, o, v, false)) return rc;
-    mat::r_clear();
-    return mat::r_set_macro("numlist", numlist_text(v));
 }
 
 }  // namespace data

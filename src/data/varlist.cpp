@@ -588,6 +588,11 @@ int parse_newlist(unsigned flags) {
 
 // ---- Public routines --------------------------------------------------------------------------------
 
+void command_begin() {
+    command_start();
+    parser_reset();
+}
+
 void parser_reset() {
     ensure_capacity();
     ps.count = 0;

@@ -132,6 +132,9 @@ extern ParseState ps;
 
 // The start of each command: empty list, no operators, no range.
 void parser_reset();
+// What the dispatcher does before every command, and nothing else does again: every variable
+// visible (command_start) and the parser state empty (parser_reset).
+void command_begin();
 
 // Settings of one parse.
 enum : unsigned {

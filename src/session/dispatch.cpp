@@ -59,8 +59,7 @@ int run_row(const CmdRow *r) {
 int cmd_na(int) { return not_built(std::string("command ") + current_command); }
 
 int dispatch() {
-    data::command_start();
-    data::parser_reset();
+    data::command_begin();
     out::ch.OutputClass = out::CLS_RESULT;
     lp.cmdserial = lp.cmdserial >= 2147483646 ? 1 : lp.cmdserial + 1;
     const char *w = lp.cmdword;

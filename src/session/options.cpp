@@ -76,7 +76,6 @@ std::string trimmed(const std::string &s) {
     return s.substr(b, s.find_last_not_of(' ') - b + 1);
 }
 
-int bad_value(const Option &o) { return fail(198, "option " + o.name + "() invalid\n"); }
 
 int take(const Option &o, const OptSpec &s, bool negated) {
     if (s.kind == OK_FLAG || s.kind == OK_ONOFF) {
@@ -96,14 +95,14 @@ int take(const Option &o, const OptSpec &s, bool negated) {
         char *e;
         errno = 0;
         const long n = std::strtol(v.c_str(), &e, 10);
-        if (*e || errno || n < s.lo || n > s.hi) return bad_value(o);
+        if (*e || errno || n < s.lo || n > s.hi) return option_invalid(o.name);
         *s.num = (int)n;
         return 0;
     }
     case OK_REAL: {
         char *e;
         const double d = std::strtod(v.c_str(), &e);
-        if (*e || !std::isfinite(d)) return bad_value(o);
+        if (*e || !std::isfinite(d)) return option_invalid(o.name);
         *s.real = d;
         return 0;
     }
@@ -112,6 +111,8 @@ int take(const Option &o, const OptSpec &s, bool negated) {
 }
 
 }  // namespace
+
+int option_invalid(std::string_view name) { return fail(198, "option " + std::string(name) + "() invalid\n"); }
 
 int read_options(std::vector<Option> &out) {
     out.clear();

@@ -57,6 +57,9 @@ inline OptSpec opt_real(const char *n, int m, double &v) { return {n, m, OK_REAL
 // "option <name>() required"; a bad value: "option <name>() invalid"; all 198. Returns 0 or the code.
 int match_options(const std::vector<Option> &opts, std::span<const OptSpec> specs);
 
+// "option <name>() invalid", 198: a value the command itself found wrong.
+int option_invalid(std::string_view name);
+
 // `[, options]` at the tokenizer, to the end of the text: nothing, or a comma and options that match
 // specs. Other text where the comma should be is "'<text>' invalid", 198.
 int parse_options(std::span<const OptSpec> specs);

@@ -34,8 +34,7 @@ struct DataFixture : ::testing::Test {
     }
     // Runs handler(arg) on text as one command, from a fresh command state.
     int run(int (*handler)(int), int arg, const std::string &text) {
-        data::command_start();
-        data::parser_reset();
+        data::command_begin();
         cap->reset();
         line = text;
         session::settok(line.c_str());

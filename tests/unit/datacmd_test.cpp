@@ -222,7 +222,12 @@ TEST_F(DataCmd, NumlistCommandStoresTheList) {
     EXPECT_EQ(msg(), "invalid numlist has elements outside of allowed range\n");
     EXPECT_EQ(run(cmd_numlist, 0, "\"1 2\", max(1)"), 123);
     EXPECT_EQ(run(cmd_numlist, 0, "\"2 1\", ascending"), 124);
-    EXPECT_EQ(run(cmd_numlist, 0, "\"1\", bogus"), 101);
+    EXPECT_EQ(run(cmd_numlist, 0, "\"1\", bogus"), 198);
+    EXPECT_EQ(msg(), "option bogus not allowed\n");
+    EXPECT_EQ(run(cmd_numlist, 0, "\"1 2 3\", min(x)"), 198);
+    EXPECT_EQ(msg(), "option min() invalid\n");
+    EXPECT_EQ(run(cmd_numlist, 0, "\"1\", range(>=)"), 198);
+    EXPECT_EQ(msg(), "option range() invalid\n");
 }
 
 TEST_F(DataCmd, RepartitionByWidth) {
