@@ -25,6 +25,7 @@
 #include "output/log.h"
 #include "output/rimu.h"
 #include "session/findfile.h"
+#include "session/options.h"
 #include "session/errors.h"
 #include "session/state.h"
 #include "session/settings.h"
@@ -130,47 +131,13 @@ std::string macro_text(const std::string &stored) {
 
 // The options after a comma in rest: the words before it go to *before.
 std::string split_options(std::string_view rest, std::string *before) {
-    size_t comma = options_comma(rest);
+    size_t comma = session::options_comma(rest);
     if (comma == std::string_view::npos) {
         *before = std::string(rest);
         return "";
     }
     *before = std::string(rest.substr(0, comma));
     return std::string(rest.substr(comma + 1));
-}
-
-// Option words: name or name(arg).
-struct Opt {
-    std::string name, arg;
-    bool has_arg = false;
-};
-
-int parse_options(const std::string &text, std::vector<Opt> &opts) {
-    size_t i = 0;
-    while (i < text.size()) {
-        while (i < text.size() && text[i] == ' ') ++i;
-        if (i >= text.size()) break;
-        size_t j = i;
-        while (j < text.size() && text[j] != ' ' && text[j] != '(') ++j;
-        Opt o;
-        o.name = text.substr(i, j - i);
-        if (j < text.size() && text[j] == '(') {
-            size_t close = text.find(')', j);
-            if (close == std::string::npos) return session::error(198);
-            o.arg = trim(text.substr(j + 1, close - j - 1));
-            o.has_arg = true;
-            j = close + 1;
-        }
-        opts.push_back(o);
-        i = j;
-    }
-    return 0;
-}
-
-int option_not_allowed(const std::string &o) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error("option " + o + " not allowed\n");
-    return 198;
 }
 
 // ---- the functions ----
@@ -413,26 +380,19 @@ int f_subinstr(std::string_view rest, std::string &v) {
     if (int rc = macro_ref(b, &src)) return rc;
     std::vector<Word> w = words_of(b);
     if (w.size() != 2) return session::error(198);
-    std::vector<Opt> opts;
-    if (int rc = parse_options(opttext, opts)) return rc;
     bool all = false, whole = false;
-    std::string count_to;
+    std::string count_to, count;
     long long limit = -1;
-    for (const Opt &o : opts) {
-        if (o.name == "all" && !o.has_arg) all = true;
-        else if (o.name == "word" && !o.has_arg) whole = true;
-        else if (o.name == "count" && o.has_arg) {
-            long long n;
-            if (to_long(o.arg, &n)) {
-                limit = n;
-            } else {
-                std::string_view a = o.arg;
-                if (int rc = macro_ref(a, &count_to)) return rc;
-                if (!trim(a).empty()) return session::error(198);
-            }
-        } else {
-            return option_not_allowed(o.name);
-        }
+    const session::OptSpec specs[] = {session::opt_flag("all", 3, all), session::opt_flag("word", 4, whole),
+                                      session::opt_text("count", 5, count)};
+    if (int rc = session::options_of(opttext, specs)) return rc;
+    long long n;
+    if (!count.empty() && to_long(count, &n)) {
+        limit = n;
+    } else if (!count.empty()) {
+        std::string_view a = count;
+        if (int rc = macro_ref(a, &count_to)) return rc;
+        if (!trim(a).empty()) return session::option_invalid("count");
     }
     std::string text = macro_text(src);
     const std::string &from = w[0].bare, &to = w[1].bare;
@@ -498,13 +458,9 @@ int f_piece(std::string_view rest, std::string &v) {
         return session::error(198);
     std::vector<Word> w = words_of(b);
     if (w.size() != 1) return session::error(198);
-    std::vector<Opt> opts;
-    if (int rc = parse_options(opttext, opts)) return rc;
     bool nobreak = false;
-    for (const Opt &o : opts) {
-        if (o.name == "nobreak" && !o.has_arg) nobreak = true;
-        else return option_not_allowed(o.name);
-    }
+    const session::OptSpec specs[] = {session::opt_flag("nobreak", 7, nobreak)};
+    if (int rc = session::options_of(opttext, specs)) return rc;
     const std::string &t = w[0].bare;
     std::vector<std::string> pieces;
     size_t i = 0;
@@ -531,14 +487,10 @@ int f_dir(std::string_view rest, std::string &v) {
     std::string opttext = split_options(rest, &before);
     std::vector<Word> w = words_of(before);
     if (w.size() != 3) return session::error(198);
-    std::vector<Opt> opts;
-    if (int rc = parse_options(opttext, opts)) return rc;
     bool nofail = false, respect = false;
-    for (const Opt &o : opts) {
-        if (o.name == "nofail" && !o.has_arg) nofail = true;
-        else if (o.name == "respectcase" && !o.has_arg) respect = true;
-        else return option_not_allowed(o.name);
-    }
+    const session::OptSpec specs[] = {session::opt_flag("nofail", 6, nofail),
+                                      session::opt_flag("respectcase", 11, respect)};
+    if (int rc = session::options_of(opttext, specs)) return rc;
     int kind;
     const std::string &k = w[1].bare;
     if (k.size() >= 4 && std::string("files").compare(0, k.size(), k) == 0) kind = 0;
@@ -690,14 +642,9 @@ int f_permname(std::string_view rest, std::string &v) {
     std::string opttext = split_options(rest, &before);
     std::string name = trim(before);
     if (!session::name_ok(name)) return session::invalid_name(name);
-    std::vector<Opt> opts;
-    if (int rc = parse_options(opttext, opts)) return rc;
-    long long len = 32;
-    for (const Opt &o : opts) {
-        if (o.name == "length" && o.has_arg && to_long(o.arg, &len) && len >= 8 && len <= 32) continue;
-        if (o.name == "length") return session::error(198);
-        return option_not_allowed(o.name);
-    }
+    int len = 32;
+    const session::OptSpec specs[] = {session::opt_int("length", 6, len, 8, 32)};
+    if (int rc = session::options_of(opttext, specs)) return rc;
     std::string base = name.substr(0, (size_t)len);
     if (!data::find_var(base.c_str())) {
         v = base;

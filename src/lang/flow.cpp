@@ -15,6 +15,7 @@
 #include "output/channel.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
+#include "session/options.h"
 #include "session/loop.h"
 #include "session/sedit2.h"
 #include "session/tok.h"
@@ -390,14 +391,8 @@ int cmd_else(int) {
 int cmd_continue(int) {
     if (!fl.in_loop) return session::error(119);
     bool brk = false;
-    std::string t = gettok(SEP_STD);
-    if (t == ",") {
-        std::string o = gettok(SEP_STD);
-        if (!session::cmdmatch(o.c_str(), "break", 2)) return session::error(198);
-        brk = true;
-        t = gettok(SEP_STD);
-    }
-    if (!t.empty()) return session::error(198);
+    const session::OptSpec specs[] = {session::opt_flag("break", 2, brk)};
+    if (int rc = session::parse_options(specs)) return rc;
     lp.execflag = 0;
     fl.contflag = brk ? 2 : 1;
     return 0;

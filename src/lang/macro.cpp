@@ -333,25 +333,5 @@ int expand_macros(char *buf) {
 }
 
 // Position of the first comma outside quotes, or npos.
-size_t options_comma(std::string_view s) {
-    bool dq = false;
-    int cq = 0;
-    for (size_t i = 0; i < s.size(); ++i) {
-        char c = s[i], n = i + 1 < s.size() ? s[i + 1] : '\0';
-        if (cq) {
-            if (c == '`' && n == '"') { ++cq; ++i; }
-            else if (c == '"' && n == '\'') { --cq; ++i; }
-            continue;
-        }
-        if (dq) {
-            if (c == '"') dq = false;
-            continue;
-        }
-        if (c == '`' && n == '"') { cq = 1; ++i; }
-        else if (c == '"') dq = true;
-        else if (c == ',') return i;
-    }
-    return std::string::npos;
-}
 
 }  // namespace lang

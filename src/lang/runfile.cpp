@@ -12,6 +12,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/options.h"
 #include "session/loop.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -127,28 +128,6 @@ std::string with_suffix(const std::string &name) {
 }
 
 // Options of do and run: [no]stop, delay(#).
-int file_options(const std::string &text, bool *stop) {
-    session::settok(text.c_str());
-    for (;;) {
-        std::string o = session::gettok(session::SEP_STD);
-        if (o.empty()) return 0;
-        if (session::cmdmatch(o.c_str(), "nostop", 3)) *stop = false;
-        else if (session::cmdmatch(o.c_str(), "stop", 1)) *stop = true;
-        else if (o == "delay") {
-            if (std::string(session::gettok(session::SEP_STD)) == "(") {
-                session::gettok(session::SEP_NUM);
-                if (std::string(session::gettok(session::SEP_STD)) != ")") return session::error(198);
-            } else {
-                session::ungettok();
-            }
-        } else {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error("option " + o + " not allowed\n");
-            return 198;
-        }
-    }
-}
-
 std::string trace_indent() {
     if (!se.traceindent || lp.callframes < 1) return "";
     return std::string((size_t)(lp.callframes - 1) * 2, ' ');
@@ -249,17 +228,14 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
         if (fname.empty() || fname == ",") return session::error(7197);
         if (fname[0] == '"') fname.erase(0, 1);
         std::string rest = tk.tokpos ? tk.tokpos : "";
-        size_t comma = options_comma(rest);
+        size_t comma = session::options_comma(rest);
         args = rest.substr(0, comma);
         if (mode == MODE_INCLUDE) {
             if (comma != std::string::npos || args.find_first_not_of(' ') != std::string::npos)
                 return session::error(198);
         } else if (comma != std::string::npos) {
-            session::TokState ts;
-            session::savetok(ts);
-            int rc = file_options(rest.substr(comma + 1), &stop);
-            session::restoretok(ts);
-            if (rc) return rc;
+            const session::OptSpec specs[] = {session::opt_onoff("stop", 1, stop), session::opt_skip("delay", 5)};
+            if (int rc = session::options_of(rest.substr(comma + 1), specs)) return rc;
         }
         shown = with_suffix(fname);
         f = session::file_open(shown.c_str());
@@ -374,24 +350,14 @@ int cmd_do(int mode) { return runfile(mode, nullptr, nullptr, false); }
 // exit [exp] [, clear ORVAT prefs noprefs]
 int cmd_exit(int) {
     std::string rest = tk.tokpos ? tk.tokpos : "";
-    size_t comma = options_comma(rest);
+    size_t comma = session::options_comma(rest);
     std::string exp = rest.substr(0, comma);
-    bool clear = false, whole = false;
+    bool clear = false, whole = false, prefs = session::st.saveprefs;
     if (comma != std::string::npos) {
-        session::settok(rest.c_str() + comma + 1);
-        for (;;) {
-            std::string t = session::gettok(session::SEP_STD);
-            if (t.empty()) break;
-            if (t == "clear") clear = true;
-            else if (t == "ORVAT") whole = true;
-            else if (session::cmdmatch(t.c_str(), "prefs", 4)) session::st.saveprefs = 1;
-            else if (t == "noprefs") session::st.saveprefs = 0;
-            else {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("option " + t + " not allowed\n");
-                return 198;
-            }
-        }
+        const session::OptSpec specs[] = {session::opt_flag("clear", 5, clear), session::opt_flag("ORVAT", 5, whole),
+                                          session::opt_onoff("prefs", 4, prefs)};
+        if (int rc = session::options_of(rest.substr(comma + 1), specs)) return rc;
+        session::st.saveprefs = prefs;
     }
     long long code = 0;
     if (exp.find_first_not_of(' ') != std::string::npos)

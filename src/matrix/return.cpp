@@ -11,6 +11,7 @@
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/macstore.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -211,14 +212,8 @@ int cmd__return(int) {
     }
     if (sub == "restore") {
         bool keep = false;
-        std::string t = gettok(SEP_STD);
-        if (t == ",") {
-            std::string o = gettok(SEP_STD);
-            if (o != "hold" || *tokrest()) return error(198);
-            keep = true;
-        } else if (!t.empty()) {
-            return error(198);
-        }
+        const OptSpec specs[] = {opt_flag("hold", 4, keep)};
+        if (int rc = parse_options(specs)) return rc;
         int slot = held_slot(name);
         if (slot < 0) {
             out::ClassScope cs(out::CLS_ERROR);

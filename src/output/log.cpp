@@ -19,6 +19,7 @@
 #include "output/rimu.h"
 #include "session/errors.h"
 #include "session/fileio.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -42,17 +43,9 @@ const char *const month_abbr[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
 
 // ---- messages
 
-int fail_text(int rc, const std::string &s) {
-    ClassScope cs(CLS_ERROR);
-    out_error(s);
-    return rc;
-}
+int refused() { return session::fail(603, "rimu refused log request -- log not opened\n"); }
 
-int refused() { return fail_text(603, "rimu refused log request -- log not opened\n"); }
-
-int option_not_allowed(const std::string &w) { return fail_text(198, "option " + w + " not allowed\n"); }
-
-int log_not_found(const std::string &name) { return fail_text(198, "log " + name + " not found\n"); }
+int log_not_found(const std::string &name) { return session::fail(198, "log " + name + " not found\n"); }
 
 void note_rimu(const char *s) {
     ClassScope cs(CLS_TEXT);
@@ -313,26 +306,14 @@ int log_using() {
     if (fn.empty() || fn == ",") return session::error(7197);
     bool append = false, replace = false, text = false, rimu = false;
     std::string name;
-    std::string w = gettok(SEP_STD);
-    if (!w.empty()) {
-        if (w != ",") return session::error(198);
-        while (!(w = gettok(SEP_STD)).empty()) {
-            if (cmdmatch(w.c_str(), "append", 1)) append = true;
-            else if (w == "replace") replace = true;
-            else if (w == "text") text = true;
-            else if (w == "rimu") rimu = true;
-            else if (w == "name") {
-                if (std::string(gettok(SEP_STD)) != "(") return session::error(198);
-                name = gettok(SEP_STD);
-                if (name == ")") return session::required("name()");
-                if (std::string(gettok(SEP_STD)) != ")") return session::error(198);
-                if (int rc = session::check_name(name)) return rc;
-            } else
-                return option_not_allowed(w);
-        }
-    }
-    if (append && replace) return fail_text(198, "options append and replace may not be combined\n");
-    if (text && rimu) return fail_text(198, "options text and rimu may not be combined\n");
+    const session::OptSpec specs[] = {
+        session::opt_flag("append", 1, append), session::opt_flag("replace", 7, replace),
+        session::opt_flag("text", 4, text),     session::opt_flag("rimu", 4, rimu),
+        session::opt_name("name", 4, name),
+    };
+    if (int rc = session::parse_options(specs)) return rc;
+    if (append && replace) return session::fail(198, "options append and replace may not be combined\n");
+    if (text && rimu) return session::fail(198, "options text and rimu may not be combined\n");
     bool isRimu;
     std::string ext = session::path_extension(fn);
     if (rimu || text) isRimu = rimu;
@@ -485,16 +466,10 @@ int cmdlog_using() {
     std::string fn = unquoted(gettok(SEP_FILE));
     if (fn.empty() || fn == ",") return session::error(7197);
     bool append = false, replace = false;
-    std::string w = gettok(SEP_STD);
-    if (!w.empty()) {
-        if (w != ",") return session::error(198);
-        while (!(w = gettok(SEP_STD)).empty()) {
-            if (cmdmatch(w.c_str(), "append", 1)) append = true;
-            else if (w == "replace") replace = true;
-            else return option_not_allowed(w);
-        }
-    }
-    if (append && replace) return fail_text(198, "options append and replace may not be combined\n");
+    const session::OptSpec specs[] = {session::opt_flag("append", 1, append),
+                                      session::opt_flag("replace", 7, replace)};
+    if (int rc = session::parse_options(specs)) return rc;
+    if (append && replace) return session::fail(198, "options append and replace may not be combined\n");
     if (!has_extension(fn)) fn += ".txt";
     if (fn.size() > 499) return session::error(7197);
     if (cmdlog.fd || open_already(fn)) return session::error(604);

@@ -18,6 +18,7 @@
 #include "output/rimu.h"
 #include "session/errors.h"
 #include "session/fileio.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -195,17 +196,9 @@ int find_option(int t, const std::string &name) {
     return -1;
 }
 
-int fail_text(int rc, const std::string &s) {
-    ClassScope cs(CLS_ERROR);
-    out_error(s);
-    return rc;
-}
+int translator_not_found(const std::string &name) { return session::fail(111, "translator " + name + " not found\n"); }
 
-int translator_not_found(const std::string &name) { return fail_text(111, "translator " + name + " not found\n"); }
-
-int not_built(const Translator &t) {
-    return fail_text(199, std::string("translator ") + t.name + " is not available in this build\n");
-}
+int not_built(const Translator &t) { return session::not_built(std::string("translator ") + t.name); }
 
 bool is_number(const std::string &v) {
     if (v.empty()) return false;
@@ -230,12 +223,12 @@ int check_value(const OptDef &d, std::string &v) {
         if (v != "on" && v != "off") return session::found_where_expected(v, "on or off");
         break;
     case O_NUM:
-        if (!is_number(v)) return fail_text(198, v + " found where number expected\n");
+        if (!is_number(v)) return session::fail(198, v + " found where number expected\n");
         break;
     case O_CHOICE: {
         std::string list = std::string(" ") + d.choices + " ";
         if (v.empty() || v.find(' ') != std::string::npos || list.find(" " + v + " ") == std::string::npos)
-            return fail_text(198, v + " found where one of " + d.choices + " expected\n");
+            return session::fail(198, v + " found where one of " + d.choices + " expected\n");
         break;
     }
     case O_RGB: {
@@ -256,7 +249,7 @@ int check_value(const OptDef &d, std::string &v) {
             ++k;
             p = end;
         }
-        if (!ok || k != 3) return fail_text(198, std::string("invalid rgb value in ") + d.name + "\n");
+        if (!ok || k != 3) return session::fail(198, std::string("invalid rgb value in ") + d.name + "\n");
         v = norm;
         break;
     }
@@ -268,7 +261,7 @@ int check_value(const OptDef &d, std::string &v) {
 // Sets an option of translator t; the preview note is shown as the console can't preview.
 int set_option(int t, const std::string &opt, std::string value, std::vector<std::string> &vals) {
     int o = find_option(t, opt);
-    if (o < 0) return fail_text(198, "option " + opt + " not allowed\n");
+    if (o < 0) return session::option_not_allowed(opt);
     const OptDef &d = translators[t].opts->defs[o];
     if (int rc = check_value(d, value)) return rc;
     if (opt == "preview" && value == "on") {
@@ -288,19 +281,6 @@ const std::string &value(const std::vector<std::string> &vals, int t, const char
 namespace {
 
 // ---- translate
-
-// Reads "(value)" after an option word: the text up to the closing parenthesis.
-bool paren_value(std::string &v) {
-    const char *p = session::tk.tokpos;
-    while (*p == ' ') ++p;
-    if (*p != '(') return false;
-    const char *q = std::strchr(p + 1, ')');
-    if (!q) return false;
-    v.assign(p + 1, q - p - 1);
-    session::tk.tokpos = q + 1;
-    session::tk.tokpushed = false;
-    return true;
-}
 
 int run_rimu_to_text(int t, const std::vector<std::string> &vals, int in, int outfd) {
     TextTarget tt;
@@ -340,18 +320,18 @@ int translate_files() {
     std::string tname;
     bool replace = false;
     std::vector<std::pair<std::string, std::string>> overrides;
+    // replace, translator(name), and the options of the translator, each with its value.
     std::string w = gettok(SEP_STD);
     if (!w.empty()) {
-        if (w != ",") return session::error(198);
-        while (!(w = gettok(SEP_STD)).empty()) {
-            if (w == "replace") {
-                replace = true;
-                continue;
-            }
-            std::string v;
-            if (!paren_value(v)) return fail_text(198, "option " + w + " not allowed\n");
-            if (cmdmatch(w.c_str(), "translator", 5)) tname = trim(v);
-            else overrides.push_back({w, v});
+        if (w != ",") return session::invalid_rest(session::tk.tokstart);
+        std::vector<session::Option> opts;
+        if (int rc = session::read_options(opts)) return rc;
+        if (*session::tokrest()) return session::invalid_rest(session::tokrest());
+        for (const session::Option &o : opts) {
+            if (o.name == "replace" && !o.paren) replace = true;
+            else if (!o.paren) return session::option_not_allowed(o.name);
+            else if (cmdmatch(o.name.c_str(), "translator", 5)) tname = trim(o.arg);
+            else overrides.push_back({o.name, o.arg});
         }
     }
 
@@ -362,9 +342,9 @@ int translate_files() {
             int t = find_translator(tname);
             if (t < 0) return translator_not_found(tname);
             if (translators[t].to != K_PRN)
-                return fail_text(198, "@" + printer + " and translator " + tname + " do not match\n");
+                return session::fail(198, "@" + printer + " and translator " + tname + " do not match\n");
         }
-        return fail_text(111, "printer " + printer + " not found\n");
+        return session::fail(111, "printer " + printer + " not found\n");
     }
 
     bool from_memory = from == "@Graph";
@@ -377,7 +357,7 @@ int translate_files() {
         if (t < 0) return translator_not_found(tname);
     } else {
         Kind fk = from_memory ? K_GRAPH : kind_of(from), tk = kind_of(to);
-        if (fk == K_NONE || tk == K_NONE) return fail_text(198, "translator option required\n");
+        if (fk == K_NONE || tk == K_NONE) return session::fail(198, "translator option required\n");
         std::string guess = std::string(kind_word[fk]) + "2" + kind_word[tk];
         t = find_translator(guess);
         if (t < 0) return translator_not_found(guess);
@@ -387,7 +367,7 @@ int translate_files() {
     for (auto &[opt, v] : overrides)
         if (int rc = set_option(t, opt, v, vals)) return rc;
     if (!tr.built) return not_built(tr);
-    if (from_memory) return fail_text(198, "translator " + std::string(tr.name) + " does not take @Graph\n");
+    if (from_memory) return session::fail(198, "translator " + std::string(tr.name) + " does not take @Graph\n");
 
     if (S_ISDIR(sb.st_mode)) return session::file_error(603, from);
     // The file may be an open log: what is buffered for it goes out first.
@@ -408,7 +388,7 @@ int translate_files() {
         }
         if (tb.st_dev == sb.st_dev && tb.st_ino == sb.st_ino) {
             ::close(in);
-            return fail_text(198, "source and target are the same file\n");
+            return session::fail(198, "source and target are the same file\n");
         }
     }
     int outfd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -481,7 +461,7 @@ int cmd_translator(int) {
         std::string opt = gettok(SEP_STD);
         if (opt.empty()) return session::error(198);
         std::string v = session::tokrest();
-        if (find_option(t, opt) < 0) return fail_text(198, "option " + opt + " not allowed\n");
+        if (find_option(t, opt) < 0) return session::option_not_allowed(opt);
         return set_option(t, opt, v, values_of(t));
     }
     if (sub == "reset") {

@@ -78,6 +78,7 @@ std::string trimmed(const std::string &s) {
 
 
 int take(const Option &o, const OptSpec &s, bool negated) {
+    if (s.kind == OK_SKIP) return 0;
     if (s.kind == OK_FLAG || s.kind == OK_ONOFF) {
         if (o.paren) return option_not_allowed(o.name + "()");
         *s.flag = !negated;
@@ -114,19 +115,19 @@ int take(const Option &o, const OptSpec &s, bool negated) {
 
 int option_invalid(std::string_view name) { return fail(198, "option " + std::string(name) + "() invalid\n"); }
 
-int read_options(std::vector<Option> &out) {
+int read_options(std::vector<Option> &out, char stop) {
     out.clear();
     const char *p = tk.tokpos ? tk.tokpos : "";
     for (;;) {
         while (*p == ' ') ++p;
-        if (!*p) break;
+        if (!*p || (stop && *p == stop)) break;
         if (*p == ',') {
             ++p;
             break;
         }
         Option o;
         const char *s = p;
-        while (*p && *p != ' ' && *p != '(' && *p != ',') ++p;
+        while (*p && *p != ' ' && *p != '(' && *p != ',' && !(stop && *p == stop)) ++p;
         o.name.assign(s, (size_t)(p - s));
         const char *q = p;
         while (*q == ' ') ++q;
@@ -160,11 +161,41 @@ int parse_options(std::span<const OptSpec> specs) {
     const std::string t = gettok(SEP_STD);
     if (t.empty()) return 0;
     if (t != ",") return invalid_rest(tk.tokstart);
+    return options_here(specs);
+}
+
+int options_here(std::span<const OptSpec> specs) {
     std::vector<Option> opts;
     if (int rc = read_options(opts)) return rc;
     if (int rc = match_options(opts, specs)) return rc;
     if (*tokrest()) return invalid_rest(tokrest());
     return 0;
+}
+
+namespace {
+
+// Runs f with the tokenizer on text of its own, and puts the tokenizer back afterwards.
+template <class F>
+int on_text(std::string_view text, F f) {
+    const Tok saved = tk;
+    const std::string copy(text);
+    settok(copy.c_str());
+    const int rc = f();
+    tk = saved;
+    return rc;
+}
+
+}  // namespace
+
+int options_of(std::string_view text, std::span<const OptSpec> specs) {
+    return on_text(text, [&] { return options_here(specs); });
+}
+
+int read_options_of(std::string_view text, std::vector<Option> &out) {
+    return on_text(text, [&] {
+        if (int rc = read_options(out)) return rc;
+        return *tokrest() ? invalid_rest(tokrest()) : 0;
+    });
 }
 
 size_t options_comma(std::string_view s) {

@@ -19,10 +19,11 @@ struct Option {
 };
 
 // Reads the options at the tokenizer, which stands just behind the comma, up to the end of the text
-// or a second comma, which ends the list; the tokenizer is left behind what was read. The text in
+// or a second comma, which ends the list, or before a stop character outside an argument (the colon
+// of a prefix command); the tokenizer is left behind what was read. The text in
 // parentheses is found by balancing (), [] and both kinds of quotes. 0; 1003 for more than
 // max_options; 198 for an unbalanced argument, with "invalid <name>: <what>" written.
-int read_options(std::vector<Option> &out);
+int read_options(std::vector<Option> &out, char stop = 0);
 
 // What a command accepts: a row per option, found by cmdmatch(word, name, minlen).
 enum OptKind : uint8_t {
@@ -32,6 +33,7 @@ enum OptKind : uint8_t {
     OK_NAME,   // name(name): one word that passes the name rule
     OK_INT,    // name(#): a whole number from lo to hi
     OK_REAL,   // name(#): a number
+    OK_SKIP,   // name or name(anything): accepted and ignored
 };
 struct OptSpec {
     const char *name;
@@ -51,6 +53,7 @@ inline OptSpec opt_int(const char *n, int m, int &v, int lo, int hi) {
     return {n, m, OK_INT, nullptr, nullptr, &v, nullptr, lo, hi};
 }
 inline OptSpec opt_real(const char *n, int m, double &v) { return {n, m, OK_REAL, nullptr, nullptr, nullptr, &v}; }
+inline OptSpec opt_skip(const char *n, int m) { return {n, m, OK_SKIP}; }
 
 // Matches the options in the order they were written; a later one overrides an earlier. Unknown:
 // "option <name> not allowed"; a flag with parentheses: the same with "()"; an argument missing:
@@ -59,6 +62,15 @@ int match_options(const std::vector<Option> &opts, std::span<const OptSpec> spec
 
 // "option <name>() invalid", 198: a value the command itself found wrong.
 int option_invalid(std::string_view name);
+
+// The options at the tokenizer, which stands behind the comma, to the end of the text: read and
+// matched; text after a second comma is "'<text>' invalid", 198.
+int options_here(std::span<const OptSpec> specs);
+
+// The options in a text of their own (what follows the comma), the tokenizer left as it was.
+int options_of(std::string_view text, std::span<const OptSpec> specs);
+// The same, read but not matched, for commands whose options are not a fixed list.
+int read_options_of(std::string_view text, std::vector<Option> &out);
 
 // `[, options]` at the tokenizer, to the end of the text: nothing, or a comma and options that match
 // specs. Other text where the comma should be is "'<text>' invalid", 198.

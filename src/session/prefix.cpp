@@ -6,10 +6,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "output/channel.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -191,36 +193,21 @@ int cmd_version(int) {
     std::string next = gettok(SEP_STD);
     if (next == ",") {
         bool keep_missing = false;
-        for (;;) {
-            std::string opt = gettok(SEP_STD);
-            if (opt.empty() || opt == ":") {
-                if (opt == ":") ungettok();
-                break;
-            }
-            if (cmdmatch(opt.c_str(), "missing", 3)) {
-                keep_missing = true;
-            } else if (cmdmatch(opt.c_str(), "born", 4)) {
-                if (std::string(gettok(SEP_STD)) != "(") return error(198);
-                const char *start = tk.tokpos;
-                const char *close = std::strchr(start, ')');
-                if (!close || close - start > 80) return error(198);
-                std::string date(start, close - start);
-                tk.tokpos = close + 1;
-                int d, m, y;
-                if (!parse_born(date, &d, &m, &y)) {
-                    out::ClassScope cs(out::CLS_ERROR);
-                    out::out_error("\"" + date + "\" invalid date\n");
-                    return 198;
-                }
-                if (y * 10000 + m * 100 + d > born_year * 10000 + born_month * 100 + born_day) {
-                    out::ClassScope cs(out::CLS_ERROR);
-                    out::out_error("you must update the Orvat executable to run this program\n");
-                    out::out_rimu("{p 4 4}\nThe program was written for an executable born after "
-                                  "10 Jun 2010; this one was born on that date.\n{p_end}\n");
-                    return 9;
-                }
-            } else {
-                return error(198);
+        std::string date;
+        std::vector<Option> opts;
+        if (int rc = read_options(opts, ':')) return rc;
+        const OptSpec specs[] = {opt_flag("missing", 3, keep_missing), opt_text("born", 4, date)};
+        if (int rc = match_options(opts, specs)) return rc;
+        if (!date.empty()) {
+            if (date.size() > 80) return option_invalid("born");
+            int d, m, y;
+            if (!parse_born(date, &d, &m, &y)) return fail(198, "\"" + date + "\" invalid date\n");
+            if (y * 10000 + m * 100 + d > born_year * 10000 + born_month * 100 + born_day) {
+                out::ClassScope cs(out::CLS_ERROR);
+                out::out_error("you must update the Orvat executable to run this program\n");
+                out::out_rimu("{p 4 4}\nThe program was written for an executable born after "
+                              "10 Jun 2010; this one was born on that date.\n{p_end}\n");
+                return 9;
             }
         }
         if (keep_missing) mm = lp.modernmissing;

@@ -31,6 +31,7 @@
 #include "session/hexfloat.h"
 #include "session/state.h"
 #include "session/memory.h"
+#include "session/options.h"
 #include "session/prefs.h"
 #include "session/tok.h"
 
@@ -387,15 +388,8 @@ int rd_tracehilite() {
     std::string w = gettok(SEP_STD);
     if (!w.empty() && w[0] == '"') w.erase(0, 1);
     bool word = false;
-    std::string t = gettok(SEP_STD);
-    if (t == ",") {
-        std::string o = gettok(SEP_STD);
-        if (o != "word") return error(198);
-        word = true;
-    } else if (!t.empty()) {
-        return error(198);
-    }
-    if (int rc = end_of_value()) return rc;
+    const OptSpec specs[] = {opt_flag("word", 4, word)};
+    if (int rc = parse_options(specs)) return rc;
     se.tracehilite = w;
     se.tracehilite_word = word;
     return 0;
@@ -609,16 +603,6 @@ int apply(const SetRow &r) {
     }
 }
 
-// Position of the first comma outside double quotes in s, or npos.
-size_t option_comma(const std::string &s) {
-    bool dq = false;
-    for (size_t i = 0; i < s.size(); ++i) {
-        if (s[i] == '"') dq = !dq;
-        else if (s[i] == ',' && !dq) return i;
-    }
-    return std::string::npos;
-}
-
 }  // namespace
 
 // set word [value] [, permanently]
@@ -642,20 +626,12 @@ int cmd_set(int) {
     }
     if (r->read == rd_conren || r->read == rd_tracehilite) return r->read();
     std::string rest = tokrest();
-    size_t comma = option_comma(rest);
+    size_t comma = options_comma(rest);
     bool perm = false;
     if (comma != std::string::npos) {
         settok(rest.c_str() + comma + 1);
-        for (;;) {
-            std::string o = gettok(SEP_STD);
-            if (o.empty()) break;
-            if (cmdmatch(o.c_str(), "permanently", 4)) perm = true;
-            else {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("option " + o + " not allowed\n");
-                return 198;
-            }
-        }
+        const OptSpec specs[] = {opt_flag("permanently", 4, perm)};
+        if (int rc = options_here(specs)) return rc;
         rest.resize(comma);
     }
     if (perm && !r->group) return not_allowed("option permanently");
