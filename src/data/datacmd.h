@@ -30,4 +30,4 @@ int cmd_set_obs(int);
 // Fills ps.inrange, ps.in_lo, ps.in_hi. 0 or 198 (190 under by), message written.
 int parse_in();
 
-}  // namespace data
+} // namespace data

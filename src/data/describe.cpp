@@ -8,10 +8,10 @@
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/varlist.h"
-#include "session/macstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -66,7 +66,7 @@ void text_line(const std::string &s) {
 
 int r_scalar(const char *name, double v) { return mat::r_set_scalar(name, v); }
 
-}  // namespace
+} // namespace
 
 // _describe [varlist] [using filename] [, short fullnames]
 int cmd_describe(int) {
@@ -144,7 +144,8 @@ int cmd_describe(int) {
             pad_to(line, COL_FMT);
             line += ds.fmt[v - 1];
             pad_to(line, COL_VALLAB);
-            line += fullnames ? std::string(ds.vallab[v - 1]) : abbrev(ds.vallab[v - 1], COL_LABEL - COL_VALLAB - 1);
+            line += fullnames ? std::string(ds.vallab[v - 1])
+                              : abbrev(ds.vallab[v - 1], COL_LABEL - COL_VALLAB - 1);
             std::string lbl = variable_label(name.c_str());
             if (!lbl.empty()) {
                 pad_to(line, COL_LABEL);
@@ -174,4 +175,4 @@ int cmd_describe(int) {
     return rc;
 }
 
-}  // namespace data
+} // namespace data

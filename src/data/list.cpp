@@ -288,7 +288,6 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
     return L.lines;
 }
 
-
 // list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
 int cmd_list(int) {
     if (int rc = parse_varlist(VL_ANY)) return rc;

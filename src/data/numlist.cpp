@@ -50,7 +50,8 @@ bool nl_number(const std::string &t, double &v) { return text_to_number(t, v, tr
 
 // a, a+d, ... up to b; d must point from a to b.
 int nl_range(double a, double d, double b, const NumlistOpts &opt, std::vector<double> &out, bool quiet) {
-    if (is_missing(a) || is_missing(b) || is_missing(d) || d == 0 || (b - a) * d < 0) return nl_fail(121, opt, quiet);
+    if (is_missing(a) || is_missing(b) || is_missing(d) || d == 0 || (b - a) * d < 0)
+        return nl_fail(121, opt, quiet);
     const double eps = std::fabs(d) * 1e-9;
     for (int64_t k = 0;; ++k) {
         const double x = a + (double)k * d;
@@ -61,7 +62,7 @@ int nl_range(double a, double d, double b, const NumlistOpts &opt, std::vector<d
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int numlist_parse(std::string_view text, const NumlistOpts &opt, std::vector<double> &out, bool quiet) {
     out.clear();
@@ -139,4 +140,4 @@ std::string numlist_text(const std::vector<double> &v) {
     return s;
 }
 
-}  // namespace data
+} // namespace data

@@ -51,7 +51,7 @@ int count_option(const char *name, const std::string &text, int *count) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // numlist "text" [, integer missingokay ascending descending sort min(#) max(#) range(...)]
 int cmd_numlist(int) {
@@ -61,10 +61,14 @@ int cmd_numlist(int) {
     NumlistOpts o;
     std::string min, max, range;
     const session::OptSpec specs[] = {
-        session::opt_flag("integer", 3, o.integer),      session::opt_flag("missingokay", 4, o.missingok),
-        session::opt_flag("ascending", 1, o.ascending),  session::opt_flag("descending", 1, o.descending),
-        session::opt_flag("sort", 4, o.sort),            session::opt_text("min", 3, min),
-        session::opt_text("max", 3, max),                session::opt_text("range", 5, range),
+        session::opt_flag("integer", 3, o.integer),
+        session::opt_flag("missingokay", 4, o.missingok),
+        session::opt_flag("ascending", 1, o.ascending),
+        session::opt_flag("descending", 1, o.descending),
+        session::opt_flag("sort", 4, o.sort),
+        session::opt_text("min", 3, min),
+        session::opt_text("max", 3, max),
+        session::opt_text("range", 5, range),
     };
     if (int rc = session::parse_options(specs)) return rc;
     if (int rc = count_option("min", min, &o.mincount)) return rc;
@@ -77,4 +81,4 @@ int cmd_numlist(int) {
     return mat::r_set_macro("numlist", numlist_text(v));
 }
 
-}  // namespace data
+} // namespace data

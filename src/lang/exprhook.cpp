@@ -31,7 +31,8 @@ int eval_to_text(std::string_view exp, std::string &text, bool quiet) {
     static data::Fmt g18;
     static bool parsed = data::fmt_parse("%18.0g", g18, true) == 0;
     char buf[64];
-    int n = parsed ? data::fmt_number(v.num, g18, buf, sizeof buf) : std::snprintf(buf, sizeof buf, "%.17g", v.num);
+    int n = parsed ? data::fmt_number(v.num, g18, buf, sizeof buf)
+                   : std::snprintf(buf, sizeof buf, "%.17g", v.num);
     for (int i = 0; i < n; ++i)
         if (buf[i] != ' ') text.push_back(buf[i]);
     return 0;
@@ -55,5 +56,4 @@ int eval_to_int(std::string_view exp, long long &v, bool quiet) {
     return 0;
 }
 
-
-}  // namespace lang
+} // namespace lang

@@ -13,4 +13,4 @@ int eval_to_text(std::string_view exp, std::string &text, bool quiet);
 // The same, with an integer result (exit #, the numbers of old syntax).
 int eval_to_int(std::string_view exp, long long &v, bool quiet);
 
-}  // namespace lang
+} // namespace lang

@@ -15,8 +15,8 @@
 #include "output/channel.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
-#include "session/options.h"
 #include "session/loop.h"
+#include "session/options.h"
 #include "session/sedit2.h"
 #include "session/tok.h"
 

@@ -9,7 +9,6 @@
 
 namespace lang {
 
-
 // Expands macros in buf (capacity maxmaclen + 1) in place. Returns 0 or a return code; 920 (too many
 // macros) is reported here, other codes by the routine that found them.
 int expand_macros(char *buf);
@@ -44,5 +43,4 @@ int cmd_macro(int);
 int cmd_tempname(int);
 int cmd_tempfile(int);
 
-
-}  // namespace lang
+} // namespace lang

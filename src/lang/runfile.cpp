@@ -12,8 +12,8 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
-#include "session/options.h"
 #include "session/loop.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -155,12 +155,13 @@ bool ado_word_allowed(const char *line) {
            w == "m" || session::cmdmatch(w.c_str(), "kiln", 4);
 }
 
-}  // namespace
+} // namespace
 
 void trace_line(const char *line) {
     if (!tracing()) return;
     const char *p = line;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     out::ClassScope cs(out::CLS_TEXT);
     std::string s = trace_indent();
     if (se.tracenumber) s += std::to_string(lp.curline) + " ";
@@ -173,7 +174,8 @@ void trace_line(const char *line) {
 void trace_expanded(const char *line) {
     if (!tracing() || !se.traceexpand) return;
     const char *p = line;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     out::ClassScope cs(out::CLS_TEXT);
     out::out_text(trace_indent() + "= " + p + "\n");
 }
@@ -182,13 +184,18 @@ std::vector<std::string> split_args(const std::string &text) {
     std::vector<std::string> w;
     size_t i = 0, n = text.size();
     for (;;) {
-        while (i < n && text[i] == ' ') ++i;
+        while (i < n && text[i] == ' ')
+            ++i;
         if (i >= n) break;
         if (text[i] == '`' && i + 1 < n && text[i + 1] == '"') {
             size_t j = i + 2;
             int nest = 1;
             while (j < n) {
-                if (text[j] == '`' && j + 1 < n && text[j + 1] == '"') { ++nest; j += 2; continue; }
+                if (text[j] == '`' && j + 1 < n && text[j + 1] == '"') {
+                    ++nest;
+                    j += 2;
+                    continue;
+                }
                 if (text[j] == '"' && j + 1 < n && text[j + 1] == '\'') {
                     if (--nest == 0) break;
                     j += 2;
@@ -205,7 +212,8 @@ std::vector<std::string> split_args(const std::string &text) {
             i = j < n ? j + 1 : n;
         } else {
             size_t j = i;
-            while (j < n && text[j] != ' ' && text[j] != '"') ++j;
+            while (j < n && text[j] != ' ' && text[j] != '"')
+                ++j;
             w.push_back(text.substr(i, j - i));
             i = j;
         }
@@ -234,7 +242,8 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
             if (comma != std::string::npos || args.find_first_not_of(' ') != std::string::npos)
                 return session::error(198);
         } else if (comma != std::string::npos) {
-            const session::OptSpec specs[] = {session::opt_onoff("stop", 1, stop), session::opt_skip("delay", 5)};
+            const session::OptSpec specs[] = {session::opt_onoff("stop", 1, stop),
+                                              session::opt_skip("delay", 5)};
             if (int rc = session::options_of(rest.substr(comma + 1), specs)) return rc;
         }
         shown = with_suffix(fname);
@@ -354,7 +363,8 @@ int cmd_exit(int) {
     std::string exp = rest.substr(0, comma);
     bool clear = false, whole = false, prefs = session::st.saveprefs;
     if (comma != std::string::npos) {
-        const session::OptSpec specs[] = {session::opt_flag("clear", 5, clear), session::opt_flag("ORVAT", 5, whole),
+        const session::OptSpec specs[] = {session::opt_flag("clear", 5, clear),
+                                          session::opt_flag("ORVAT", 5, whole),
                                           session::opt_onoff("prefs", 4, prefs)};
         if (int rc = session::options_of(rest.substr(comma + 1), specs)) return rc;
         session::st.saveprefs = prefs;
@@ -371,4 +381,4 @@ int cmd_exit(int) {
     return (int)code;
 }
 
-}  // namespace lang
+} // namespace lang

@@ -29,7 +29,7 @@ namespace {
 
 // Store kinds of one result store.
 struct Kinds {
-    int scalar, macro, matrix;  // matrix: three kinds (contents, row stripe, column stripe)
+    int scalar, macro, matrix; // matrix: three kinds (contents, row stripe, column stripe)
 };
 constexpr Kinds R_KINDS = {ST_R_SCALAR, ST_R_MACRO, ST_R_MATRIX};
 constexpr Kinds E_KINDS = {ST_E_SCALAR, ST_E_MACRO, ST_E_MATRIX};
@@ -95,10 +95,11 @@ int set_scalar(ResultScalars &t, int type, const char *name, double v) {
 void drop_kinds(const Kinds &k) {
     store_drop_type(k.scalar);
     store_drop_type(k.macro);
-    for (int i = 0; i < 3; ++i) store_drop_type(k.matrix + i);
+    for (int i = 0; i < 3; ++i)
+        store_drop_type(k.matrix + i);
 }
 
-}  // namespace
+} // namespace
 
 std::vector<std::string> names_at(int type) {
     std::vector<std::string> v;
@@ -129,12 +130,13 @@ std::string number_for_macro(double v) {
 
 int ret_matrix_type() { return ST_RETMATRIX_FIRST + 3 * level_index(); }
 
-}  // namespace
+} // namespace
 
 std::vector<std::pair<std::string, double>> scalars_of(char kind) {
     std::vector<std::pair<std::string, double>> v;
     if (ResultScalars *t = fast_of(kind))
-        for (int i = 0; i < t->count; ++i) v.emplace_back(t->name[i], t->value[i]);
+        for (int i = 0; i < t->count; ++i)
+            v.emplace_back(t->name[i], t->value[i]);
     int type = kind == 'r' ? ST_R_SCALAR : kind == 'e' ? ST_E_SCALAR : 0;
     if (type)
         for (const std::string &n : names_at(type))
@@ -146,7 +148,7 @@ int macro_type_of(char kind) { return kind == 'r' ? ST_R_MACRO : kind == 'e' ? S
 
 namespace {
 int matrix_type_of(char kind) { return kind == 'r' ? ST_R_MATRIX : kind == 'e' ? ST_E_MATRIX : 0; }
-}  // namespace
+} // namespace
 
 bool has_sample() { return data::find_var("(e)") > 0; }
 
@@ -215,16 +217,19 @@ int expr_result(char kind, const char *name, double *v, char *buf) {
     switch (result_lookup(kind, name, v, &text)) {
     case RES_FAST_R:
     case RES_FAST_E:
-    case RES_SCALAR: return 1;
+    case RES_SCALAR:
+        return 1;
     case RES_MACRO:
         std::snprintf(buf, data::EXPR_STRBUF, "%s", text.substr(0, 244).c_str());
         return 2;
-    case RES_MATRIX: return 3;
-    default: return 0;
+    case RES_MATRIX:
+        return 3;
+    default:
+        return 0;
     }
 }
 
-}  // namespace
+} // namespace
 
 // ---------------------------------------------------------------------------------------------------------
 
@@ -263,10 +268,13 @@ std::string result_text(char kind, const char *name) {
     switch (result_lookup(kind, name, &v, &text)) {
     case RES_FAST_R:
     case RES_FAST_E:
-    case RES_SCALAR: return number_for_macro(v);
+    case RES_SCALAR:
+        return number_for_macro(v);
     case RES_MACRO:
-    case RES_MATRIX: return text;
-    default: return "";
+    case RES_MATRIX:
+        return text;
+    default:
+        return "";
     }
 }
 
@@ -320,8 +328,10 @@ void drop_scalar(char kind, const char *name) {
     }
     ResultScalars &t = res.efast;
     int i = fast_find(t, name);
-    if (i >= 0) fast_drop(t, i);
-    else if (void *p = store_find(name, ST_E_SCALAR, nullptr)) store_delete(p);
+    if (i >= 0)
+        fast_drop(t, i);
+    else if (void *p = store_find(name, ST_E_SCALAR, nullptr))
+        store_delete(p);
 }
 
 int ret_scalar_type() { return ST_RETSCALAR_FIRST + level_index(); }
@@ -331,9 +341,10 @@ namespace {
 void drop_return_level() {
     store_drop_type(ret_scalar_type());
     store_drop_type(ret_macro_type());
-    for (int i = 0; i < 3; ++i) store_drop_type(ret_matrix_type() + i);
+    for (int i = 0; i < 3; ++i)
+        store_drop_type(ret_matrix_type() + i);
 }
-}  // namespace
+} // namespace
 
 void ret_clear() { drop_return_level(); }
 
@@ -344,10 +355,12 @@ int ret_set_scalar(const char *name, double v) {
 
 int ret_add() {
     for (const auto &[n, v] : scalars_of('r'))
-        if (!store_find(n.c_str(), ret_scalar_type(), nullptr) && !store_find(n.c_str(), ret_macro_type(), nullptr))
+        if (!store_find(n.c_str(), ret_scalar_type(), nullptr) &&
+            !store_find(n.c_str(), ret_macro_type(), nullptr))
             if (int rc = store_scalar(n.c_str(), ret_scalar_type(), v)) return rc;
     for (const std::string &n : names_at(ST_R_MACRO)) {
-        if (store_find(n.c_str(), ret_scalar_type(), nullptr) || store_find(n.c_str(), ret_macro_type(), nullptr))
+        if (store_find(n.c_str(), ret_scalar_type(), nullptr) ||
+            store_find(n.c_str(), ret_macro_type(), nullptr))
             continue;
         int32_t len = 0;
         const char *t = session::macro_get_at(n.c_str(), ST_R_MACRO, &len);
@@ -383,7 +396,8 @@ void program_leave(int cls, int rc) {
 int result_names(char kind, std::string_view part, std::string &out) {
     std::vector<std::string> names;
     if (part == "scalars") {
-        for (const auto &[n, v] : scalars_of(kind)) names.push_back(n);
+        for (const auto &[n, v] : scalars_of(kind))
+            names.push_back(n);
     } else if (part == "macros") {
         names = names_at(macro_type_of(kind));
     } else if (part == "matrices") {
@@ -401,4 +415,4 @@ int result_names(char kind, std::string_view part, std::string &out) {
     return 0;
 }
 
-}  // namespace mat
+} // namespace mat

@@ -88,13 +88,13 @@ int list_store(char kind) {
 int class_error(int cls) { return error(cls == 1 ? 151 : cls == 3 ? 152 : 153); }
 
 // name [=] exp : a numeric expression stored by set().
-template <class Set>
-int scalar_sub(Set set) {
+template <class Set> int scalar_sub(Set set) {
     std::string name = gettok(SEP_STD);
     if (name.empty()) return error(198);
     if (int rc = session::check_name(name)) return rc;
     const char *rest = tokrest();
-    while (*rest == ' ') ++rest;
+    while (*rest == ' ')
+        ++rest;
     if (*rest == '=') ++rest;
     data::ExprValue v;
     if (int rc = data::expr_eval_scalar(rest, v, nullptr, data::XW_NUM)) return rc;
@@ -103,7 +103,7 @@ int scalar_sub(Set set) {
 
 int not_yet(const std::string &what) { return session::not_built(what); }
 
-}  // namespace
+} // namespace
 
 // return {local|scalar|matrix|list|clear|add} ... ; return alone ends the program
 int cmd_return(int) {
@@ -126,8 +126,7 @@ int cmd_return(int) {
     }
     if (res.ProgramClass != 1) return class_error(1);
     if (local) return lang::cmd_macdef(4);
-    if (scalar)
-        return scalar_sub(ret_set_scalar);
+    if (scalar) return scalar_sub(ret_set_scalar);
     if (matrix) return not_yet("return matrix");
     if (*tokrest()) return error(198);
     return ret_add();
@@ -227,7 +226,8 @@ int cmd__return(int) {
     if (sub == "drop") {
         if (*tokrest()) return error(198);
         if (name == "_all") {
-            for (int i = 0; i < HELD_RETURNS; ++i) free_slot(i);
+            for (int i = 0; i < HELD_RETURNS; ++i)
+                free_slot(i);
             return 0;
         }
         int slot = held_slot(name);
@@ -242,4 +242,4 @@ int cmd__return(int) {
     return error(198);
 }
 
-}  // namespace mat
+} // namespace mat

@@ -12,4 +12,4 @@ int cmd_sreturn(int);
 // _return {hold|restore|drop|dir}
 int cmd__return(int);
 
-}  // namespace mat
+} // namespace mat

@@ -24,7 +24,8 @@ int conren_parse_bytes(std::string_view words, ConSeq &seq) {
             continue;
         }
         size_t j = i;
-        while (j < words.size() && words[j] != ' ') ++j;
+        while (j < words.size() && words[j] != ' ')
+            ++j;
         std::string_view w = words.substr(i, j - i);
         i = j;
         if (w.size() > 1 && w[0] == '<') {
@@ -49,18 +50,21 @@ namespace {
 
 struct ColourWord {
     const char *name;
-    int minlen;  // 0: the word in full only
+    int minlen; // 0: the word in full only
     int colour;
 };
 
 // Colour words and their shortest forms, in the order the listing shows them.
 constexpr ColourWord colour_words[] = {
-    {"text", 4, COL_TEXT},     {"result", 3, COL_RESULT}, {"link", 2, COL_LINK}, {"hilite", 2, COL_HILITE},
-    {"input", 3, COL_INPUT},   {"error", 3, COL_ERROR},   {"blue", 2, COL_BLUE},
+    {"text", 4, COL_TEXT},   {"result", 3, COL_RESULT}, {"link", 2, COL_LINK}, {"hilite", 2, COL_HILITE},
+    {"input", 3, COL_INPUT}, {"error", 3, COL_ERROR},   {"blue", 2, COL_BLUE},
 };
 // Other names of colours.
 constexpr ColourWord colour_aliases[] = {
-    {"txt", 0, COL_TEXT}, {"rt", 0, COL_RESULT}, {"et", 0, COL_ERROR}, {"ct", 0, COL_INPUT},
+    {"txt", 0, COL_TEXT},
+    {"rt", 0, COL_RESULT},
+    {"et", 0, COL_ERROR},
+    {"ct", 0, COL_INPUT},
 };
 constexpr const char *font_words[3] = {"sf", "it", "bf"};
 
@@ -113,7 +117,7 @@ int conren_list() {
     return out_rimu("on the -{cmd:set conren}- command.\n");
 }
 
-}  // namespace
+} // namespace
 
 int set_conren(int) {
     std::string w = session::gettok(session::SEP_STD);
@@ -126,7 +130,10 @@ int set_conren(int) {
     int font = find_font(w);
     if (font >= 0) w = session::gettok(session::SEP_STD);
     if (w == "off") return 0;
-    ConSeq *single = w == "uloff" ? &conren.uloff : w == "ulon" ? &conren.ulon : w == "reset" ? &conren.reset : nullptr;
+    ConSeq *single = w == "uloff"   ? &conren.uloff
+                     : w == "ulon"  ? &conren.ulon
+                     : w == "reset" ? &conren.reset
+                                    : nullptr;
     int colour = single ? 0 : find_colour(w);
     if (!single && !colour) return session::error(198);
     ConSeq seq;
@@ -137,11 +144,12 @@ int set_conren(int) {
     } else if (font >= 0) {
         conren.tab[font * 7 + colour - 1] = seq;
     } else {
-        for (int f = 0; f < 3; ++f) conren.tab[f * 7 + colour - 1] = seq;
+        for (int f = 0; f < 3; ++f)
+            conren.tab[f * 7 + colour - 1] = seq;
     }
     // The next style change sends the new sequences.
     con.lastStyle = -1;
     return 0;
 }
 
-}  // namespace out
+} // namespace out

@@ -12,4 +12,4 @@ int conren_parse_bytes(std::string_view words, ConSeq &seq);
 // set conren [clear | [font] colour|uloff|ulon|reset|off [bytes]]
 int set_conren(int);
 
-}  // namespace out
+} // namespace out

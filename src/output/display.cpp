@@ -10,9 +10,9 @@
 
 #include "data/expr.h"
 #include "data/fmt.h"
-#include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/macstore.h"
 #include "session/reader.h"
 #include "session/state.h"
 #include "session/tok.h"

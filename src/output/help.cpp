@@ -13,10 +13,10 @@
 #include "output/channel.h"
 #include "output/log.h"
 #include "output/rimu.h"
-#include "session/findfile.h"
 #include "session/commands.h"
 #include "session/errors.h"
 #include "session/fileio.h"
+#include "session/findfile.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -56,10 +56,10 @@ struct HelpAlias {
     const char *topic, *file;
 };
 const HelpAlias help_aliases[] = {
-    {"chelp", "help"},      {"man", "help"},         {"translator", "translate"}, {"break", "nobreak"},
-    {"include", "do"},      {"local", "macro"},      {"global", "macro"},         {"c_local", "macro"},
-    {"else", "if"},         {"continue", "forvalues"}, {"tempname", "tempvar"},   {"tempfile", "tempvar"},
-    {"keep", "drop"},       {"ereturn", "return"},   {"sreturn", "return"},       {"_return", "return"},
+    {"chelp", "help"},        {"man", "help"},           {"translator", "translate"}, {"break", "nobreak"},
+    {"include", "do"},        {"local", "macro"},        {"global", "macro"},         {"c_local", "macro"},
+    {"else", "if"},           {"continue", "forvalues"}, {"tempname", "tempvar"},     {"tempfile", "tempvar"},
+    {"keep", "drop"},         {"ereturn", "return"},     {"sreturn", "return"},       {"_return", "return"},
     {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
 };
 
@@ -104,7 +104,7 @@ int show(int fd, bool rimu) {
     if (!rc && !carry.empty()) rc = send(carry);
     if (rimu) {
         out_rimu("{rimu}\n");
-        out_rimu("{reset}\n");  // the newline is the one the mode change drops
+        out_rimu("{reset}\n"); // the newline is the one the mode change drops
     } else if (ch.current && !ch.current->lineEmpty) {
         out_text("\n");
     }
@@ -157,7 +157,7 @@ int help_topic(std::string topic) {
     return show_path(path, true);
 }
 
-}  // namespace
+} // namespace
 
 // chelp [topic]   (man is the same command)
 int cmd_chelp(int) {
@@ -183,4 +183,4 @@ int cmd_view(int) {
     return show_path(fn, ext == ".rimu" || ext == ".orhlp");
 }
 
-}  // namespace out
+} // namespace out

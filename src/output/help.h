@@ -3,8 +3,8 @@
 
 namespace out {
 
-int cmd_chelp(int);  // 0 chelp, 1 man
+int cmd_chelp(int); // 0 chelp, 1 man
 // view [file] filename ; view help [topic]
 int cmd_view(int);
 
-}  // namespace out
+} // namespace out

@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "session/macstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
 #include "session/fileio.h"
+#include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -135,10 +135,11 @@ int recover_removed(int fd, const char *abspath, const char *shown) {
         }
         ClassScope cs(CLS_TEXT);
         if (place == abspath)
-            out_text(std::string("(note: file ") + shown + " was removed while the log was open; written again)\n");
+            out_text(std::string("(note: file ") + shown +
+                     " was removed while the log was open; written again)\n");
         else
-            out_text(std::string("(note: file ") + shown + " was removed while the log was open; its text is in " +
-                     place + ")\n");
+            out_text(std::string("(note: file ") + shown +
+                     " was removed while the log was open; its text is in " + place + ")\n");
         return 0;
     }
     return session::file_error(603, shown);
@@ -169,21 +170,28 @@ bool room_in(bool rimu) {
 // line as the screen did.
 std::string rimu_head(const RimuStream *s) {
     std::string h = "{rimu}\n";
-    static const char *const colour[8] = {"{txt}", "{res}", "{txt}", "{txt}", "{err}", "{com}", "{txt}", "{hi}"};
+    static const char *const colour[8] = {"{txt}", "{res}", "{txt}", "{txt}",
+                                          "{err}", "{com}", "{txt}", "{hi}"};
     h += colour[s->style & STY_COLOUR_BITS];
     int font = s->style & STY_FONT_BITS;
     h += font == FONT_IT ? "{it}" : font == FONT_BF ? "{bf}" : "{sf}";
     h += (s->style & STY_UNDERLINE) ? "{ul on}" : "{ul off}";
     char buf[64];
     switch (s->mode) {
-    case MODE_ASIS: h += "{asis}\n"; break;
+    case MODE_ASIS:
+        h += "{asis}\n";
+        break;
     case MODE_PARA:
         std::snprintf(buf, sizeof buf, "{p %d %d %d}\n", s->firstIndent, s->nextIndent,
                       std::max(0, s->rightMarginWidth - s->width));
         h += buf;
         break;
-    case MODE_OLDHELP: h += "{o6hlp}\n"; break;
-    default: h += "\n"; break;  // taken by the mode change of the head line
+    case MODE_OLDHELP:
+        h += "{o6hlp}\n";
+        break;
+    default:
+        h += "\n";
+        break; // taken by the mode change of the head line
     }
     return h;
 }
@@ -291,7 +299,8 @@ bool open_already(const std::string &path) {
     struct stat sb, ob;
     if (::stat(path.c_str(), &sb) != 0) return false;
     std::vector<int> fds;
-    for (LogFile *lf : all_logs()) fds.push_back(lf->fd);
+    for (LogFile *lf : all_logs())
+        fds.push_back(lf->fd);
     if (cmdlog.fd) fds.push_back(cmdlog.fd);
     for (int fd : fds)
         if (::fstat(fd, &ob) == 0 && ob.st_dev == sb.st_dev && ob.st_ino == sb.st_ino) return true;
@@ -316,15 +325,19 @@ int log_using() {
     if (text && rimu) return session::fail(198, "options text and rimu may not be combined\n");
     bool isRimu;
     std::string ext = session::path_extension(fn);
-    if (rimu || text) isRimu = rimu;
-    else if (ext == ".log") isRimu = false;
-    else if (ext == ".rimu") isRimu = true;
-    else isRimu = session::se.logtype == 2;
+    if (rimu || text)
+        isRimu = rimu;
+    else if (ext == ".log")
+        isRimu = false;
+    else if (ext == ".rimu")
+        isRimu = true;
+    else
+        isRimu = session::se.logtype == 2;
     if (!has_extension(fn)) fn += isRimu ? ".rimu" : ".log";
     if (fn.size() > 499) return session::error(7197);
 
     if (name.empty() ? unnamed_log.fd != 0 : find_named(name) != nullptr) return session::error(604);
-    if (open_already(fn)) return session::error(604);  // two logs in one file would mix their text
+    if (open_already(fn)) return session::error(604); // two logs in one file would mix their text
     // A set that is full refuses before the file is touched, so a refused replace destroys nothing.
     if (!room_in(isRimu)) return refused();
 
@@ -353,7 +366,8 @@ int log_using() {
     }
     LogFile *placed = &unnamed_log;
     if (!name.empty()) {
-        placed = static_cast<LogFile *>(session::store_add_copy(name.c_str(), LOG_STORE_TYPE, 0, &lf, sizeof lf));
+        placed =
+            static_cast<LogFile *>(session::store_add_copy(name.c_str(), LOG_STORE_TYPE, 0, &lf, sizeof lf));
         if (!placed) {
             detach(lf);
             ::close(fd);
@@ -400,8 +414,10 @@ int close_one(LogFile *lf) {
     int rc = recover_removed(lf->fd, lf->abspath, lf->filename);
     if (::close(lf->fd) != 0 && errno != EINTR) lf->failed = 1;
     if (!rc && lf->failed) rc = session::file_error(693, lf->filename);
-    if (lf == &unnamed_log) unnamed_log = LogFile{};
-    else session::store_delete(lf);
+    if (lf == &unnamed_log)
+        unnamed_log = LogFile{};
+    else
+        session::store_delete(lf);
     return rc;
 }
 
@@ -455,7 +471,8 @@ int log_query(const std::string &name) {
         logs.push_back(lf);
     }
     if (logs.empty()) label_value("       log:  ", "(closed)");
-    for (LogFile *lf : logs) report_one(*lf);
+    for (LogFile *lf : logs)
+        report_one(*lf);
     report_cmdlog();
     return set_r(logs.empty() ? nullptr : logs.front());
 }
@@ -517,7 +534,7 @@ bool is_cmdlog_command(const char *line) {
     return found;
 }
 
-}  // namespace
+} // namespace
 
 // log using filename [, append replace text rimu name(name)]
 // log {off | on} [name]
@@ -574,19 +591,23 @@ int cmd_cmdlog(int) {
 
 void cmdlog_line(const char *line) {
     if (!cmdlog.fd || !cmdlog.on || cmdlog.failed) return;
-    if (ch.OutputLevel > CLS_INPUT) return;         // input hidden: not recorded either
+    if (ch.OutputLevel > CLS_INPUT) return; // input hidden: not recorded either
     const char *p = line;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     if (!*p || is_cmdlog_command(p)) return;
     std::string text = std::string(line) + "\n";
     ::lseek(cmdlog.fd, 0, SEEK_END);
-    if (!session::write_all(cmdlog.fd, text.data(), text.size())) cmdlog.failed = 1;
-    else cmdlog.written = 1;
+    if (!session::write_all(cmdlog.fd, text.data(), text.size()))
+        cmdlog.failed = 1;
+    else
+        cmdlog.written = 1;
 }
 
 void logs_close_at_exit() {
-    for (LogFile *lf : all_logs()) close_one(lf);
+    for (LogFile *lf : all_logs())
+        close_one(lf);
     if (cmdlog.fd) cmdlog_close();
 }
 
-}  // namespace out
+} // namespace out

@@ -12,10 +12,10 @@ namespace out {
 // An open log. The unnamed log is one of these; named logs are store records of LOG_STORE_TYPE
 // holding one, keyed by the name.
 struct LogFile {
-    int fd = 0;              // 0 when not open
+    int fd = 0; // 0 when not open
     uint8_t isRimu = 0;
     uint8_t active = 0;      // 0 while paused by `log off`
-    char filename[500] = {};  // the path as typed, with the default extension added
+    char filename[500] = {}; // the path as typed, with the default extension added
     char name[33] = {};      // empty for the unnamed log
     // Kept to make sure a log never loses text: where the file was when it was opened (an absolute
     // path, so a later cd doesn't move it), a write that failed while attached, and the order of
@@ -29,7 +29,7 @@ struct CommandLog {
     int fd = 0;
     char filename[500] = {};
     uint8_t on = 0;
-    uint8_t written = 0;     // a line has gone to it since it was opened
+    uint8_t written = 0; // a line has gone to it since it was opened
     char abspath[4096] = {};
     uint8_t failed = 0;
 };
@@ -54,5 +54,4 @@ void logs_close_at_exit();
 // cmdlog command).
 void cmdlog_line(const char *line);
 
-
-}  // namespace out
+} // namespace out

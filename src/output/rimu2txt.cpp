@@ -14,7 +14,8 @@ void put_out(TextTarget *t, const std::string &s) {
     t->buf += s;
     if (t->buf.size() >= 65536) {
         if (t->into) t->into->append(t->buf);
-        if (t->fd >= 0 && !t->failed && !session::write_all(t->fd, t->buf.data(), t->buf.size())) t->failed = true;
+        if (t->fd >= 0 && !t->failed && !session::write_all(t->fd, t->buf.data(), t->buf.size()))
+            t->failed = true;
         t->buf.clear();
     }
 }
@@ -38,7 +39,8 @@ int text_sink(void *ctx, const uint8_t *img, int code) {
     if (code != SINK_LINE || !img) return 0;
     LineView v = line_view(img);
     bool draw = false;
-    for (int i = 0; i < v.runCount; ++i) draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < v.runCount; ++i)
+        draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
     std::string line(t->lmargin, ' ');
     size_t at = line.size();
     line.append(v.text, v.textLength);
@@ -64,7 +66,7 @@ int text_sink(void *ctx, const uint8_t *img, int code) {
 // Sends a piece of one line (ending in a newline, or the file's last piece) to the engine.
 void feed_line(TextTarget *t, std::string_view piece) { stream_put_rimu(t->stream, piece); }
 
-}  // namespace
+} // namespace
 
 void rimu_to_text_begin(TextTarget *t) {
     t->stream = stream_new();
@@ -98,7 +100,7 @@ void rimu_to_text_end(TextTarget *t) {
         feed_line(t, t->carry);
         t->carry.clear();
     }
-    stream_set_mode(t->stream, MODE_LINE);  // the last paragraph or line is finished
+    stream_set_mode(t->stream, MODE_LINE); // the last paragraph or line is finished
     stream_free(t->stream);
     t->stream = nullptr;
     std::string rest;
@@ -107,4 +109,4 @@ void rimu_to_text_end(TextTarget *t) {
     if (t->fd >= 0 && !t->failed && !session::write_all(t->fd, rest.data(), rest.size())) t->failed = true;
 }
 
-}  // namespace out
+} // namespace out

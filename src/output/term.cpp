@@ -1,4 +1,5 @@
-// The terminal: set-up from the termcap description, buffered output to fd 1, keys, modes and the console sink.
+// The terminal: set-up from the termcap description, buffered output to fd 1, keys, modes and the console
+// sink.
 #include "output/term.h"
 
 #include <poll.h>
@@ -51,11 +52,13 @@ int key_match(const KeyTable &t, const char *bytes, int n) {
 std::string strip_padding(const char *s) {
     std::string r;
     if (!s) return r;
-    while ((*s >= '0' && *s <= '9') || *s == '*') ++s;
+    while ((*s >= '0' && *s <= '9') || *s == '*')
+        ++s;
     while (*s) {
         if (s[0] == '$' && s[1] == '<') {
             const char *q = s + 2;
-            while (*q >= '0' && *q <= '9') ++q;
+            while (*q >= '0' && *q <= '9')
+                ++q;
             if (q > s + 2 && *q == '>') {
                 s = q + 1;
                 continue;
@@ -74,10 +77,11 @@ namespace {
 char obuf[512];
 int ofill = 0;
 
-}  // namespace
+} // namespace
 
 void term_flush() {
-    if (ofill > 0) session::write_all(1, obuf, (size_t)ofill);  // a terminal that is gone drops output silently
+    if (ofill > 0)
+        session::write_all(1, obuf, (size_t)ofill); // a terminal that is gone drops output silently
     ofill = 0;
 }
 
@@ -124,7 +128,7 @@ void set_seq(ConSeq &s, std::string_view v) {
     std::memcpy(s.b, v.data(), s.len);
 }
 
-}  // namespace
+} // namespace
 
 void update_underline_resets() {
     if (!ch.console) return;
@@ -135,10 +139,12 @@ void conren_defaults(bool colour) {
     conren = Conren{};
     if (colour) {
         // Colours in table order: result, text, blue, error, input, link, hilite.
-        static const char *const colours[7] = {"\x1b[1m", "", "\x1b[34m", "\x1b[31m", "", "\x1b[36m", "\x1b[1m"};
+        static const char *const colours[7] = {"\x1b[1m", "",         "\x1b[34m", "\x1b[31m",
+                                               "",        "\x1b[36m", "\x1b[1m"};
         static const char *const fonts[3] = {"", "\x1b[3m", "\x1b[1m"};
         for (int f = 0; f < 3; ++f)
-            for (int c = 0; c < 7; ++c) set_seq(conren.tab[f * 7 + c], std::string(fonts[f]) + colours[c]);
+            for (int c = 0; c < 7; ++c)
+                set_seq(conren.tab[f * 7 + c], std::string(fonts[f]) + colours[c]);
         set_seq(conren.reset, "\x1b[0m");
         set_seq(conren.ulon, "\x1b[4m");
         set_seq(conren.uloff, "\x1b[24m");
@@ -192,7 +198,8 @@ void term_setup(bool batch, const char *name) {
     add_cap_key("kb", KEY_BS);
     add_cap_key("kh", KEY_HOME);
     static const char *const fkeys[9] = {"k1", "k2", "k3", "k4", "k5", "k6", "k7", "k8", "k9"};
-    for (int i = 0; i < 9; ++i) add_cap_key(fkeys[i], KEY_F1 + i);
+    for (int i = 0; i < 9; ++i)
+        add_cap_key(fkeys[i], KEY_F1 + i);
     if (std::strcmp(term.name, "sun") == 0 || std::strcmp(term.name, "sunkbrd") == 0) {
         key_add(term.keys, "\x1b[214z", KEY_HOME);
         key_add(term.keys, "\x1b[220z", KEY_END);
@@ -235,7 +242,7 @@ void term_setup(bool batch, const char *name) {
 namespace {
 struct termios saved_modes;
 bool modes_saved = false;
-}  // namespace
+} // namespace
 
 void term_modes_set() {
     if (!term.editing || modes_saved) return;
@@ -269,7 +276,8 @@ void term_modes_restore() {
 void on_winch(int) {
     int saved = errno;
     struct winsize ws;
-    if ((ioctl(1, TIOCGWINSZ, &ws) == 0 || ioctl(0, TIOCGWINSZ, &ws) == 0) && ws.ws_col > 0 && ws.ws_row > 0) {
+    if ((ioctl(1, TIOCGWINSZ, &ws) == 0 || ioctl(0, TIOCGWINSZ, &ws) == 0) && ws.ws_col > 0 &&
+        ws.ws_row > 0) {
         term.cols = ws.ws_col;
         term.lines = ws.ws_row;
     }
@@ -298,7 +306,7 @@ int read_byte(unsigned char *c) {
             poll(&p, 1, -1);
             continue;
         }
-        return 0;  // a read error ends input like end of file
+        return 0; // a read error ends input like end of file
     }
 }
 
@@ -308,7 +316,7 @@ bool byte_follows(int ms) {
     return poll(&p, 1, ms) == 1 && (p.revents & POLLIN);
 }
 
-}  // namespace
+} // namespace
 
 int term_getkey() {
     unsigned char c;
@@ -382,12 +390,13 @@ void show_line(const uint8_t *image, int code) {
     if (len < 0) len = 0;
     if (len > LINE_TEXT_MAX) len = LINE_TEXT_MAX;
     bool draw = false;
-    for (int i = 0; i < v.runCount; ++i) draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < v.runCount; ++i)
+        draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
     char text[LINE_TEXT_MAX + 1];
     for (int i = 0; i < len; ++i) {
         char c = v.text[i];
         if (draw && c >= 1 && c <= 8) c = c <= 2 ? '-' : c <= 4 ? '|' : '+';
-        if (c == 19) c = ' ';  // a hard blank
+        if (c == 19) c = ' '; // a hard blank
         text[i] = c;
     }
     // After a partial line only the columns not yet written go out.
@@ -420,7 +429,8 @@ int more_wait() {
     send_style(COL_LINK);
     term_put_flush("--more--");
     int k;
-    do k = term_getkey();
+    do
+        k = term_getkey();
     while (k == KEY_RESIZE || k == KEY_NONE);
     term_put_flush("\b\b\b\b\b\b\b\b        \b\b\b\b\b\b\b\b");
     if (k == KEY_BREAK) return 3;
@@ -428,7 +438,7 @@ int more_wait() {
     return k;
 }
 
-}  // namespace
+} // namespace
 
 int console_sink(void *, const uint8_t *image, int code) {
     switch (code) {
@@ -453,4 +463,4 @@ int console_sink(void *, const uint8_t *image, int code) {
     }
 }
 
-}  // namespace out
+} // namespace out

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "output/channel.h"
-#include "output/rimu2txt.h"
 #include "output/rimu.h"
+#include "output/rimu2txt.h"
 #include "session/errors.h"
 #include "session/fileio.h"
 #include "session/options.h"
@@ -61,19 +61,15 @@ struct OptDef {
     const char *name;
     OptKind kind;
     const char *def;
-    const char *choices;  // O_CHOICE: the words, blank-separated
+    const char *choices; // O_CHOICE: the words, blank-separated
 };
 
 // Plain text.
 const OptDef text_opts[] = {
-    {"cmdnumber", O_ONOFF, "off", nullptr},
-    {"header", O_ONOFF, "off", nullptr},
-    {"headertext", O_TEXT, "", nullptr},
-    {"projecttext", O_TEXT, "", nullptr},
-    {"user", O_TEXT, "", nullptr},
-    {"linesize", O_NUM, "0", nullptr},  // 0: the session's linesize
-    {"lmargin", O_NUM, "0", nullptr},
-    {"pagelines", O_NUM, "0", nullptr},
+    {"cmdnumber", O_ONOFF, "off", nullptr}, {"header", O_ONOFF, "off", nullptr},
+    {"headertext", O_TEXT, "", nullptr},    {"projecttext", O_TEXT, "", nullptr},
+    {"user", O_TEXT, "", nullptr},          {"linesize", O_NUM, "0", nullptr}, // 0: the session's linesize
+    {"lmargin", O_NUM, "0", nullptr},       {"pagelines", O_NUM, "0", nullptr},
 };
 
 // Text-based PostScript.
@@ -141,12 +137,12 @@ const OptSet SET_GPH = {gph_opts, (int)(sizeof gph_opts / sizeof gph_opts[0])};
 
 struct Translator {
     const char *name;
-    int code;        // 0 for those without one
+    int code; // 0 for those without one
     Kind from, to;
     const char *from_text, *to_text;
-    const char *format;  // in "(file ... written in %s format)"
+    const char *format; // in "(file ... written in %s format)"
     const OptSet *opts;
-    bool built;      // false: says so and returns 199
+    bool built; // false: says so and returns 199
 };
 
 const Translator translators[] = {
@@ -172,7 +168,8 @@ std::vector<std::string> &values_of(int t) {
     std::vector<std::string> &v = values[t];
     if (v.empty()) {
         const OptSet &s = *translators[t].opts;
-        for (int i = 0; i < s.count; ++i) v.push_back(s.defs[i].def);
+        for (int i = 0; i < s.count; ++i)
+            v.push_back(s.defs[i].def);
     }
     return v;
 }
@@ -180,7 +177,8 @@ std::vector<std::string> &values_of(int t) {
 void reset_values(int t) {
     std::vector<std::string> &v = values_of(t);
     const OptSet &s = *translators[t].opts;
-    for (int i = 0; i < s.count; ++i) v[i] = s.defs[i].def;
+    for (int i = 0; i < s.count; ++i)
+        v[i] = s.defs[i].def;
 }
 
 int find_translator(const std::string &name) {
@@ -196,7 +194,9 @@ int find_option(int t, const std::string &name) {
     return -1;
 }
 
-int translator_not_found(const std::string &name) { return session::fail(111, "translator " + name + " not found\n"); }
+int translator_not_found(const std::string &name) {
+    return session::fail(111, "translator " + name + " not found\n");
+}
 
 int not_built(const Translator &t) { return session::not_built(std::string("translator ") + t.name); }
 
@@ -237,7 +237,8 @@ int check_value(const OptDef &d, std::string &v) {
         bool ok = true;
         std::string norm;
         while (*p) {
-            while (*p == ' ') ++p;
+            while (*p == ' ')
+                ++p;
             if (!*p) break;
             char *end;
             long c = std::strtol(p, &end, 10);
@@ -253,7 +254,8 @@ int check_value(const OptDef &d, std::string &v) {
         v = norm;
         break;
     }
-    case O_TEXT: break;
+    case O_TEXT:
+        break;
     }
     return 0;
 }
@@ -276,7 +278,7 @@ const std::string &value(const std::vector<std::string> &vals, int t, const char
     return vals[find_option(t, opt)];
 }
 
-}  // namespace
+} // namespace
 
 namespace {
 
@@ -328,10 +330,14 @@ int translate_files() {
         if (int rc = session::read_options(opts)) return rc;
         if (*session::tokrest()) return session::invalid_rest(session::tokrest());
         for (const session::Option &o : opts) {
-            if (o.name == "replace" && !o.paren) replace = true;
-            else if (!o.paren) return session::option_not_allowed(o.name);
-            else if (cmdmatch(o.name.c_str(), "translator", 5)) tname = trim(o.arg);
-            else overrides.push_back({o.name, o.arg});
+            if (o.name == "replace" && !o.paren)
+                replace = true;
+            else if (!o.paren)
+                return session::option_not_allowed(o.name);
+            else if (cmdmatch(o.name.c_str(), "translator", 5))
+                tname = trim(o.arg);
+            else
+                overrides.push_back({o.name, o.arg});
         }
     }
 
@@ -367,7 +373,8 @@ int translate_files() {
     for (auto &[opt, v] : overrides)
         if (int rc = set_option(t, opt, v, vals)) return rc;
     if (!tr.built) return not_built(tr);
-    if (from_memory) return session::fail(198, "translator " + std::string(tr.name) + " does not take @Graph\n");
+    if (from_memory)
+        return session::fail(198, "translator " + std::string(tr.name) + " does not take @Graph\n");
 
     if (S_ISDIR(sb.st_mode)) return session::file_error(603, from);
     // The file may be an open log: what is buffered for it goes out first.
@@ -436,7 +443,7 @@ int query_one(int t) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int cmd_translate(int) { return translate_files(); }
 
@@ -468,7 +475,8 @@ int cmd_translator(int) {
         std::string name = gettok(SEP_STD);
         if (*gettok(SEP_STD)) return session::error(198);
         if (name.empty()) {
-            for (int t = 0; t < n_translators; ++t) reset_values(t);
+            for (int t = 0; t < n_translators; ++t)
+                reset_values(t);
             return 0;
         }
         int t = find_translator(name);
@@ -479,4 +487,4 @@ int cmd_translator(int) {
     return session::error(198);
 }
 
-}  // namespace out
+} // namespace out

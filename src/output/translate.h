@@ -8,4 +8,4 @@ int cmd_translate(int);
 // translator {query|set|reset} ...
 int cmd_translator(int);
 
-}  // namespace out
+} // namespace out

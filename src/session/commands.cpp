@@ -21,7 +21,8 @@ namespace {
 struct Index {
     std::vector<int> by_first[256];
     Index() {
-        for (int i = 0; i < cmd_row_count; ++i) by_first[(unsigned char)cmd_rows[i].name[0]].push_back(i);
+        for (int i = 0; i < cmd_row_count; ++i)
+            by_first[(unsigned char)cmd_rows[i].name[0]].push_back(i);
     }
 };
 const Index &index() {
@@ -31,16 +32,21 @@ const Index &index() {
 
 bool version_ok(VersionTest t) {
     switch (t) {
-    case V_ANY: return true;
-    case V_GE600: return lp.version >= 600;
-    case V_GE800: return lp.version >= 800;
-    case V_LT600: return lp.version < 600;
-    case V_LT800: return lp.version < 800;
+    case V_ANY:
+        return true;
+    case V_GE600:
+        return lp.version >= 600;
+    case V_GE800:
+        return lp.version >= 800;
+    case V_LT600:
+        return lp.version < 600;
+    case V_LT800:
+        return lp.version < 800;
     }
     return false;
 }
 
-}  // namespace
+} // namespace
 
 const CmdRow *find_command(const char *word) {
     for (int i : index().by_first[(unsigned char)word[0]]) {
@@ -69,4 +75,4 @@ bool command_has(const char *word, uint8_t flags) {
     return false;
 }
 
-}  // namespace session
+} // namespace session

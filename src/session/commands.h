@@ -9,10 +9,10 @@ namespace session {
 enum VersionTest : uint8_t { V_ANY, V_GE600, V_GE800, V_LT600, V_LT800 };
 
 enum CmdFlag : uint8_t {
-    CF_SKIP = 1,    // looked at while a branch is skipped: it keeps block structure right
-    CF_LOOP = 2,    // a loop head: a typed line is not expanded before it runs
-    CF_PREFIX = 4,  // read past when a typed line is checked for a loop head
-    CF_SHORT = 8,   // one letter is enough as that prefix, and while skipping under version 8 and later
+    CF_SKIP = 1,   // looked at while a branch is skipped: it keeps block structure right
+    CF_LOOP = 2,   // a loop head: a typed line is not expanded before it runs
+    CF_PREFIX = 4, // read past when a typed line is checked for a loop head
+    CF_SHORT = 8,  // one letter is enough as that prefix, and while skipping under version 8 and later
 };
 
 struct CmdRow {
@@ -33,4 +33,4 @@ const CmdRow *find_skipped(const char *word);
 // True when word is a row with all of flags (CF_PREFIX, CF_LOOP), under that row's prefix minimum.
 bool command_has(const char *word, uint8_t flags);
 
-}  // namespace session
+} // namespace session

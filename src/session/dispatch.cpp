@@ -5,7 +5,6 @@
 #include <cstring>
 #include <vector>
 
-#include "lang/macro.h"
 #include "data/assert.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
@@ -15,6 +14,7 @@
 #include "data/scalar.h"
 #include "data/varlist.h"
 #include "lang/flow.h"
+#include "lang/macro.h"
 #include "lang/prog.h"
 #include "matrix/return.h"
 #include "output/channel.h"
@@ -54,7 +54,7 @@ int run_row(const CmdRow *r) {
     return h.handler(h.arg);
 }
 
-}  // namespace
+} // namespace
 
 int cmd_na(int) { return not_built(std::string("command ") + current_command); }
 
@@ -113,4 +113,4 @@ int dispatch_rest() {
     return dispatch();
 }
 
-}  // namespace session
+} // namespace session

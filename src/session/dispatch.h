@@ -7,7 +7,6 @@ namespace session {
 // arg is the row's constant (shared handlers tell their commands apart by it).
 using Handler = int (*)(int arg);
 
-
 // The full name of the row being run (for messages of shared handlers).
 extern const char *current_command;
 
@@ -27,4 +26,4 @@ int cmd_pref(int);
 // Reads the next token as a command word and dispatches the rest of the line (prefix commands).
 int dispatch_rest();
 
-}  // namespace session
+} // namespace session

@@ -20,8 +20,8 @@ int cmd_error(int) {
     out::ch.OutputLevel = level;
     if (rc) return 197;
     double n = std::trunc(v.num);
-    int code = (n < 0 || n >= 100001) ? 100000 : (int)n;  // a missing value is beyond every code
+    int code = (n < 0 || n >= 100001) ? 100000 : (int)n; // a missing value is beyond every code
     return error_cmd_show(code);
 }
 
-}  // namespace session
+} // namespace session

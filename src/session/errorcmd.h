@@ -6,4 +6,4 @@ namespace session {
 // error exp
 int cmd_error(int);
 
-}  // namespace session
+} // namespace session

@@ -18,7 +18,6 @@ bool write_all(int fd, const char *p, size_t n) {
     return true;
 }
 
-
 std::string path_extension(std::string_view path) {
     size_t slash = path.rfind('/');
     size_t base = slash == std::string_view::npos ? 0 : slash + 1;
@@ -37,4 +36,4 @@ bool looks_binary(const char *p, size_t n) {
     return n > 0 && control * 8 > n;
 }
 
-}  // namespace session
+} // namespace session

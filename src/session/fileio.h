@@ -13,4 +13,4 @@ std::string path_extension(std::string_view path);
 // True when the first bytes of a file look binary (a NUL byte, or many control characters).
 bool looks_binary(const char *p, size_t n);
 
-}  // namespace session
+} // namespace session

@@ -64,4 +64,4 @@ bool findfile(const std::string &name, const std::string &suffix, std::string &p
 
 bool find_on_adopath(const char *name, std::string *found_path) { return findfile(name, "", *found_path); }
 
-}  // namespace session
+} // namespace session

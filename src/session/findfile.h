@@ -14,4 +14,4 @@ std::string adopath_dir(const std::string &element);
 // The letter subdirectory a file is looked for in.
 std::string adosubdir(const std::string &name, const std::string &suffix);
 
-}  // namespace session
+} // namespace session

@@ -35,7 +35,7 @@ void hash_command(const char *line) {
     const char *w = gettok(SEP_STD);
     std::string word = w;
     if (!word.empty() && cmdmatch(word.c_str(), "delimit", 1)) {
-        if (!lp.curfile) return;  // obeyed only in a file
+        if (!lp.curfile) return; // obeyed only in a file
         std::string arg = gettok(SEP_STD);
         out::ClassScope cs(out::CLS_TEXT);
         if (arg == "cr") {
@@ -63,7 +63,8 @@ void hash_command(const char *line) {
 }
 
 bool skippable(const char *p) {
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return *p == '\0' || *p == '*';
 }
 
@@ -73,7 +74,7 @@ double now_seconds() {
     return tv.tv_sec + tv.tv_usec / 1e6;
 }
 
-}  // namespace
+} // namespace
 
 int getline(int from_program, int prompt_flag) {
     (void)prompt_flag;
@@ -92,7 +93,8 @@ int getline(int from_program, int prompt_flag) {
         // Only the top level of a do-file is recorded, never the lines of an ado-file being loaded.
         if (!(lp.curfile && (lp.callframes > 1 || lang::ado_loading()))) out::cmdlog_line(tk.cmdbuf);
         const char *p = tk.cmdbuf;
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         if (*p == '#') {
             hash_command(p);
             if (lp.curfile) continue;
@@ -136,7 +138,7 @@ void report_outcome(int rc, double t0) {
             out::out_rimu("\n{hline 2}Break{hline 2}\n");
         }
         out::ClassScope cs(out::CLS_INFO);
-        out::out_text("");  // the colour of the class, before the markup
+        out::out_text(""); // the colour of the class, before the markup
         out::out_rimuf("{search r(%d):r(%d);}", rc, rc);
         if (!lp.rmsg) out::out_rimu("\n");
     } else if (lp.rmsg) {
@@ -144,7 +146,7 @@ void report_outcome(int rc, double t0) {
         out::out_text("r;");
     }
     if (lp.rmsg) {
-        double el = t0 ? now_seconds() - t0 : 0;  // 0 for the line that turned rmsg on
+        double el = t0 ? now_seconds() - t0 : 0; // 0 for the line that turned rmsg on
         if (el < 0) el = 0;
         lp.rmsg_time = el;
         long hund = (long)(el * 100 + 0.5);
@@ -157,7 +159,7 @@ void report_outcome(int rc, double t0) {
     }
 }
 
-}  // namespace
+} // namespace
 
 int execline() {
     lp.exitlevel = 0;
@@ -208,4 +210,4 @@ void prompt_loop() {
     }
 }
 
-}  // namespace session
+} // namespace session

@@ -20,4 +20,4 @@ int execute_text(const char *text);
 // Runs the prompt loop at the top level until exit or end of input.
 void prompt_loop();
 
-}  // namespace session
+} // namespace session

@@ -56,4 +56,4 @@ int macro_set_empty(const char *name) {
 
 void macro_drop(const char *name) { macro_set(name, ""); }
 
-}  // namespace session
+} // namespace session

@@ -30,4 +30,4 @@ void macro_drop(const char *name);
 const char *macro_get_at(const char *stored_name, int type, int32_t *len = nullptr);
 int macro_set_at(const char *stored_name, int type, std::string_view text, bool keep_empty = false);
 
-}  // namespace session
+} // namespace session

@@ -13,7 +13,7 @@ namespace session {
 
 namespace {
 
-constexpr int max_nesting = 100;  // parentheses and brackets inside one argument
+constexpr int max_nesting = 100; // parentheses and brackets inside one argument
 
 // The argument of an option, from just behind its '(' to the balancing ')': *end gets the position
 // of that ')'. 0, or the words of what is wrong.
@@ -25,8 +25,10 @@ const char *balance(const char *p, const char **end) {
         if (c == '`' && p[1] == '"') {
             int cq = 1;
             for (p += 2; *p && cq; ++p) {
-                if (p[0] == '`' && p[1] == '"') ++cq, ++p;
-                else if (p[0] == '"' && p[1] == '\'') --cq, ++p;
+                if (p[0] == '`' && p[1] == '"')
+                    ++cq, ++p;
+                else if (p[0] == '"' && p[1] == '\'')
+                    --cq, ++p;
             }
             if (cq) return "quotes do not match";
             --p;
@@ -76,7 +78,6 @@ std::string trimmed(const std::string &s) {
     return s.substr(b, s.find_last_not_of(' ') - b + 1);
 }
 
-
 int take(const Option &o, const OptSpec &s, bool negated) {
     if (s.kind == OK_SKIP) return 0;
     if (s.kind == OK_FLAG || s.kind == OK_ONOFF) {
@@ -87,7 +88,9 @@ int take(const Option &o, const OptSpec &s, bool negated) {
     const std::string v = trimmed(o.arg);
     if (!o.paren || v.empty()) return fail(198, "option " + o.name + "() required\n");
     switch (s.kind) {
-    case OK_TEXT: *s.text = v; return 0;
+    case OK_TEXT:
+        *s.text = v;
+        return 0;
     case OK_NAME:
         if (!name_ok(v)) return invalid_name(v);
         *s.text = v;
@@ -107,19 +110,23 @@ int take(const Option &o, const OptSpec &s, bool negated) {
         *s.real = d;
         return 0;
     }
-    default: return 0;
+    default:
+        return 0;
     }
 }
 
-}  // namespace
+} // namespace
 
-int option_invalid(std::string_view name) { return fail(198, "option " + std::string(name) + "() invalid\n"); }
+int option_invalid(std::string_view name) {
+    return fail(198, "option " + std::string(name) + "() invalid\n");
+}
 
 int read_options(std::vector<Option> &out, char stop) {
     out.clear();
     const char *p = tk.tokpos ? tk.tokpos : "";
     for (;;) {
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         if (!*p || (stop && *p == stop)) break;
         if (*p == ',') {
             ++p;
@@ -127,10 +134,12 @@ int read_options(std::vector<Option> &out, char stop) {
         }
         Option o;
         const char *s = p;
-        while (*p && *p != ' ' && *p != '(' && *p != ',' && !(stop && *p == stop)) ++p;
+        while (*p && *p != ' ' && *p != '(' && *p != ',' && !(stop && *p == stop))
+            ++p;
         o.name.assign(s, (size_t)(p - s));
         const char *q = p;
-        while (*q == ' ') ++q;
+        while (*q == ' ')
+            ++q;
         if (*q == '(') {
             const char *end = nullptr;
             if (const char *what = balance(q + 1, &end))
@@ -175,8 +184,7 @@ int options_here(std::span<const OptSpec> specs) {
 namespace {
 
 // Runs f with the tokenizer on text of its own, and puts the tokenizer back afterwards.
-template <class F>
-int on_text(std::string_view text, F f) {
+template <class F> int on_text(std::string_view text, F f) {
     const Tok saved = tk;
     const std::string copy(text);
     settok(copy.c_str());
@@ -185,7 +193,7 @@ int on_text(std::string_view text, F f) {
     return rc;
 }
 
-}  // namespace
+} // namespace
 
 int options_of(std::string_view text, std::span<const OptSpec> specs) {
     return on_text(text, [&] { return options_here(specs); });
@@ -204,19 +212,24 @@ size_t options_comma(std::string_view s) {
     for (size_t i = 0; i < s.size(); ++i) {
         const char c = s[i], n = i + 1 < s.size() ? s[i + 1] : '\0';
         if (cq) {
-            if (c == '`' && n == '"') ++cq, ++i;
-            else if (c == '"' && n == '\'') --cq, ++i;
+            if (c == '`' && n == '"')
+                ++cq, ++i;
+            else if (c == '"' && n == '\'')
+                --cq, ++i;
             continue;
         }
         if (dq) {
             if (c == '"') dq = false;
             continue;
         }
-        if (c == '`' && n == '"') cq = 1, ++i;
-        else if (c == '"') dq = true;
-        else if (c == ',') return i;
+        if (c == '`' && n == '"')
+            cq = 1, ++i;
+        else if (c == '"')
+            dq = true;
+        else if (c == ',')
+            return i;
     }
     return std::string_view::npos;
 }
 
-}  // namespace session
+} // namespace session

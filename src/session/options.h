@@ -13,9 +13,9 @@ inline constexpr int max_options = 70;
 
 // One option as written.
 struct Option {
-    std::string name;    // the word as typed
-    std::string arg;     // the text inside its parentheses, as typed
-    bool paren = false;  // written name(...)
+    std::string name;   // the word as typed
+    std::string arg;    // the text inside its parentheses, as typed
+    bool paren = false; // written name(...)
 };
 
 // Reads the options at the tokenizer, which stands just behind the comma, up to the end of the text
@@ -27,13 +27,13 @@ int read_options(std::vector<Option> &out, char stop = 0);
 
 // What a command accepts: a row per option, found by cmdmatch(word, name, minlen).
 enum OptKind : uint8_t {
-    OK_FLAG,   // name: *flag becomes true
-    OK_ONOFF,  // name or noname: *flag becomes true or false
-    OK_TEXT,   // name(text): the text, outer blanks cut
-    OK_NAME,   // name(name): one word that passes the name rule
-    OK_INT,    // name(#): a whole number from lo to hi
-    OK_REAL,   // name(#): a number
-    OK_SKIP,   // name or name(anything): accepted and ignored
+    OK_FLAG,  // name: *flag becomes true
+    OK_ONOFF, // name or noname: *flag becomes true or false
+    OK_TEXT,  // name(text): the text, outer blanks cut
+    OK_NAME,  // name(name): one word that passes the name rule
+    OK_INT,   // name(#): a whole number from lo to hi
+    OK_REAL,  // name(#): a number
+    OK_SKIP,  // name or name(anything): accepted and ignored
 };
 struct OptSpec {
     const char *name;
@@ -52,7 +52,9 @@ inline OptSpec opt_name(const char *n, int m, std::string &s) { return {n, m, OK
 inline OptSpec opt_int(const char *n, int m, int &v, int lo, int hi) {
     return {n, m, OK_INT, nullptr, nullptr, &v, nullptr, lo, hi};
 }
-inline OptSpec opt_real(const char *n, int m, double &v) { return {n, m, OK_REAL, nullptr, nullptr, nullptr, &v}; }
+inline OptSpec opt_real(const char *n, int m, double &v) {
+    return {n, m, OK_REAL, nullptr, nullptr, nullptr, &v};
+}
 inline OptSpec opt_skip(const char *n, int m) { return {n, m, OK_SKIP}; }
 
 // Matches the options in the order they were written; a later one overrides an earlier. Unknown:
@@ -80,4 +82,4 @@ int parse_options(std::span<const OptSpec> specs);
 // a text that is not read by tokens (arguments of do, the value of set).
 size_t options_comma(std::string_view s);
 
-}  // namespace session
+} // namespace session

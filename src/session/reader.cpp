@@ -25,12 +25,12 @@ struct FileSource {
     int pos = 0;
     int len = 0;
     bool eof = false;
-    bool pending_cr = false;  // a CR was the last byte read: a following LF belongs to it
-    int comment_depth = 0;    // /* */ nesting carried across lines
-    std::string ahead;          // the rest of a physical line after a ';', read before the buffer
+    bool pending_cr = false; // a CR was the last byte read: a following LF belongs to it
+    int comment_depth = 0;   // /* */ nesting carried across lines
+    std::string ahead;       // the rest of a physical line after a ';', read before the buffer
     size_t ahead_pos = 0;
-    bool echoed_ahead = false;  // the next physical line was echoed with the line before it
-    const char *prompt = nullptr;  // echoed before each physical line (". " for do), none to echo nothing
+    bool echoed_ahead = false;    // the next physical line was echoed with the line before it
+    const char *prompt = nullptr; // echoed before each physical line (". " for do), none to echo nothing
 };
 
 FileSource *file_open(const char *path) {
@@ -58,7 +58,8 @@ int file_byte(FileSource *f) {
         if (f->pos >= f->len) {
             if (f->eof) return -1;
             ssize_t n;
-            do n = ::read(f->fd, f->buf, sizeof f->buf);
+            do
+                n = ::read(f->fd, f->buf, sizeof f->buf);
             while (n < 0 && errno == EINTR && !poll_break());
             if (n <= 0) {
                 f->eof = true;
@@ -89,22 +90,25 @@ void echo_physical(const std::string &text, const char *prefix) {
         out::out_text(prefix);
     }
     out::ClassScope cs(out::CLS_INFO);
-    for (size_t i = 0; i < text.size(); i += 500) out::out_text(std::string_view(text).substr(i, 500));
+    for (size_t i = 0; i < text.size(); i += 500)
+        out::out_text(std::string_view(text).substr(i, 500));
     out::out_text("\n");
 }
 
-}  // namespace
+} // namespace
 
 int file_read(FileSource *f, char *out, int cap) {
     int n = 0;
     bool too_long = false;
-    bool in_dq = false;   // inside "..."
-    int cq = 0;           // inside `"..."' (nesting)
+    bool in_dq = false; // inside "..."
+    int cq = 0;         // inside `"..."' (nesting)
     bool seen_text = false;
     bool first_physical = true;
     auto put = [&](char c) {
-        if (n < cap - 1) out[n++] = c;
-        else too_long = true;
+        if (n < cap - 1)
+            out[n++] = c;
+        else
+            too_long = true;
     };
     for (;;) {
         // Read one physical line, expanding tabs and dropping control bytes.
@@ -136,22 +140,27 @@ int file_read(FileSource *f, char *out, int cap) {
                 }
                 return 1;
             }
-            break;  // end of file inside a command: what we have is the command
+            break; // end of file inside a command: what we have is the command
         }
         if (!f->echoed_ahead) echo_physical(phys, first_physical ? f->prompt : (f->prompt ? "> " : nullptr));
         f->echoed_ahead = false;
         first_physical = false;
 
         bool joined = false;
-        bool ended = !lp.delimiter_semi;  // in cr mode the line ends at the line end
+        bool ended = !lp.delimiter_semi; // in cr mode the line ends at the line end
         if (lp.delimiter_semi && !phys.empty() && phys[0] == '#' && n == 0) ended = true;
         size_t i = 0;
         for (; i < phys.size(); ++i) {
             char ch = phys[i];
             char nx = i + 1 < phys.size() ? phys[i + 1] : '\0';
             if (f->comment_depth > 0) {
-                if (ch == '/' && nx == '*') { ++f->comment_depth; ++i; }
-                else if (ch == '*' && nx == '/') { --f->comment_depth; ++i; }
+                if (ch == '/' && nx == '*') {
+                    ++f->comment_depth;
+                    ++i;
+                } else if (ch == '*' && nx == '/') {
+                    --f->comment_depth;
+                    ++i;
+                }
                 continue;
             }
             if (in_dq) {
@@ -160,17 +169,45 @@ int file_read(FileSource *f, char *out, int cap) {
                 continue;
             }
             if (cq > 0) {
-                if (ch == '`' && nx == '"') { ++cq; put(ch); put(nx); ++i; continue; }
-                if (ch == '"' && nx == '\'') { --cq; put(ch); put(nx); ++i; continue; }
+                if (ch == '`' && nx == '"') {
+                    ++cq;
+                    put(ch);
+                    put(nx);
+                    ++i;
+                    continue;
+                }
+                if (ch == '"' && nx == '\'') {
+                    --cq;
+                    put(ch);
+                    put(nx);
+                    ++i;
+                    continue;
+                }
                 put(ch);
                 continue;
             }
-            if (ch == '`' && nx == '"') { cq = 1; put(ch); put(nx); ++i; seen_text = true; continue; }
-            if (ch == '"') { in_dq = true; put(ch); seen_text = true; continue; }
-            if (ch == '/' && nx == '*') { ++f->comment_depth; ++i; continue; }
+            if (ch == '`' && nx == '"') {
+                cq = 1;
+                put(ch);
+                put(nx);
+                ++i;
+                seen_text = true;
+                continue;
+            }
+            if (ch == '"') {
+                in_dq = true;
+                put(ch);
+                seen_text = true;
+                continue;
+            }
+            if (ch == '/' && nx == '*') {
+                ++f->comment_depth;
+                ++i;
+                continue;
+            }
             if (ch == '/' && nx == '/' && (i == 0 || phys[i - 1] == ' ')) {
                 if (i + 2 < phys.size() && phys[i + 2] == '/' && !lp.delimiter_semi) joined = true;
-                break;  // rest of the line is a comment
+                break; // rest of the line is a comment
             }
             if (lp.delimiter_semi && ch == ';' && !(n == 0 && phys[0] == '#')) {
                 // The command ends here; what follows on the physical line is the next command's.
@@ -192,7 +229,8 @@ int file_read(FileSource *f, char *out, int cap) {
         // ';' mode, no terminator yet: a line end becomes one blank once text has been seen.
         if (seen_text) put(' ');
     }
-    while (n > 0 && out[n - 1] == ' ') --n;
+    while (n > 0 && out[n - 1] == ' ')
+        --n;
     out[n] = '\0';
     if (too_long) {
         out::ClassScope cs(out::CLS_ERROR);
@@ -209,7 +247,7 @@ namespace {
 int console_read(char *buf, int cap) {
     int r = read_terminal_line(buf, cap);
     if (r == -1) return 1;
-    if (r == -2) buf[0] = '\0';  // Break while typing: an empty line
+    if (r == -2) buf[0] = '\0'; // Break while typing: an empty line
     // The typed line goes to the logs as input; the screen already shows it.
     out::RimuStream *s = out::ch.current;
     if (s == out::ch.console && !st.noninteractive) {
@@ -229,7 +267,7 @@ int console_read(char *buf, int cap) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int user_read(const char *prompt, char *buf, int cap) {
     int r;
@@ -243,13 +281,14 @@ int user_read(const char *prompt, char *buf, int cap) {
         if (!(out::ch.OutputLevel > out::CLS_INPUT)) out::out_at_prompt(prompt);
         out::out_flush();
         r = console_read(buf, cap);
-        if (r == 1) out::out_text("\n");  // end the prompt's line before the session ends
+        if (r == 1) out::out_text("\n"); // end the prompt's line before the session ends
     }
     if (r == 0) {
         size_t n = std::strlen(buf);
-        while (n > 0 && buf[n - 1] == ' ') buf[--n] = '\0';
+        while (n > 0 && buf[n - 1] == ' ')
+            buf[--n] = '\0';
     }
     return r;
 }
 
-}  // namespace session
+} // namespace session

@@ -24,4 +24,4 @@ int file_read(FileSource *f, char *buf, int cap);
 // of input, 2 a line too long (discarded).
 int user_read(const char *prompt, char *buf, int cap);
 
-}  // namespace session
+} // namespace session

@@ -14,4 +14,4 @@ int set_sysdirs();
 // The one exit path; never returns.
 [[noreturn]] void exit_path(int status);
 
-}  // namespace session
+} // namespace session

@@ -24,4 +24,4 @@ int creturn_for_expressions(const char *name, double *v, char *buf);
 void load_stored_settings();
 void load_stored_level();
 
-}  // namespace session
+} // namespace session

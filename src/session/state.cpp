@@ -28,4 +28,4 @@ void break_enable(int enabled) {
     lp.breakenabled = enabled;
 }
 
-}  // namespace session
+} // namespace session

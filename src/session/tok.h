@@ -7,7 +7,7 @@
 
 namespace session {
 
-inline constexpr int tokenlen = 503;      // usable bytes of a token
+inline constexpr int tokenlen = 503; // usable bytes of a token
 
 // Separator sets: standard, numbers (no - and +), names with dots, file names.
 extern const char SEP_STD[];
@@ -16,11 +16,11 @@ extern const char SEP_DOT[];
 extern const char SEP_FILE[];
 
 struct Tok {
-    char *cmdbuf = nullptr;        // the line being executed (maxmaclen + 1 bytes, allocated once)
-    const char *tokpos = nullptr;  // where the next read starts
-    const char *tokstart = nullptr;  // where the last token began
-    bool tokpushed = false;        // next gettok returns token unchanged
-    bool tokagain = false;         // last gettok returned a pushed-back token
+    char *cmdbuf = nullptr;         // the line being executed (maxmaclen + 1 bytes, allocated once)
+    const char *tokpos = nullptr;   // where the next read starts
+    const char *tokstart = nullptr; // where the last token began
+    bool tokpushed = false;         // next gettok returns token unchanged
+    bool tokagain = false;          // last gettok returned a pushed-back token
     char token[tokenlen + 1] = {};
 };
 extern Tok tk;
@@ -45,4 +45,4 @@ bool name_ok(std::string_view name);
 // True when word is a prefix of name, at least minlen and at most strlen(name) long.
 bool cmdmatch(const char *word, const char *name, int minlen);
 
-}  // namespace session
+} // namespace session

@@ -15,7 +15,7 @@ namespace {
 struct Read {
     int rc;
     std::vector<Option> opts;
-    std::string rest;  // what the tokenizer has left
+    std::string rest; // what the tokenizer has left
     std::string msg;
 };
 
@@ -31,7 +31,7 @@ Read read(const std::string &text) {
     return r;
 }
 
-}  // namespace
+} // namespace
 
 TEST(Options, NamesArgumentsAndTheSecondComma) {
     Read r = read(" replace name( a b ) sep (3) x(\"),\" `\"q)\"') , rest of it");
@@ -42,9 +42,9 @@ TEST(Options, NamesArgumentsAndTheSecondComma) {
     EXPECT_EQ(r.opts[1].name, "name");
     EXPECT_EQ(r.opts[1].arg, " a b ");
     EXPECT_TRUE(r.opts[1].paren);
-    EXPECT_EQ(r.opts[2].name, "sep");  // a blank may stand before the parenthesis
+    EXPECT_EQ(r.opts[2].name, "sep"); // a blank may stand before the parenthesis
     EXPECT_EQ(r.opts[2].arg, "3");
-    EXPECT_EQ(r.opts[3].arg, "\"),\" `\"q)\"'");  // quotes hide parentheses and commas
+    EXPECT_EQ(r.opts[3].arg, "\"),\" `\"q)\"'"); // quotes hide parentheses and commas
     EXPECT_EQ(r.rest, "rest of it");
 }
 
@@ -75,7 +75,8 @@ TEST(Options, NestingAndItsFaults) {
 
 TEST(Options, SeventyAtMost) {
     std::string line;
-    for (int i = 0; i < 70; ++i) line += " o" + std::to_string(i);
+    for (int i = 0; i < 70; ++i)
+        line += " o" + std::to_string(i);
     EXPECT_EQ(read(line).rc, 0);
     Read r = read(line + " one_more");
     EXPECT_EQ(r.rc, 1003);
@@ -87,9 +88,9 @@ TEST(Options, MatchingInTheOrderWritten) {
     int sep = 5;
     double lvl = 0;
     std::string name, text;
-    const OptSpec specs[] = {opt_flag("replace", 7, rep), opt_onoff("stop", 1, stop),
-                             opt_int("separator", 3, sep, 0, 100), opt_real("level", 3, lvl),
-                             opt_name("name", 1, name), opt_text("title", 2, text)};
+    const OptSpec specs[] = {
+        opt_flag("replace", 7, rep), opt_onoff("stop", 1, stop), opt_int("separator", 3, sep, 0, 100),
+        opt_real("level", 3, lvl),   opt_name("name", 1, name),  opt_text("title", 2, text)};
     auto run = [&](const std::string &text_in, std::string *msg = nullptr) {
         Read r = read(text_in);
         EXPECT_EQ(r.rc, 0);
@@ -105,13 +106,13 @@ TEST(Options, MatchingInTheOrderWritten) {
     EXPECT_EQ(lvl, 95.5);
     EXPECT_EQ(name, "my");
     EXPECT_EQ(text, "a title");
-    EXPECT_EQ(run("stop sep(1) sep(2)"), 0);  // a later one overrides
+    EXPECT_EQ(run("stop sep(1) sep(2)"), 0); // a later one overrides
     EXPECT_TRUE(stop);
     EXPECT_EQ(sep, 2);
     std::string m;
-    EXPECT_EQ(run("repl", &m), 198);  // the whole word: minimum 7
+    EXPECT_EQ(run("repl", &m), 198); // the whole word: minimum 7
     EXPECT_EQ(m, "option repl not allowed\n");
-    EXPECT_EQ(run("bogus sep(x)", &m), 198);  // the first fault written wins
+    EXPECT_EQ(run("bogus sep(x)", &m), 198); // the first fault written wins
     EXPECT_EQ(m, "option bogus not allowed\n");
     EXPECT_EQ(run("sep(101)", &m), 198);
     EXPECT_EQ(m, "option sep() invalid\n");
