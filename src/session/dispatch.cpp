@@ -17,6 +17,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/display.h"
+#include "output/type.h"
 #include "session/errors.h"
 #include "session/loop.h"
 #include "session/memory.h"
