@@ -224,7 +224,9 @@ int add_commas(char *t, int n) {
 
 // %w.0g: the automatic form. The digits get w - 2 places (one for the sign, one for the point),
 // fewer by the leading zeros of a number below 1 and by the commas; too little room, or an
-// integer part that does not fit, refuses the attempt (-1).
+// integer part that does not fit, refuses the attempt (-1). A plain integer part may take the
+// point's place as well; one with commas must fit the digits' places, so that a number whose
+// commas crowd the field is shown without them rather than filling it to the sign.
 int g_auto(double a, int w, bool group, char *t) {
     if (a == 0) {
         t[0] = '0';
@@ -238,7 +240,7 @@ int g_auto(double a, int w, bool group, char *t) {
         int il = E + 1;
         int nc = group ? ncommas(il) : 0;
         int space = w - 2 - nc;
-        if (space < floor_space || il + nc > w - 1) return -1;
+        if (space < floor_space || il > (group ? space : space + 1)) return -1;
         int dec = space - il > 0 ? space - il : 0;
         n = cut_zeros(t, fixed(a, dec, t));
     } else {

@@ -283,17 +283,10 @@ std::string trimmed(const std::string &s) {
     return s.substr(b, s.find_last_not_of(' ') - b + 1);
 }
 
-// A definition that failed in its head line is still read to its end, so that its lines do not
-// run as commands; rc, the failure, is returned unless the reading fails too.
-int discard_definition(const std::string &name, int rc) {
-    ProgHeader *p;
-    int rrc = program_read(name.c_str(), nullptr, false, &p);
-    if (p) session::store_delete(p);
-    return rrc ? rrc : rc;
-}
-
 // program [define] [.]name [, rclass eclass sclass nclass byable(...) sortpreserve properties(...)
 //                              plugin using(file)]
+// Every check of the head comes before the body is read: after a failure the lines that follow run
+// as commands.
 int program_define() {
     std::string name = gettok(session::SEP_DOT);
     if (name == ".") return session::not_built("class member programs");
@@ -304,7 +297,7 @@ int program_define() {
     std::string using_file;
     std::string t = gettok(SEP_STD);
     if (!t.empty()) {
-        if (t != ",") return discard_definition(name, session::error(198));
+        if (t != ",") return session::error(198);
         for (;;) {
             std::string o = gettok(SEP_STD);
             if (o.empty()) break;
@@ -321,7 +314,7 @@ int program_define() {
             else if (o == "plugin")
                 plugin = true;
             else if (o == "using") {
-                if (int rc = paren_arg(using_file)) return discard_definition(name, rc);
+                if (int rc = paren_arg(using_file)) return rc;
                 using_file = trimmed(using_file);
                 if (!using_file.empty() && using_file[0] == '"') {
                     using_file.erase(0, 1);
@@ -329,7 +322,7 @@ int program_define() {
                 }
             } else if (o == "byable") {
                 std::string a;
-                if (int rc = paren_arg(a)) return discard_definition(name, rc);
+                if (int rc = paren_arg(a)) return rc;
                 std::string w1, w2;
                 size_t c = a.find(',');
                 w1 = trimmed(a.substr(0, c));
@@ -344,32 +337,31 @@ int program_define() {
                 else {
                     out::ClassScope cs(out::CLS_ERROR);
                     out::out_error("option byable() incorrectly specified\n");
-                    return discard_definition(name, 198);
+                    return 198;
                 }
             } else if (session::cmdmatch(o.c_str(), "properties", 4)) {
                 std::string a;
-                if (int rc = paren_arg(a)) return discard_definition(name, rc);
+                if (int rc = paren_arg(a)) return rc;
                 a = trimmed(a);
-                if (a.size() > 80) return discard_definition(name, session::error(198));
+                if (a.size() > 80) return session::error(198);
                 size_t at = 0;
                 while (at < a.size()) {
                     size_t e = a.find(' ', at);
                     if (e == std::string::npos) e = a.size();
                     std::string w = a.substr(at, e - at);
-                    if (!w.empty() && !session::name_ok(w))
-                        return discard_definition(name, session::invalid_name(w));
+                    if (!w.empty() && !session::name_ok(w)) return session::invalid_name(w);
                     at = e + 1;
                 }
                 std::snprintf(opts.properties, sizeof opts.properties, "%s", a.c_str());
             } else {
                 out::ClassScope cs(out::CLS_ERROR);
                 out::out_error("option " + o + " not allowed\n");
-                return discard_definition(name, 198);
+                return 198;
             }
         }
     }
     if (plugin) return plugin_define(name, using_file.empty() ? name + ".plugin" : using_file, opts.cls);
-    if (!using_file.empty()) return discard_definition(name, session::error(198));
+    if (!using_file.empty()) return session::error(198);
 
     // A program of that name for the same owner: an error, except that an ado-file being loaded
     // keeps one that came from an ado-file, reading the new definition and throwing it away.
@@ -380,7 +372,7 @@ int program_define() {
         if (ado.active && p->loadstamp)
             keep_old = true;
         else
-            return discard_definition(name, session::already_defined("program " + name));
+            return session::already_defined("program " + name);
     }
     ProgHeader *p;
     if (int rc = program_read(name.c_str(), nullptr, false, &p)) return rc;

@@ -318,12 +318,14 @@ int expression_item(Display &d, const char *start) {
     return r;
 }
 
-// A quoted token that an operator follows starts an expression ("a" + "b", "x" == "y").
-bool operator_follows() {
+// A quoted token is followed into an expression only by an operator that strings have, "+" and
+// the comparisons ("a" + "b", "x" == "y"); behind any other, as in "b=" -2, the text stands alone.
+bool string_operator_follows() {
     const char *p = tk.tokpos;
     while (*p == ' ')
         ++p;
-    return *p && std::strchr("|&=><+-*/^!~", *p) != nullptr;
+    if (*p == '+' || *p == '<' || *p == '>') return true;
+    return (*p == '=' || *p == '!' || *p == '~') && p[1] == '=';
 }
 
 // display [directive ...]
@@ -341,8 +343,8 @@ int run_display(Display &d) {
         if (t.empty()) break;
         int rc = 0;
         if (t[0] == '"') {
-            rc = operator_follows() ? expression_item(d, tk.tokstart)
-                                    : text_item(d, std::string_view(t).substr(1));
+            rc = string_operator_follows() ? expression_item(d, tk.tokstart)
+                                           : text_item(d, std::string_view(t).substr(1));
         } else if (t == ",") {
             session::TokState ts;
             session::savetok(ts);

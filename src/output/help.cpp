@@ -56,11 +56,13 @@ struct HelpAlias {
     const char *topic, *file;
 };
 const HelpAlias help_aliases[] = {
-    {"chelp", "help"},        {"man", "help"},           {"translator", "translate"}, {"break", "nobreak"},
-    {"include", "do"},        {"local", "macro"},        {"global", "macro"},         {"c_local", "macro"},
-    {"else", "if"},           {"continue", "forvalues"}, {"tempname", "tempvar"},     {"tempfile", "tempvar"},
-    {"keep", "drop"},         {"ereturn", "return"},     {"sreturn", "return"},       {"_return", "return"},
-    {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
+    {"chelp", "help"},         {"man", "help"},          {"translator", "translate"},
+    {"break", "nobreak"},      {"include", "do"},        {"local", "macro"},
+    {"global", "macro"},       {"c_local", "macro"},     {"else", "if"},
+    {"continue", "forvalues"}, {"tempname", "tempvar"},  {"tempfile", "tempvar"},
+    {"keep", "drop"},          {"ereturn", "return"},    {"sreturn", "return"},
+    {"_return", "return"},     {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
+    {"cat", "type"},
 };
 
 int help_not_found(const std::string &topic) {

@@ -196,7 +196,8 @@ int measure(std::string_view rimu);
 extern bool more_switch;
 // Code page of {c} Latin names: ISO 8859-1 when set (the platform's), Mac Roman when clear.
 extern bool latin1_codepage;
-// Value of c(name) for {ccl name}; the settings code installs it. The default returns "".
-extern std::string (*ccl_lookup)(const char *name);
+// c(name) as text for {ccl name}, installed by the session; false for a name c() does not know.
+// Null while the engine runs alone: the directive then fails as for an unknown name.
+extern bool (*ccl_lookup)(std::string_view name, std::string &text);
 
 } // namespace out

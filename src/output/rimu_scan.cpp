@@ -8,8 +8,7 @@
 
 namespace out {
 
-static std::string default_ccl(const char *) { return std::string(); }
-std::string (*ccl_lookup)(const char *name) = default_ccl;
+bool (*ccl_lookup)(std::string_view name, std::string &text) = nullptr;
 
 namespace {
 
@@ -517,8 +516,8 @@ bool one_word(const Dir &d, char *word, int &len) {
 bool dir_ccl(RimuStream *s, const Dir &d, int) {
     char name[256];
     int len;
-    if (!one_word(d, name, len)) return false;
-    std::string v = ccl_lookup ? ccl_lookup(name) : std::string();
+    std::string v;
+    if (!one_word(d, name, len) || !ccl_lookup || !ccl_lookup(std::string_view(name, len), v)) return false;
     text_write(s, v.data(), v.size() < 499 ? v.size() : 499);
     return true;
 }

@@ -22,6 +22,7 @@
 #include "output/help.h"
 #include "output/log.h"
 #include "output/translate.h"
+#include "output/type.h"
 #include "session/commands.h"
 #include "session/errorcmd.h"
 #include "session/errors.h"

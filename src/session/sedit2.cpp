@@ -25,6 +25,7 @@
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/log.h"
+#include "output/rimu.h"
 #include "output/term.h"
 #include "session/findfile.h"
 #include "session/hexfloat.h"
@@ -556,6 +557,7 @@ int session_main(int argc, char **argv) {
     if (!allocate_memory()) exit_path(0);
     est::processors_init(st.processors);
     data::expr_hook_creturn = creturn_for_expressions;
+    out::ccl_lookup = creturn_text;
     mat::results_init();
     data::leap_locate = locate_leapseconds;
     complete_names = data::varnames_beginning;

@@ -168,7 +168,7 @@ TEST(ErrorTable, AliasesReturnThePublicCode) {
         const char *text;
     } rows[] = {
         {5101, 101, "iweights not allowed with robust\n"}, {6101, 101, "time-series operators not allowed\n"},
-        {7196, 180, "invalid attempt to modify label\n"},  {7197, 198, "invalid file name\n"},
+        {7196, 180, "invalid attempt to modify label\n"},  {7197, 198, "invalid file specification\n"},
         {7198, 198, "multiple by's not allowed\n"},
     };
     for (const auto &r : rows) {
@@ -617,7 +617,7 @@ TEST(ErrorCommand, ShowsTheMessageAndReturnsTheCodeAsked) {
         {"9999", 9999, ""},
         {"0", 0, ""},
         {"5101", 101, "iweights not allowed with robust\n"},
-        {"7197", 198, "invalid file name\n"},
+        {"7197", 198, "invalid file specification\n"},
         {"8002", 0, "request ignored because of batch mode\n"},
         {"198.9", 198, "invalid syntax\n"},
         {"100001", 100000, ""},

@@ -206,6 +206,22 @@ TEST_F(Fmts, GroupingCommasInG) {
     // commas that do not fit are dropped before e style is tried
     EXPECT_EQ(show(123456789, "%10.0gc"), " 123456789");
     EXPECT_EQ(show(1234567890, "%10.0gc"), " 1.235e+09");
+    // digits with commas must leave the point's place free; a plain integer may take it
+    EXPECT_EQ(show(1234567, "%10.0gc"), "   1234567");
+    EXPECT_EQ(show(1234567, "%10.0g"), "   1234567");
+    EXPECT_EQ(show(1234567, "%12.0gc"), "   1,234,567");
+    EXPECT_EQ(show(1234567, "%9.0gc"), "  1234567");
+    EXPECT_EQ(show(1234567, "%8.0gc"), " 1234567");
+    EXPECT_EQ(show(1234567, "%7.0gc"), "  1e+06");
+    EXPECT_EQ(show(-1234567, "%10.0gc"), "  -1234567");
+    EXPECT_EQ(show(-1234567, "%11.0gc"), " -1,234,567");
+    EXPECT_EQ(show(12345678, "%10.0gc"), "  12345678");
+    EXPECT_EQ(show(12345678, "%12.0gc"), "  12,345,678");
+    EXPECT_EQ(show(1234567.891, "%11.0gc"), "  1,234,568");
+    EXPECT_EQ(show(1234, "%6.0gc"), "  1234");
+    EXPECT_EQ(show(1234, "%7.0gc"), "  1,234");
+    EXPECT_EQ(show(1234567, "%-10.0gc"), "1234567   ");
+    EXPECT_EQ(show(1234567, "%-11.0gc"), "1,234,567  ");
 }
 
 // ---- %w.dg, f, e ----

@@ -652,15 +652,34 @@ TEST_F(Rimu, TitleWithUnderlineSupport) {
     EXPECT_EQ(cap.lines[0].style_at(0), COL_TEXT | FONT_BF | STY_UNDERLINE);
 }
 
-std::string test_ccl(const char *name) { return std::string("v:") + name; }
+// Knows three names: a number, a text with braces (shown as they are) and a long text.
+bool test_ccl(std::string_view name, std::string &text) {
+    if (name == "n")
+        text = "42";
+    else if (name == "s")
+        text = "a {b}";
+    else if (name == "long")
+        text = std::string(600, 'x');
+    else
+        return false;
+    return true;
+}
 
 TEST_F(Rimu, CclAsksTheLookup) {
-    put("[{ccl pi}]\n");
+    put("[{ccl n}]\n"); // no lookup installed: the directive fails
     auto saved = ccl_lookup;
     ccl_lookup = test_ccl;
-    put("[{ccl pi}]{ccl}{ccl a b}\n");
+    put("[{ccl n}][{ccl s}]{ccl}{ccl n s}[{ccl bogus}]\n");
+    put("{ccl long}\n");
     ccl_lookup = saved;
-    EXPECT_EQ(texts(), (V{"[]", "[v:pi]{ccl}{ccl a b}"}));
+    ASSERT_GE(cap.lines.size(), 3u);
+    EXPECT_EQ(cap.lines[0].text, "[{ccl n}]");
+    EXPECT_EQ(cap.lines[1].text, "[42][a {b}]{ccl}{ccl n s}[{ccl bogus}]");
+    // at most 499 characters of a value, shown on lines of the stream's width
+    size_t shown = 0;
+    for (size_t i = 2; i < cap.lines.size(); ++i)
+        shown += std::count(cap.lines[i].text.begin(), cap.lines[i].text.end(), 'x');
+    EXPECT_EQ(shown, 499u);
 }
 
 TEST_F(Rimu, MarkersGoToTheLine) {

@@ -14,9 +14,9 @@ greet a "b c" `"d "e""' ""
 greet
 program list hello greet
 program dir
-* a second definition of the same name is refused, and its lines are not run
+* a second definition is refused before its body: its lines run as commands
 program hello
-  display "never"
+  display "ran at top"
 end
 capture program drop hello
 program hello

@@ -1,0 +1,6 @@
+program adotwice
+  display "first definition"
+end
+program adotwice
+  display "second definition"
+end

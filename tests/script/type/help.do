@@ -1,0 +1,2 @@
+* cat finds the help file of type
+help cat
