@@ -1,4 +1,5 @@
-// The `type` command: each line of a text file through the print primitives, in text class.
+// The `type` command: each line of a text file through the print primitives, in text class; a
+// Rimu log or help file rendered, unless asis asks for the text as it stands.
 #include "output/type.h"
 
 #include <sys/stat.h>
@@ -12,16 +13,22 @@
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
+#include "session/fileio.h"
+#include "session/options.h"
 #include "session/tok.h"
 
 namespace out {
 
 namespace {
 
-int option_not_allowed(const std::string &w) {
-    ClassScope cs(CLS_ERROR);
-    out_error("option " + w + " not allowed\n");
-    return 198;
+// A file of markup: a Rimu log or help file, by its extension or its {rimu} head line.
+bool is_markup(const std::string &fn, std::FILE *f) {
+    const std::string ext = session::path_extension(fn);
+    if (ext == ".rimu" || ext == ".orhlp") return true;
+    char head[8] = {};
+    const size_t n = std::fread(head, 1, 7, f);
+    std::rewind(f);
+    return n >= 6 && std::string_view(head, 6) == "{rimu}" && (n == 6 || head[6] == '\n' || head[6] == '\r');
 }
 
 // A line as it is sent, with its newline. A tab shows as <T> with showtabs; otherwise literal text
@@ -51,25 +58,17 @@ int cmd_type(int) {
     std::string fn = session::gettok(session::SEP_FILE);
     if (!fn.empty() && fn[0] == '"') fn.erase(0, 1);
     if (fn.empty() || fn == ",") return session::error(7197);
-    bool markup = false, showtabs = false;
-    std::string w = session::gettok(session::SEP_STD);
-    if (!w.empty()) {
-        if (w != ",") return session::error(198);
-        while (!(w = session::gettok(session::SEP_STD)).empty()) {
-            if (w == "asis")
-                markup = true;
-            else if (w == "showtabs")
-                showtabs = true;
-            else
-                return option_not_allowed(w);
-        }
-    }
+    bool asis = false, showtabs = false;
+    const session::OptSpec specs[] = {session::opt_flag("asis", 4, asis), session::opt_flag("showtabs", 8, showtabs)};
+    if (int rc = session::parse_options(specs)) return rc;
 
     struct stat sb;
     if (::stat(fn.c_str(), &sb) != 0) return session::file_error(errno == ENOENT ? 601 : 603, fn);
     if (S_ISDIR(sb.st_mode)) return session::file_error(603, fn);
     std::FILE *f = std::fopen(fn.c_str(), "r");
     if (!f) return session::file_error(603, fn);
+    // A markup file is shown rendered; asis shows any file as the text it holds, as {asis} would.
+    const bool markup = !asis && is_markup(fn, f);
     // The file may be a log that is open: what the log holds so far is written out first.
     if (ch.console) stream_flush_logs(ch.console);
 

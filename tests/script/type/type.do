@@ -11,13 +11,15 @@ display "next"
 * cat is the same command; ty is the shortest abbreviation
 cat plain.txt
 ty nonl.txt
-* asis takes the file's markup as markup
+* a Rimu file is shown rendered; asis shows the text it holds
 type marked.rimu
-quietly log using shown.rimu
 type marked.rimu, asis
+quietly log using shown.rimu
+type marked.rimu
 display "back to plain text"
 quietly log close
 * the markup the log took: the file's styles, then plain text again
+type shown.rimu, asis
 type shown.rimu
 type tabs.txt, asis
 type tabs.txt, asis showtabs
