@@ -15,6 +15,7 @@
 #include "output/channel.h"
 #include "session/commands.h"
 #include "session/errors.h"
+#include "session/options.h"
 #include "session/findfile.h"
 #include "session/loop.h"
 #include "session/state.h"
@@ -258,25 +259,6 @@ bool valid_prog_name(const std::string &name) {
     }
 }
 
-// Reads "( text )" after an option word; the text may hold blanks and commas.
-int paren_arg(std::string &text) {
-    if (std::string(gettok(SEP_STD)) != "(") return session::error(198);
-    const char *s = tk.tokpos;
-    int depth = 1;
-    const char *q = s;
-    for (; *q; ++q) {
-        if (*q == '(')
-            ++depth;
-        else if (*q == ')' && --depth == 0)
-            break;
-    }
-    if (!*q) return session::error(198);
-    text.assign(s, q - s);
-    tk.tokpos = q + 1;
-    tk.tokpushed = false;
-    return 0;
-}
-
 std::string trimmed(const std::string &s) {
     size_t b = s.find_first_not_of(' ');
     if (b == std::string::npos) return "";
@@ -293,73 +275,57 @@ int program_define() {
     if (name.empty() || name == ",") return session::required("program name");
     if (!valid_prog_name(name)) return session::invalid_name(name);
     ProgHeader opts{};
-    bool plugin = false;
-    std::string using_file;
+    bool plugin = false, sortpreserve = false;
+    std::string using_file, byable, properties;
     std::string t = gettok(SEP_STD);
     if (!t.empty()) {
-        if (t != ",") return session::error(198);
-        for (;;) {
-            std::string o = gettok(SEP_STD);
-            if (o.empty()) break;
-            if (session::cmdmatch(o.c_str(), "rclass", 1) || o == "return")
-                opts.cls = 1;
-            else if (session::cmdmatch(o.c_str(), "sclass", 1))
-                opts.cls = 2;
-            else if (session::cmdmatch(o.c_str(), "eclass", 1))
-                opts.cls = 3;
-            else if (session::cmdmatch(o.c_str(), "nclass", 1))
-                opts.cls = 0;
-            else if (session::cmdmatch(o.c_str(), "sortpreserve", 4))
-                opts.sortpreserve = 1;
-            else if (o == "plugin")
-                plugin = true;
-            else if (o == "using") {
-                if (int rc = paren_arg(using_file)) return rc;
-                using_file = trimmed(using_file);
-                if (!using_file.empty() && using_file[0] == '"') {
-                    using_file.erase(0, 1);
-                    if (!using_file.empty() && using_file.back() == '"') using_file.pop_back();
-                }
-            } else if (o == "byable") {
-                std::string a;
-                if (int rc = paren_arg(a)) return rc;
-                std::string w1, w2;
-                size_t c = a.find(',');
-                w1 = trimmed(a.substr(0, c));
-                if (c != std::string::npos) w2 = trimmed(a.substr(c + 1));
-                if (!w1.empty() && session::cmdmatch(w1.c_str(), "onecall", 1) && c == std::string::npos)
-                    opts.byable = 1;
-                else if (w1 == "recall" && (w2.empty() || w2 == "header") &&
-                         (c == std::string::npos || !w2.empty()))
-                    opts.byable = 2;
-                else if (w1 == "recall" && w2 == "noheader")
-                    opts.byable = 3;
-                else {
-                    out::ClassScope cs(out::CLS_ERROR);
-                    out::out_error("option byable() incorrectly specified\n");
-                    return 198;
-                }
-            } else if (session::cmdmatch(o.c_str(), "properties", 4)) {
-                std::string a;
-                if (int rc = paren_arg(a)) return rc;
-                a = trimmed(a);
-                if (a.size() > 80) return session::error(198);
-                size_t at = 0;
-                while (at < a.size()) {
-                    size_t e = a.find(' ', at);
-                    if (e == std::string::npos) e = a.size();
-                    std::string w = a.substr(at, e - at);
-                    if (!w.empty() && !session::name_ok(w)) return session::invalid_name(w);
-                    at = e + 1;
-                }
-                std::snprintf(opts.properties, sizeof opts.properties, "%s", a.c_str());
-            } else {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("option " + o + " not allowed\n");
-                return 198;
-            }
+        if (t != ",") return session::invalid_rest(session::tk.tokstart);
+        std::vector<session::Option> written, rest;
+        if (int rc = session::read_options(written)) return rc;
+        if (*session::tokrest()) return session::invalid_rest(session::tokrest());
+        // The class words: the last one written holds.
+        for (const session::Option &o : written) {
+            const char *w = o.name.c_str();
+            const int cls = o.paren                              ? -1
+                            : session::cmdmatch(w, "rclass", 1) || o.name == "return" ? 1
+                            : session::cmdmatch(w, "sclass", 1)                        ? 2
+                            : session::cmdmatch(w, "eclass", 1)                        ? 3
+                            : session::cmdmatch(w, "nclass", 1)                        ? 0
+                                                                                       : -1;
+            if (cls >= 0) opts.cls = (uint8_t)cls;
+            else rest.push_back(o);
         }
+        const session::OptSpec specs[] = {
+            session::opt_flag("sortpreserve", 4, sortpreserve), session::opt_flag("plugin", 6, plugin),
+            session::opt_text("using", 5, using_file),          session::opt_text("byable", 6, byable),
+            session::opt_text("properties", 4, properties),
+        };
+        if (int rc = session::match_options(rest, specs)) return rc;
     }
+    opts.sortpreserve = sortpreserve;
+    if (!using_file.empty() && using_file[0] == '"') {
+        using_file.erase(0, 1);
+        if (!using_file.empty() && using_file.back() == '"') using_file.pop_back();
+    }
+    if (!byable.empty()) {
+        // onecall | recall [, header | noheader]
+        const size_t c = byable.find(',');
+        const std::string w1 = trimmed(byable.substr(0, c));
+        const std::string w2 = c == std::string::npos ? "" : trimmed(byable.substr(c + 1));
+        if (!w1.empty() && session::cmdmatch(w1.c_str(), "onecall", 1) && c == std::string::npos) opts.byable = 1;
+        else if (w1 == "recall" && (c == std::string::npos || w2 == "header")) opts.byable = 2;
+        else if (w1 == "recall" && w2 == "noheader") opts.byable = 3;
+        else return session::fail(198, "option byable() incorrectly specified\n");
+    }
+    if (properties.size() > 80) return session::option_invalid("properties");
+    for (size_t at = 0; at < properties.size();) {
+        size_t e = properties.find(' ', at);
+        if (e == std::string::npos) e = properties.size();
+        const std::string w = properties.substr(at, e - at);
+        if (!w.empty() && !session::name_ok(w)) return session::invalid_name(w);
+        at = e + 1;
+    }
+    std::snprintf(opts.properties, sizeof opts.properties, "%s", properties.c_str());
     if (plugin) return plugin_define(name, using_file.empty() ? name + ".plugin" : using_file, opts.cls);
     if (!using_file.empty()) return session::error(198);
 
