@@ -47,7 +47,8 @@ void BM_expr_eval(benchmark::State &st) {
     data::expr_set_ranges(rec, 1, NOBS, 1, NOBS);
     for (auto _ : st) {
         double s = 0;
-        for (int i = 1; i <= NOBS; ++i) s += data::expr_xeqforby(rec, i);
+        for (int i = 1; i <= NOBS; ++i)
+            s += data::expr_xeqforby(rec, i);
         benchmark::DoNotOptimize(s);
     }
     st.SetItemsProcessed(st.iterations() * (int64_t)NOBS);
@@ -67,7 +68,8 @@ void BM_expr_eval_block(benchmark::State &st) {
         for (int i = 1; i <= NOBS; i += 4096) {
             const int n = NOBS - i + 1 < 4096 ? NOBS - i + 1 : 4096;
             if (data::expr_xeq_block(rec, i, n, out)) std::abort();
-            for (int k = 0; k < n; ++k) s += out[k];
+            for (int k = 0; k < n; ++k)
+                s += out[k];
         }
         benchmark::DoNotOptimize(s);
     }
@@ -105,6 +107,6 @@ void BM_expr_compile(benchmark::State &st) {
 }
 BENCHMARK(BM_expr_compile);
 
-}  // namespace
+} // namespace
 
 BENCHMARK_MAIN();

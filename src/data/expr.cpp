@@ -51,7 +51,7 @@ constexpr OpRow op_rows[] = {
     EXPR_OPS(X)
 #undef X
 };
-}  // namespace
+} // namespace
 
 const char *op_name(int word, int *noperand) {
     for (const OpRow &r : op_rows)
@@ -66,7 +66,7 @@ const char *op_name(int word, int *noperand) {
     return nullptr;
 }
 
-}  // namespace xp
+} // namespace xp
 
 using namespace xp;
 
@@ -101,8 +101,8 @@ const char OPCHARS[] = "|&=><+-*/^:!~#";
 const char OPCHARS_MAT[] = "|&=><+-*/^:!~#\\,";
 
 bool word_char(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '.' ||
-           c == '"' || c == '\'';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '.' || c == '"' || c == '\'';
 }
 
 // The end of the compound quote that opens at p (the `'` of its closing pair), or null.
@@ -120,14 +120,15 @@ const char *compound_end(const char *p, const char *b) {
     return nullptr;
 }
 
-std::unique_ptr<char[]> scratch;  // the text of the expression being compiled
+std::unique_ptr<char[]> scratch; // the text of the expression being compiled
 
 // exptext := { quoted | '(' exptext ')' | '[' exptext ']' | character }
 // ending, outside brackets, before a blank not next to an operator, at `,` `{` `}`, or before a
 // single `=` next to no operator. Blanks next to operators are dropped, and inside brackets every
 // blank but one between two parts of a word.
 int take_text(const char *p, bool matmode, char *out, size_t *len, const char **begin, const char **end) {
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     *begin = p;
     const char *ops = matmode ? OPCHARS_MAT : OPCHARS;
     auto isop = [ops](char c) { return c != 0 && std::strchr(ops, c) != nullptr; };
@@ -165,7 +166,8 @@ int take_text(const char *p, bool matmode, char *out, size_t *len, const char **
             if (c == ',' || c == '{' || c == '}') break;
             if (c == ' ') {
                 const char *q = p;
-                while (*q == ' ') ++q;
+                while (*q == ' ')
+                    ++q;
                 if ((n && isop(out[n - 1])) || isop(*q)) {
                     p = q;
                     continue;
@@ -175,7 +177,8 @@ int take_text(const char *p, bool matmode, char *out, size_t *len, const char **
             if (c == '=' && p[1] != '=' && !(n && isop(out[n - 1])) && !isop(p[1])) break;
         } else if (c == ' ') {
             const char *q = p;
-            while (*q == ' ') ++q;
+            while (*q == ' ')
+                ++q;
             if (n && word_char(out[n - 1]) && word_char(*q)) out[n++] = ' ';
             p = q;
             continue;
@@ -201,11 +204,11 @@ struct Comp {
     int ntypes = 0, nstr = 0, nmat = 0;
     bool matmode = false;
     bool zerob = false;
-    int force = SP_NONE;  // SP_FORCE_SCALAR, SP_FORCE_MATRIX, SP_FORCE_VARIABLE inside those forms
+    int force = SP_NONE; // SP_FORCE_SCALAR, SP_FORCE_MATRIX, SP_FORCE_VARIABLE inside those forms
     int inmissing = 0;
     int depth = 0;
-    bool join_next = false;  // the span compiled next is a side of a matrix join: joins stay on
-    const char *stack_base = nullptr;  // the entry's frame: deep nesting stops before the stack does
+    bool join_next = false;           // the span compiled next is a side of a matrix join: joins stay on
+    const char *stack_base = nullptr; // the entry's frame: deep nesting stops before the stack does
 };
 Comp cs;
 
@@ -309,8 +312,10 @@ const char *close_of(const char *p, const char *b) {
     int depth = 0;
     for (const char *q = p; q < b; ++q) {
         q = skip_quote(q, b);
-        if (*q == '(' || *q == '[') ++depth;
-        else if ((*q == ')' || *q == ']') && --depth == 0) return q;
+        if (*q == '(' || *q == '[')
+            ++depth;
+        else if ((*q == ')' || *q == ']') && --depth == 0)
+            return q;
     }
     return nullptr;
 }
@@ -325,7 +330,8 @@ bool binary_sign(const char *a, const char *p, const char *b) {
     if (std::strchr("-*/^#", c)) return false;
     if (p - 1 > a) {
         const char *s = p - 1;
-        while (s > a && name_char(s[-1])) --s;
+        while (s > a && name_char(s[-1]))
+            --s;
         bool digit_in_run = false;
         bool point_in_run = false;
         for (const char *t = s; t < p; ++t) {
@@ -337,7 +343,8 @@ bool binary_sign(const char *a, const char *p, const char *b) {
         if ((c == 'e' || c == 'E' || c == 'd' || c == 'D') && (is_digit(p[-2]) || p[-2] == '.') && number_run)
             return false;
         // the sign of the exponent of a hexadecimal float such as 1.8x+3
-        if ((c == 'x' || c == 'X') && is_xdigit(p[-2]) && p + 1 < b && is_digit(p[1]) && number_run && point_in_run)
+        if ((c == 'x' || c == 'X') && is_xdigit(p[-2]) && p + 1 < b && is_digit(p[1]) && number_run &&
+            point_in_run)
             return false;
     }
     return true;
@@ -350,9 +357,9 @@ struct BinOp {
     int16_t num, str;
 };
 constexpr BinOp binops[K_NKIND] = {
-    {1, OP_OR, 0},   {1, OP_AND, 0},  {2, OP_EQ, OP_SEQ}, {2, OP_GE, OP_SGE}, {2, OP_LE, OP_SLE},
+    {1, OP_OR, 0},      {1, OP_AND, 0},     {2, OP_EQ, OP_SEQ}, {2, OP_GE, OP_SGE}, {2, OP_LE, OP_SLE},
     {1, OP_LT, OP_SLT}, {1, OP_GT, OP_SGT}, {2, OP_NE, OP_SNE}, {2, OP_NE, OP_SNE}, {1, OP_ADD, OP_SADD},
-    {1, OP_SUB, 0},  {1, OP_MUL, 0},  {1, OP_DIV, 0},
+    {1, OP_SUB, 0},     {1, OP_MUL, 0},     {1, OP_DIV, 0},
 };
 
 // The rightmost place of each operator outside brackets and quotes.
@@ -381,18 +388,26 @@ void scan(const char *a, const char *b, Found &f) {
         if (depth) continue;
         const bool eq_next = p + 1 < b && p[1] == '=';
         switch (c) {
-        case '|': f.at[K_OR] = p; break;
-        case '&': f.at[K_AND] = p; break;
+        case '|':
+            f.at[K_OR] = p;
+            break;
+        case '&':
+            f.at[K_AND] = p;
+            break;
         case '=':
             if (eq_next) f.at[K_EQ] = p++;
             break;
         case '>':
-            if (eq_next) f.at[K_GE] = p++;
-            else f.at[K_GT] = p;
+            if (eq_next)
+                f.at[K_GE] = p++;
+            else
+                f.at[K_GT] = p;
             break;
         case '<':
-            if (eq_next) f.at[K_LE] = p++;
-            else f.at[K_LT] = p;
+            if (eq_next)
+                f.at[K_LE] = p++;
+            else
+                f.at[K_LT] = p;
             break;
         case '!':
             if (eq_next) f.at[K_NE] = p++;
@@ -406,13 +421,26 @@ void scan(const char *a, const char *b, Found &f) {
         case '-':
             if (p > a && binary_sign(a, p, b)) f.at[K_SUB] = p;
             break;
-        case '*': f.at[K_MUL] = p; break;
-        case '/': f.at[K_DIV] = p; break;
-        case '^': f.pow = p; break;
-        case '#': f.kron = p; break;
-        case '\\': f.joinr = p; break;
-        case ',': f.joinc = p; break;
-        default: break;
+        case '*':
+            f.at[K_MUL] = p;
+            break;
+        case '/':
+            f.at[K_DIV] = p;
+            break;
+        case '^':
+            f.pow = p;
+            break;
+        case '#':
+            f.kron = p;
+            break;
+        case '\\':
+            f.joinr = p;
+            break;
+        case ',':
+            f.joinc = p;
+            break;
+        default:
+            break;
         }
     }
 }
@@ -447,12 +475,15 @@ void matrix_binop(Kind k) {
         if (!both) emit(OP_MEXPAND);
         emit(k == K_ADD ? OP_MADD : OP_MSUB);
         break;
-    case K_MUL: emit(both ? OP_MMUL : OP_MSCALE); break;
+    case K_MUL:
+        emit(both ? OP_MMUL : OP_MSCALE);
+        break;
     case K_DIV:
         if (tr != TY_NUM) fail_code(509);
         emit(OP_MDIVN);
         break;
-    default: fail_code(509);
+    default:
+        fail_code(509);
     }
     pop(2);
     push(TY_MAT);
@@ -527,7 +558,7 @@ void power(const char *a, const char *p, const char *b) {
 
 // ---- The recursive compile of a span ---------------------------------------------------------------
 
-constexpr ptrdiff_t MAXSTACK = 4 << 20;  // bytes of stack the recursion may take (of the 8 MB main stack)
+constexpr ptrdiff_t MAXSTACK = 4 << 20; // bytes of stack the recursion may take (of the 8 MB main stack)
 
 struct DepthGuard {
     DepthGuard() {
@@ -614,7 +645,9 @@ int find_variable(const std::string &name) {
     return nhits == 1 ? hit : nhits > 1 ? -1 : 0;
 }
 
-bool valid_name(const std::string &name) { return !name.empty() && name.size() <= (size_t)VNAMELEN && name_chars_ok(name.c_str()); }
+bool valid_name(const std::string &name) {
+    return !name.empty() && name.size() <= (size_t)VNAMELEN && name_chars_ok(name.c_str());
+}
 
 void coef_ref(int which, const std::string &eq, const std::string &name) {
     if (cs.zerob) return emit_lit(0);
@@ -645,7 +678,8 @@ void comp_call(const std::string &name, const char *a, const char *b);
 //            | variable [ '[' exp ']' ] | scalar | matrix [ '[' exp ',' exp ']' ]
 void comp_name(const char *a, const char *b) {
     const char *q = a;
-    while (q < b && *q != '(' && *q != '[') ++q;
+    while (q < b && *q != '(' && *q != '[')
+        ++q;
     if (q - a > 273) syntax();
     const std::string name(a, (size_t)(q - a));
     const bool bracket = q < b;
@@ -655,13 +689,17 @@ void comp_name(const char *a, const char *b) {
     }
     if (name == "_n" || name == "_N" || name == "_cons" || name == "_rc" || name == "_pi") {
         if (bracket) syntax();
-        if (name == "_n") emit(OP_OBSN), push(TY_NUM);
-        else if (name == "_N") emit(OP_OBSNN), push(TY_NUM);
-        else if (name == "_rc") emit(OP_RC), push(TY_NUM);
-        else emit_lit(name == "_cons" ? 1.0 : M_PI);
+        if (name == "_n")
+            emit(OP_OBSN), push(TY_NUM);
+        else if (name == "_N")
+            emit(OP_OBSNN), push(TY_NUM);
+        else if (name == "_rc")
+            emit(OP_RC), push(TY_NUM);
+        else
+            emit_lit(name == "_cons" ? 1.0 : M_PI);
         return;
     }
-    if (bracket && name.empty()) {  // [eq]name
+    if (bracket && name.empty()) { // [eq]name
         const char *c = close_of(q, b);
         if (!c || c + 1 >= b) syntax();
         return coef_ref(0, std::string(q + 1, (size_t)(c - q - 1)), std::string(c + 1, (size_t)(b - c - 1)));
@@ -710,8 +748,10 @@ void comp_name(const char *a, const char *b) {
         int kind = scalar_get(name.c_str(), &sv, sbuf);
         if (kind) {
             if (bracket) syntax();
-            if (kind == 1) emit_lit(sv);
-            else emit_slit(sbuf);
+            if (kind == 1)
+                emit_lit(sv);
+            else
+                emit_slit(sbuf);
             return;
         }
     }
@@ -740,8 +780,10 @@ int split_args(const char *a, const char *b, std::vector<Span> &out) {
     const char *start = a;
     for (const char *p = a; p < b; ++p) {
         p = skip_quote(p, b);
-        if (*p == '(' || *p == '[') ++depth;
-        else if (*p == ')' || *p == ']') --depth;
+        if (*p == '(' || *p == '[')
+            ++depth;
+        else if (*p == ')' || *p == ']')
+            --depth;
         else if (*p == ',' && depth == 0) {
             out.push_back({start, p});
             start = p + 1;
@@ -781,7 +823,8 @@ void comp_row(const FnRow *r, const Span *args, int na) {
 
 // Compiles all arguments; they must share one type (number or string): returns it.
 int comp_same_type(const Span *args, int na) {
-    for (int i = na - 1; i >= 0; --i) comp(args[i].a, args[i].b);
+    for (int i = na - 1; i >= 0; --i)
+        comp(args[i].a, args[i].b);
     const int t = top(na - 1);
     if (t == TY_MAT) fail_code(109);
     for (int i = 0; i < na; ++i)
@@ -791,7 +834,9 @@ int comp_same_type(const Span *args, int na) {
 
 std::string arg_text(const Span &s) { return std::string(s.a, (size_t)(s.b - s.a)); }
 
-[[noreturn]] void unknown_function(const std::string &name) { fail_text(133, "unknown function " + name + "()\n"); }
+[[noreturn]] void unknown_function(const std::string &name) {
+    fail_text(133, "unknown function " + name + "()\n");
+}
 [[noreturn]] void replaced(const char *name, const char *by) {
     fail_text(133, std::string(name) + "() has been replaced by " + by + "()\n");
 }
@@ -817,10 +862,14 @@ void stored_result(char kind, const Span *args, int na) {
     double v = 0;
     char buf[EXPR_STRBUF] = {};
     switch (expr_hook_result(kind, name.c_str(), &v, buf)) {
-    case 1: return emit_lit(v);
-    case 2: return emit_slit(buf);
-    case 3: return emit_slit("matrix");
-    default: return kind == 's' ? emit_slit("") : emit_lit(session::lim.dot);
+    case 1:
+        return emit_lit(v);
+    case 2:
+        return emit_slit(buf);
+    case 3:
+        return emit_slit("matrix");
+    default:
+        return kind == 's' ? emit_slit("") : emit_lit(session::lim.dot);
     }
 }
 
@@ -877,17 +926,21 @@ void comp_call(const std::string &name, const char *a, const char *b) {
     }
     switch (r->kind) {
     case FK_NUM:
-    case FK_STR: return comp_row(r, args, na);
+    case FK_STR:
+        return comp_row(r, args, na);
     case FK_CONST:
         check_count(r, na);
         return emit_lit(r->cval());
-    case FK_NA: fail(lang::not_built(name + "()"));
-    case FK_SPECIAL: break;
+    case FK_NA:
+        fail(lang::not_built(name + "()"));
+    case FK_SPECIAL:
+        break;
     }
     check_count(r, na);
     switch (r->special) {
     case SP_COND: {
-        for (int i = na - 1; i >= 0; --i) comp(args[i].a, args[i].b);
+        for (int i = na - 1; i >= 0; --i)
+            comp(args[i].a, args[i].b);
         if (top(0) != TY_NUM) fail_code(109);
         const int t = top(1);
         if (t == TY_MAT) fail_code(109);
@@ -919,11 +972,16 @@ void comp_call(const std::string &name, const char *a, const char *b) {
         cs.force = saved;
         return;
     }
-    case SP_RES_E: return stored_result('e', args, na);
-    case SP_RES_R: return stored_result('r', args, na);
-    case SP_RES_S: return stored_result('s', args, na);
-    case SP_RES_C: return creturn(args, na);
-    case SP_CALLER: return emit_lit(session::lp.version / 100.0);
+    case SP_RES_E:
+        return stored_result('e', args, na);
+    case SP_RES_R:
+        return stored_result('r', args, na);
+    case SP_RES_S:
+        return stored_result('s', args, na);
+    case SP_RES_C:
+        return creturn(args, na);
+    case SP_CALLER:
+        return emit_lit(session::lp.version / 100.0);
     case SP_HASEPROP: {
         const std::string want = arg_text(args[0]);
         if (!expr_hook_result) fail(lang::not_built("has_eprop()"));
@@ -932,9 +990,11 @@ void comp_call(const std::string &name, const char *a, const char *b) {
         bool has = false;
         if (expr_hook_result('e', "properties", &v, buf) == 2)
             for (const char *p = buf; *p;) {
-                while (*p == ' ') ++p;
+                while (*p == ' ')
+                    ++p;
                 const char *s = p;
-                while (*p && *p != ' ') ++p;
+                while (*p && *p != ' ')
+                    ++p;
                 if (p > s && want == std::string(s, (size_t)(p - s))) has = true;
             }
         return emit_lit(has ? 1 : 0);
@@ -971,22 +1031,27 @@ void comp_call(const std::string &name, const char *a, const char *b) {
     }
     case SP_REPLAY: {
         const char *zero = lang::macro_get("_0");
-        while (zero && *zero == ' ') ++zero;
+        while (zero && *zero == ' ')
+            ++zero;
         return emit_lit((!zero || !*zero || *zero == ',') ? 1 : 0);
     }
     case SP_OLDDATELIT:
         if (session::lp.version >= 1100) unknown_function(name);
         [[fallthrough]];
-    case SP_DATELIT: return emit_lit(date_literal(r->datekind, arg_text(args[0])));
-    case SP_INVNORM: return comp_row(row_named("invnormal"), args, na);
+    case SP_DATELIT:
+        return emit_lit(date_literal(r->datekind, arg_text(args[0])));
+    case SP_INVNORM:
+        return comp_row(row_named("invnormal"), args, na);
     case SP_NORM:
         if (session::lp.version >= 700) replaced("norm", "normal");
         return comp_row(row_named("normal"), args, na);
     case SP_LNFACT:
         if (session::lp.version >= 700) unknown_function(name);
         return comp_row(row_named("lnfactorial"), args, na);
-    case SP_BINOMIAL: replaced("Binomial", "binomialtail");
-    case SP_NONE: break;
+    case SP_BINOMIAL:
+        replaced("Binomial", "binomialtail");
+    case SP_NONE:
+        break;
     }
     syntax();
 }
@@ -999,7 +1064,8 @@ char *scratch_buffer() {
 }
 
 void reset_record(ExprRecord &rec) {
-    for (double &s : rec.sums) s = 0;
+    for (double &s : rec.sums)
+        s = 0;
     rec.last = -1;
     rec.lastsum = -1;
     rec.in_first = rec.grp_first = 1;
@@ -1012,7 +1078,7 @@ void reset_record(ExprRecord &rec) {
     rec.expressionSafe = 1;
 }
 
-}  // namespace
+} // namespace
 
 void expr_pool_reset() {
     pools.nlit = 0;
@@ -1072,7 +1138,8 @@ int expr_compile_tok(ExprRecord &rec, int wanted, unsigned flags) {
     return rc;
 }
 
-void expr_set_ranges(ExprRecord &rec, int32_t in_first, int32_t in_last, int32_t grp_first, int32_t grp_last) {
+void expr_set_ranges(ExprRecord &rec, int32_t in_first, int32_t in_last, int32_t grp_first,
+                     int32_t grp_last) {
     rec.in_first = in_first;
     rec.in_last = in_last;
     rec.grp_first = grp_first;
@@ -1100,7 +1167,8 @@ void scopy(char *dst, const char *src) {
 // Counts of the numeric and string arguments of a row called with na arguments.
 void arg_counts(const FnRow *r, int na, int &nn, int &nsr) {
     nn = nsr = 0;
-    for (int k = 0; k < na; ++k) (type_at(r->types, k) == 's' ? nsr : nn)++;
+    for (int k = 0; k < na; ++k)
+        (type_at(r->types, k) == 's' ? nsr : nn)++;
 }
 
 int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
@@ -1117,11 +1185,14 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
     const int32_t *offset = ds.offset.get();
     const uint8_t *vartype = ds.vartype.get();
     if (i == rec.in_first)
-        for (int k = 0; k <= rec.lastsum; ++k) rec.sums[k] = 0;
+        for (int k = 0; k <= rec.lastsum; ++k)
+            rec.sums[k] = 0;
     for (int pc = 0; pc <= last; ++pc) {
         const int op = code[pc];
         switch (op) {
-        case OP_LIT: ns[++sp] = pools.lit[code[++pc]]; break;
+        case OP_LIT:
+            ns[++sp] = pools.lit[code[++pc]];
+            break;
         case OP_VAR: {
             const int v = (uint16_t)code[++pc];
             ns[++sp] = row ? cell_get(row + offset[v - 1], vartype[v - 1]) : dot;
@@ -1152,11 +1223,11 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             ns[sp] = (x < dot && y < dot) ? std::pow(x, y) : dot;
             break;
         }
-#define EXPR_CMP(word, rel)                                                                         \
-    case word: {                                                                                    \
-        const double y = cmp_operand(ns[sp--], dot, modern), x = cmp_operand(ns[sp], dot, modern); \
-        ns[sp] = (x rel y) ? 1 : 0;                                                                 \
-        break;                                                                                      \
+#define EXPR_CMP(word, rel)                                                                                  \
+    case word: {                                                                                             \
+        const double y = cmp_operand(ns[sp--], dot, modern), x = cmp_operand(ns[sp], dot, modern);           \
+        ns[sp] = (x rel y) ? 1 : 0;                                                                          \
+        break;                                                                                               \
     }
             EXPR_CMP(OP_EQ, ==)
             EXPR_CMP(OP_NE, !=)
@@ -1175,8 +1246,12 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             ns[sp] = (x != 0 && y != 0) ? 1 : 0;
             break;
         }
-        case OP_NEG: ns[sp] = ns[sp] < dot ? -ns[sp] : dot; break;
-        case OP_NOT: ns[sp] = ns[sp] == 0 ? 1 : 0; break;
+        case OP_NEG:
+            ns[sp] = ns[sp] < dot ? -ns[sp] : dot;
+            break;
+        case OP_NOT:
+            ns[sp] = ns[sp] == 0 ? 1 : 0;
+            break;
         case OP_VARSUB:
         case OP_SVARSUB: {
             const int v = (uint16_t)code[++pc];
@@ -1191,19 +1266,25 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             } else {
                 --sp;
                 ++tp;
-                if (obs) get_str(v, obs, ss[tp]);
-                else ss[tp][0] = 0;
+                if (obs)
+                    get_str(v, obs, ss[tp]);
+                else
+                    ss[tp][0] = 0;
             }
             break;
         }
         case OP_SVAR: {
             const int v = (uint16_t)code[++pc];
             ++tp;
-            if (inobs) get_str(v, i, ss[tp]);
-            else ss[tp][0] = 0;
+            if (inobs)
+                get_str(v, i, ss[tp]);
+            else
+                ss[tp][0] = 0;
             break;
         }
-        case OP_SLIT: scopy(ss[++tp], pools.str + code[++pc]); break;
+        case OP_SLIT:
+            scopy(ss[++tp], pools.str + code[++pc]);
+            break;
         case OP_SADD: {
             char *x = ss[tp - 1];
             const size_t n = std::strlen(x);
@@ -1223,19 +1304,37 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             tp -= 2;
             bool r;
             switch (op) {
-            case OP_SEQ: r = c == 0; break;
-            case OP_SNE: r = c != 0; break;
-            case OP_SGE: r = c >= 0; break;
-            case OP_SLE: r = c <= 0; break;
-            case OP_SLT: r = c < 0; break;
-            default: r = c > 0; break;
+            case OP_SEQ:
+                r = c == 0;
+                break;
+            case OP_SNE:
+                r = c != 0;
+                break;
+            case OP_SGE:
+                r = c >= 0;
+                break;
+            case OP_SLE:
+                r = c <= 0;
+                break;
+            case OP_SLT:
+                r = c < 0;
+                break;
+            default:
+                r = c > 0;
+                break;
             }
             ns[++sp] = r ? 1 : 0;
             break;
         }
-        case OP_OBSN: ns[++sp] = (double)i - rec.grp_first + 1; break;
-        case OP_OBSNN: ns[++sp] = (double)rec.grp_last - rec.grp_first + 1; break;
-        case OP_RC: ns[++sp] = session::lp.capture_rc; break;
+        case OP_OBSN:
+            ns[++sp] = (double)i - rec.grp_first + 1;
+            break;
+        case OP_OBSNN:
+            ns[++sp] = (double)rec.grp_last - rec.grp_first + 1;
+            break;
+        case OP_RC:
+            ns[++sp] = session::lp.capture_rc;
+            break;
         case OP_SUM: {
             const int slot = code[++pc];
             const double x = ns[sp];
@@ -1243,8 +1342,12 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             ns[sp] = rec.sums[slot];
             break;
         }
-        case OP_ISMISS: ns[sp] = ns[sp] < dot ? 0 : 1; break;
-        case OP_SISMISS: ns[++sp] = ss[tp--][0] == 0 ? 1 : 0; break;
+        case OP_ISMISS:
+            ns[sp] = ns[sp] < dot ? 0 : 1;
+            break;
+        case OP_SISMISS:
+            ns[++sp] = ss[tp--][0] == 0 ? 1 : 0;
+            break;
         case OP_ANY: {
             const int n = code[++pc];
             double r = 0;
@@ -1258,8 +1361,10 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             const int n = code[++pc];
             const double x = ns[sp];
             double r;
-            if (n == 4 && !(x < dot)) r = ns[sp - 3];
-            else r = x != 0 ? ns[sp - 1] : ns[sp - 2];
+            if (n == 4 && !(x < dot))
+                r = ns[sp - 3];
+            else
+                r = x != 0 ? ns[sp - 1] : ns[sp - 2];
             sp -= n - 1;
             ns[sp] = r;
             break;
@@ -1268,8 +1373,10 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             const int n = code[++pc];
             const double x = ns[sp--];
             int k;
-            if (n == 4 && !(x < dot)) k = 2;
-            else k = x != 0 ? 0 : 1;
+            if (n == 4 && !(x < dot))
+                k = 2;
+            else
+                k = x != 0 ? 0 : 1;
             const int dest = tp - (n - 2);
             if (tp - k != dest) scopy(ss[dest], ss[tp - k]);
             tp = dest;
@@ -1319,8 +1426,8 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
 // once: each operation then works through the whole block, so the cost of the dispatch is shared by
 // the block. The arithmetic is the same as above, value by value.
 
-constexpr int BLK = 256;       // observations in one pass
-constexpr int BLK_DEPTH = 24;  // number stack of the block form
+constexpr int BLK = 256;      // observations in one pass
+constexpr int BLK_DEPTH = 24; // number stack of the block form
 
 // Whether rec can run in the block form, by a walk over its words that follows the stack depth.
 bool blockable(const ExprRecord &rec) {
@@ -1331,17 +1438,45 @@ bool blockable(const ExprRecord &rec) {
         int pops = 0, pushes = 1;
         switch (op) {
         case OP_LIT:
-        case OP_VAR: ++pc; pops = 0; break;
+        case OP_VAR:
+            ++pc;
+            pops = 0;
+            break;
         case OP_OBSN:
         case OP_OBSNN:
-        case OP_RC: pops = 0; break;
-        case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_POW:
-        case OP_EQ: case OP_NE: case OP_GE: case OP_LE: case OP_LT: case OP_GT:
-        case OP_OR: case OP_AND: pops = 2; break;
-        case OP_NEG: case OP_NOT: case OP_ISMISS: pops = 1; break;
-        case OP_VARSUB: ++pc; pops = 1; break;
-        case OP_ANY: pops = rec.code[++pc]; break;
-        case OP_COND: pops = rec.code[++pc]; break;
+        case OP_RC:
+            pops = 0;
+            break;
+        case OP_ADD:
+        case OP_SUB:
+        case OP_MUL:
+        case OP_DIV:
+        case OP_POW:
+        case OP_EQ:
+        case OP_NE:
+        case OP_GE:
+        case OP_LE:
+        case OP_LT:
+        case OP_GT:
+        case OP_OR:
+        case OP_AND:
+            pops = 2;
+            break;
+        case OP_NEG:
+        case OP_NOT:
+        case OP_ISMISS:
+            pops = 1;
+            break;
+        case OP_VARSUB:
+            ++pc;
+            pops = 1;
+            break;
+        case OP_ANY:
+            pops = rec.code[++pc];
+            break;
+        case OP_COND:
+            pops = rec.code[++pc];
+            break;
         default: {
             const FnRow *r = fn_of_word(op);
             if (!r || r->kind != FK_NUM) return false;
@@ -1378,7 +1513,8 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
         case OP_LIT: {
             const double v = pools.lit[rec.code[++pc]];
             double *d = st[++sp];
-            for (int k = 0; k < n; ++k) d[k] = v;
+            for (int k = 0; k < n; ++k)
+                d[k] = v;
             break;
         }
         case OP_VAR: {
@@ -1388,38 +1524,44 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
             double *d = st[++sp];
             if (t == T_DOUBLE) {
                 for (int k = 0; k < n; ++k) {
-                    if (rows[k]) std::memcpy(&d[k], rows[k] + off, 8);
-                    else d[k] = dot;
+                    if (rows[k])
+                        std::memcpy(&d[k], rows[k] + off, 8);
+                    else
+                        d[k] = dot;
                 }
             } else {
-                for (int k = 0; k < n; ++k) d[k] = rows[k] ? cell_get(rows[k] + off, t) : dot;
+                for (int k = 0; k < n; ++k)
+                    d[k] = rows[k] ? cell_get(rows[k] + off, t) : dot;
             }
             break;
         }
         case OP_OBSN: {
             double *d = st[++sp];
-            for (int k = 0; k < n; ++k) d[k] = (double)(first + k) - rec.grp_first + 1;
+            for (int k = 0; k < n; ++k)
+                d[k] = (double)(first + k) - rec.grp_first + 1;
             break;
         }
         case OP_OBSNN: {
             double *d = st[++sp];
-            for (int k = 0; k < n; ++k) d[k] = (double)rec.grp_last - rec.grp_first + 1;
+            for (int k = 0; k < n; ++k)
+                d[k] = (double)rec.grp_last - rec.grp_first + 1;
             break;
         }
         case OP_RC: {
             double *d = st[++sp];
-            for (int k = 0; k < n; ++k) d[k] = session::lp.capture_rc;
+            for (int k = 0; k < n; ++k)
+                d[k] = session::lp.capture_rc;
             break;
         }
-#define EXPR_BLK2(word, expr)                          \
-    case word: {                                       \
-        const double *yv = st[sp--];                   \
-        double *xv = st[sp];                           \
-        for (int k = 0; k < n; ++k) {                  \
-            const double x = xv[k], y = yv[k];         \
-            xv[k] = (expr);                            \
-        }                                              \
-        break;                                         \
+#define EXPR_BLK2(word, expr)                                                                                \
+    case word: {                                                                                             \
+        const double *yv = st[sp--];                                                                         \
+        double *xv = st[sp];                                                                                 \
+        for (int k = 0; k < n; ++k) {                                                                        \
+            const double x = xv[k], y = yv[k];                                                               \
+            xv[k] = (expr);                                                                                  \
+        }                                                                                                    \
+        break;                                                                                               \
     }
             EXPR_BLK2(OP_ADD, (x < dot && y < dot) ? x + y : dot)
             EXPR_BLK2(OP_SUB, (x < dot && y < dot) ? x - y : dot)
@@ -1437,17 +1579,20 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
 #undef EXPR_BLK2
         case OP_NEG: {
             double *d = st[sp];
-            for (int k = 0; k < n; ++k) d[k] = d[k] < dot ? -d[k] : dot;
+            for (int k = 0; k < n; ++k)
+                d[k] = d[k] < dot ? -d[k] : dot;
             break;
         }
         case OP_NOT: {
             double *d = st[sp];
-            for (int k = 0; k < n; ++k) d[k] = d[k] == 0 ? 1 : 0;
+            for (int k = 0; k < n; ++k)
+                d[k] = d[k] == 0 ? 1 : 0;
             break;
         }
         case OP_ISMISS: {
             double *d = st[sp];
-            for (int k = 0; k < n; ++k) d[k] = d[k] < dot ? 0 : 1;
+            for (int k = 0; k < n; ++k)
+                d[k] = d[k] < dot ? 0 : 1;
             break;
         }
         case OP_VARSUB: {
@@ -1458,7 +1603,8 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
                 double r = dot;
                 if (e < dot && e >= -2147483648.0 && e <= 2147483647.0) {
                     const int64_t o = (int64_t)rec.grp_first + (int64_t)std::trunc(e) - 1;
-                    if (o >= rec.grp_first && o <= rec.grp_last && o >= 1 && o <= nobs) r = get_num(v, (int32_t)o);
+                    if (o >= rec.grp_first && o <= rec.grp_last && o >= 1 && o <= nobs)
+                        r = get_num(v, (int32_t)o);
                 }
                 d[k] = r;
             }
@@ -1480,8 +1626,10 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
             for (int k = 0; k < n; ++k) {
                 const double x = st[sp][k];
                 double r;
-                if (na == 4 && !(x < dot)) r = st[sp - 3][k];
-                else r = x != 0 ? st[sp - 1][k] : st[sp - 2][k];
+                if (na == 4 && !(x < dot))
+                    r = st[sp - 3][k];
+                else
+                    r = x != 0 ? st[sp - 1][k] : st[sp - 2][k];
                 st[sp - na + 1][k] = r;
             }
             sp -= na - 1;
@@ -1492,7 +1640,8 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
             const int na = r->amin != r->amax ? rec.code[++pc] : r->amin;
             double args[BLK_DEPTH];
             for (int k = 0; k < n; ++k) {
-                for (int j = 0; j < na; ++j) args[na - 1 - j] = st[sp - j][k];
+                for (int j = 0; j < na; ++j)
+                    args[na - 1 - j] = st[sp - j][k];
                 const Fa fa{na > 0 ? &args[na - 1] : args, nullptr, na, first + k, &rec};
                 const double v = r->num(fa);
                 st[sp - na + 1][k] = v;
@@ -1518,7 +1667,7 @@ void refresh_ranges(ExprRecord &rec) {
     rec.grp_last = n;
 }
 
-}  // namespace
+} // namespace
 
 int expr_run(ExprRecord &rec, int32_t i, double *v, char *buf) { return run(rec, i, v, buf); }
 
@@ -1538,7 +1687,8 @@ double expr_xeq(ExprRecord &rec, int32_t i) {
 
 int expr_xeq_block(ExprRecord &rec, int32_t first, int32_t n, double *out) {
     if (blockable(rec)) {
-        for (int32_t k = 0; k < n; k += BLK) run_block(rec, first + k, (int)std::min<int32_t>(BLK, n - k), out + k);
+        for (int32_t k = 0; k < n; k += BLK)
+            run_block(rec, first + k, (int)std::min<int32_t>(BLK, n - k), out + k);
         return 0;
     }
     for (int32_t k = 0; k < n; ++k)
@@ -1555,9 +1705,11 @@ int expr_eval_scalar(const char *text, ExprValue &out, const char **end, int wan
     static ExprRecord rec;
     const char *stop = nullptr;
     if (int rc = expr_compile(text, rec, wanted, &stop)) return rc;
-    if (end) *end = stop;
+    if (end)
+        *end = stop;
     else {
-        while (*stop == ' ') ++stop;
+        while (*stop == ' ')
+            ++stop;
         if (*stop) return session::error(198);
     }
     if (rec.restype == XT_MAT) return session::error(509);
@@ -1581,11 +1733,15 @@ std::string expr_dump(const ExprRecord &rec) {
         s += name;
         if (nopd && pc < rec.last) {
             const int o = rec.code[++pc];
-            if (w == OP_LIT) std::snprintf(line, sizeof line, " %d (%.17g)", o, pools.lit[o]);
-            else if (w == OP_SLIT || w == OP_MNAME) std::snprintf(line, sizeof line, " %d \"%s\"", o, pools.str + o);
+            if (w == OP_LIT)
+                std::snprintf(line, sizeof line, " %d (%.17g)", o, pools.lit[o]);
+            else if (w == OP_SLIT || w == OP_MNAME)
+                std::snprintf(line, sizeof line, " %d \"%s\"", o, pools.str + o);
             else if (w == OP_VAR || w == OP_VARSUB || w == OP_SVAR || w == OP_SVARSUB)
-                std::snprintf(line, sizeof line, " %d (%s)", o, (o >= 1 && o <= ds.nvar) ? ds.varname[o - 1] : "?");
-            else std::snprintf(line, sizeof line, " %d", o);
+                std::snprintf(line, sizeof line, " %d (%s)", o,
+                              (o >= 1 && o <= ds.nvar) ? ds.varname[o - 1] : "?");
+            else
+                std::snprintf(line, sizeof line, " %d", o);
             s += line;
         }
         s += '\n';
@@ -1593,4 +1749,4 @@ std::string expr_dump(const ExprRecord &rec) {
     return s;
 }
 
-}  // namespace data
+} // namespace data
