@@ -104,7 +104,7 @@ void BM_buildobslist_serial(benchmark::State &st) {
     st.SetItemsProcessed(st.iterations() * (int64_t)NOBS);
 }
 
-}  // namespace
+} // namespace
 
 BENCHMARK(BM_compress)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_order_reverse)->Unit(benchmark::kMillisecond)->Iterations(4);

@@ -44,7 +44,7 @@ const std::vector<std::string> &document() {
         lines.push_back("{hline}\n");
     }
     lines.resize(NLINES);
-    lines.push_back("{rimu}\n");  // whatever the last block left open is finished
+    lines.push_back("{rimu}\n"); // whatever the last block left open is finished
     return lines;
 }
 
@@ -59,13 +59,15 @@ void BM_TextLog(benchmark::State &state) {
     for (auto _ : state) {
         out::RimuStream *s = out::stream_new();
         out::stream_add_log(s, null_fd(), false);
-        for (const std::string &l : doc) out::stream_put_rimu(s, l);
+        for (const std::string &l : doc)
+            out::stream_put_rimu(s, l);
         out::stream_flush(s);
         out::stream_remove_log(s, null_fd());
         out::stream_free(s);
     }
     state.SetItemsProcessed(state.iterations() * NLINES);
-    state.counters["lines_per_s"] = benchmark::Counter((double)state.iterations() * NLINES, benchmark::Counter::kIsRate);
+    state.counters["lines_per_s"] =
+        benchmark::Counter((double)state.iterations() * NLINES, benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_TextLog)->Unit(benchmark::kMillisecond);
 
@@ -78,16 +80,18 @@ void BM_Translate(benchmark::State &state) {
         t.fd = null_fd();
         t.width = 79;
         out::rimu_to_text_begin(&t);
-        for (const std::string &l : doc) out::rimu_to_text_feed(&t, l);
+        for (const std::string &l : doc)
+            out::rimu_to_text_feed(&t, l);
         out::rimu_to_text_end(&t);
         written = t.total;
     }
     state.SetItemsProcessed(state.iterations() * NLINES);
-    state.counters["lines_per_s"] = benchmark::Counter((double)state.iterations() * NLINES, benchmark::Counter::kIsRate);
+    state.counters["lines_per_s"] =
+        benchmark::Counter((double)state.iterations() * NLINES, benchmark::Counter::kIsRate);
     state.counters["lines_out"] = (double)written;
 }
 BENCHMARK(BM_Translate)->Unit(benchmark::kMillisecond);
 
-}  // namespace
+} // namespace
 
 BENCHMARK_MAIN();

@@ -67,7 +67,7 @@ bool in_item(const std::string &t, int32_t *obs) {
     if (*end || v == 0) return false;
     if (v < 0) {
         const long long o = (long long)ds.nobs + 1 + v;
-        *obs = o < -1 ? -1 : (int32_t)o;  // 0 or below: out of range
+        *obs = o < -1 ? -1 : (int32_t)o; // 0 or below: out of range
     } else {
         *obs = v > 2147483647LL ? 2147483647 : (int32_t)v;
     }
@@ -95,7 +95,7 @@ int read_count(int64_t *n) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 void command_begin() {
     command_start();
@@ -253,4 +253,4 @@ int cmd_set_obs(int) {
     return set_obs(n);
 }
 
-}  // namespace data
+} // namespace data

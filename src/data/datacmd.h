@@ -34,4 +34,4 @@ void command_begin();
 // Fills ps.inrange, ps.in_lo, ps.in_hi. 0 or 198 (190 under by), message written.
 int parse_in();
 
-}  // namespace data
+} // namespace data

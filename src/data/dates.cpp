@@ -22,7 +22,8 @@ int64_t floormod(int64_t a, int64_t b) { return a - floordiv(a, b) * b; }
 
 const char *const month_name[12] = {"january", "february", "march",     "april",   "may",      "june",
                                     "july",    "august",   "september", "october", "november", "december"};
-const char *const day_name[7] = {"sunday", "monday", "tuesday", "wednesday", "thursday", "friday", "saturday"};
+const char *const day_name[7] = {"sunday",   "monday", "tuesday", "wednesday",
+                                 "thursday", "friday", "saturday"};
 
 bool leap_year(int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
 
@@ -45,7 +46,7 @@ bool day_of(double x, int &td) {
 int doy_of(int td, int y) { return td - td_of_civil(y, 1, 1) + 1; }
 int week_of(int doy) { return std::min(52, (doy - 1) / 7 + 1); }
 
-}  // namespace
+} // namespace
 
 // ---- the civil calendar (proleptic Gregorian) ----
 
@@ -55,7 +56,7 @@ int td_of_civil(int y, int m, int d) {
     int64_t yoe = yy - era * 400;
     int64_t doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
     int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return (int)(era * 146097 + doe - 719468 + 3653);  // 01jan1960 lies 3653 days before 01jan1970
+    return (int)(era * 146097 + doe - 719468 + 3653); // 01jan1960 lies 3653 days before 01jan1970
 }
 
 void civil_of_td(int td, int &y, int &m, int &d) {
@@ -100,10 +101,12 @@ int leap_line(char *line, int &n, int32_t *days) {
         if (*p == '\t' || *p == '\n' || *p == '\r') *p = ' ';
     bool first = true;
     for (char *p = line;;) {
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         if (!*p) return 0;
         char *e = p;
-        while (*e && *e != ' ') ++e;
+        while (*e && *e != ' ')
+            ++e;
         if (first && *p == '*') return 0;
         first = false;
         double d = date(std::string_view(p, e - p), "DMY");
@@ -137,7 +140,7 @@ struct LeapBuild {
     }
 };
 
-constexpr int LEAP_LINE = 120;  // characters read per line
+constexpr int LEAP_LINE = 120; // characters read per line
 
 // Leap seconds in force strictly before day td (the sentinel is no leap second).
 int leaps_before_day(int64_t td) {
@@ -150,11 +153,13 @@ double leap_start(int i) { return (leap.day[i] + 1.0) * MS_PER_DAY + 1000.0 * i;
 
 // Leap seconds begun at or before the %tC moment x.
 int leaps_upto(double x) {
-    int lo = 0, hi = leap.n - 1;  // count of i with leap_start(i) <= x, over the real entries
+    int lo = 0, hi = leap.n - 1; // count of i with leap_start(i) <= x, over the real entries
     while (lo < hi) {
         int mid = (lo + hi) / 2;
-        if (leap_start(mid) <= x) lo = mid + 1;
-        else hi = mid;
+        if (leap_start(mid) <= x)
+            lo = mid + 1;
+        else
+            hi = mid;
     }
     return lo;
 }
@@ -164,14 +169,15 @@ bool is_leap_day(int td) {
     return std::binary_search(leap.day, leap.day + real, td);
 }
 
-}  // namespace
+} // namespace
 
 int leap_load(const char *path) {
     FILE *fp = std::fopen(path, "r");
     if (!fp) return leap_fail("system file leapseconds.maint could not be opened\n", 603);
     LeapBuild b;
     char buf[LEAP_LINE + 1];
-    while (std::fgets(buf, sizeof buf, fp)) b.line(buf);
+    while (std::fgets(buf, sizeof buf, fp))
+        b.line(buf);
     std::fclose(fp);
     return b.finish();
 }
@@ -218,16 +224,16 @@ double mdy(double m, double d, double y) {
 double dow(double x) {
     int td;
     if (!day_of(x, td)) return dot();
-    return (double)floormod((int64_t)td + 5, 7);  // 01jan1960 was a Friday
+    return (double)floormod((int64_t)td + 5, 7); // 01jan1960 was a Friday
 }
 
-#define CIVIL_FN(name, expr)              \
-    double name(double x) {               \
-        int td, y, m, d;                  \
-        if (!day_of(x, td)) return dot(); \
-        civil_of_td(td, y, m, d);         \
-        (void)d;                          \
-        return (expr);                    \
+#define CIVIL_FN(name, expr)                                                                                 \
+    double name(double x) {                                                                                  \
+        int td, y, m, d;                                                                                     \
+        if (!day_of(x, td)) return dot();                                                                    \
+        civil_of_td(td, y, m, d);                                                                            \
+        (void)d;                                                                                             \
+        return (expr);                                                                                       \
     }
 
 CIVIL_FN(day, d)
@@ -269,9 +275,9 @@ double period(double y, double p, int per) {
     return (y - 1960) * per + p - 1;
 }
 
-}  // namespace
+} // namespace
 
-double dofy(double ty) { return first_day(ty - 1960, 1, 12); }  // a yearly value is the year itself
+double dofy(double ty) { return first_day(ty - 1960, 1, 12); } // a yearly value is the year itself
 double dofh(double th) { return first_day(th, 2, 6); }
 double dofq(double tq) { return first_day(tq, 4, 3); }
 double dofm(double tm) { return first_day(tm, 12, 1); }
@@ -296,7 +302,7 @@ bool ms_of_hms(double h, double m, double s, double smax, double &ms) {
 
 double ms_of_day(double tc) { return tc - std::floor(tc / MS_PER_DAY) * MS_PER_DAY; }
 
-}  // namespace
+} // namespace
 
 double hms(double h, double m, double s) {
     double ms;
@@ -366,7 +372,7 @@ double in_leap(double tC) {
     return -1;
 }
 
-}  // namespace
+} // namespace
 
 double hhC(double tC) {
     if (is_missing(tC)) return dot();
@@ -399,8 +405,8 @@ constexpr int MAXTOK = 64;
 
 // A piece of the text: a run of digits, a run of letters, or a half-day mark.
 struct Tok {
-    char kind;  // 'n' digits, 'w' letters, 'a' am, 'p' pm
-    int b, e;   // [b, e) in the text
+    char kind; // 'n' digits, 'w' letters, 'a' am, 'p' pm
+    int b, e;  // [b, e) in the text
 };
 
 bool alpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
@@ -422,7 +428,8 @@ int month_of_word(std::string_view s, const Tok &t) {
         int full = (int)std::strlen(month_name[m]);
         if (n != 3 && n != full) continue;
         int i = 0;
-        while (i < n && lower(s[t.b + i]) == month_name[m][i]) ++i;
+        while (i < n && lower(s[t.b + i]) == month_name[m][i])
+            ++i;
         if (i == n) return m + 1;
     }
     return 0;
@@ -441,14 +448,18 @@ int tokenize(std::string_view s, Tok *t) {
         if (n >= MAXTOK) return -1;
         size_t b = i;
         if (digit(c)) {
-            while (i < s.size() && digit(s[i])) ++i;
+            while (i < s.size() && digit(s[i]))
+                ++i;
             t[n++] = {'n', (int)b, (int)i};
             continue;
         }
-        while (i < s.size() && alpha(s[i])) ++i;
+        while (i < s.size() && alpha(s[i]))
+            ++i;
         Tok w = {'w', (int)b, (int)i};
-        if (word_is(s, w, "am")) w.kind = 'a';
-        else if (word_is(s, w, "pm")) w.kind = 'p';
+        if (word_is(s, w, "am"))
+            w.kind = 'a';
+        else if (word_is(s, w, "pm"))
+            w.kind = 'p';
         else if ((word_is(s, w, "a") || word_is(s, w, "p")) && i + 1 < s.size() && s[i] == '.' &&
                  lower(s[i + 1]) == 'm' && (i + 2 >= s.size() || !alpha(s[i + 2]))) {
             w.kind = word_is(s, w, "a") ? 'a' : 'p';
@@ -463,7 +474,7 @@ int tokenize(std::string_view s, Tok *t) {
 
 struct MField {
     char letter;
-    int century;  // digits written in front of Y, or -1
+    int century; // digits written in front of Y, or -1
 };
 
 // mask := { [digits] 'Y' | 'D' | 'M' | 'h' | 'm' | 's' | 'W' | 'Q' | 'H' | '#' | blank }
@@ -504,9 +515,13 @@ bool filler(std::string_view s, const Tok &t) {
 
 int natural_width(const MField &f) {
     switch (f.letter) {
-    case 'Y': return f.century >= 0 ? 2 : 4;
-    case 'Q': case 'H': return 1;
-    default: return 2;
+    case 'Y':
+        return f.century >= 0 ? 2 : 4;
+    case 'Q':
+    case 'H':
+        return 1;
+    default:
+        return 2;
     }
 }
 
@@ -551,28 +566,46 @@ bool read_by_mask(std::string_view s, std::string_view mask, double topyear, Par
             if (v > 100000000) return false;
         }
         bool split = take < len;
-        if (split) t[k].b += take;
-        else ++k;
+        if (split)
+            t[k].b += take;
+        else
+            ++k;
         switch (f[i].letter) {
-        case 'D': p.D = (int)v; break;
-        case 'M': p.M = (int)v; break;
-        case 'h': p.h = (int)v; break;
-        case 'm': p.mi = (int)v; break;
-        case 'W': p.W = (int)v; break;
-        case 'Q': p.Q = (int)v; break;
-        case 'H': p.H = (int)v; break;
+        case 'D':
+            p.D = (int)v;
+            break;
+        case 'M':
+            p.M = (int)v;
+            break;
+        case 'h':
+            p.h = (int)v;
+            break;
+        case 'm':
+            p.mi = (int)v;
+            break;
+        case 'W':
+            p.W = (int)v;
+            break;
+        case 'Q':
+            p.Q = (int)v;
+            break;
+        case 'H':
+            p.H = (int)v;
+            break;
         case 's':
             p.s = (double)v;
             // a fraction: digits right behind a point right behind the seconds
             if (!split && k < nt && t[k].kind == 'n' && t[k].b == t[k - 1].e + 1 && s[t[k - 1].e] == '.') {
                 double scale = 0.1;
-                for (int j = t[k].b; j < t[k].e; ++j, scale /= 10) p.s += (s[j] - '0') * scale;
+                for (int j = t[k].b; j < t[k].e; ++j, scale /= 10)
+                    p.s += (s[j] - '0') * scale;
                 ++k;
             }
             break;
         case 'Y':
             if (take <= 2) {
-                if (f[i].century >= 0) v += 100 * f[i].century;
+                if (f[i].century >= 0)
+                    v += 100 * f[i].century;
                 else if (!is_missing(topyear) && std::fabs(topyear) < 1e6) {
                     long long top = (long long)std::floor(topyear);
                     v = top - floormod(top - v, 100);
@@ -609,7 +642,7 @@ double clock_of(std::string_view s, std::string_view mask, double topyear, bool 
     return leapsec ? Cdhms(td, h, m, sec) : dhms(td, h, m, sec);
 }
 
-}  // namespace
+} // namespace
 
 double date(std::string_view s, std::string_view mask, double topyear) {
     Parts p;
@@ -656,24 +689,36 @@ double weekly(std::string_view s, std::string_view mask, double topyear) {
 }
 
 double date_literal(char kind, std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    while (!text.empty() && text.front() == ' ')
+        text.remove_prefix(1);
+    while (!text.empty() && text.back() == ' ')
+        text.remove_suffix(1);
     switch (kind) {
-    case 'd': return date(text, "DMY");
-    case 'h': return halfyearly(text, "YH");
-    case 'q': return quarterly(text, "YQ");
-    case 'm': return monthly(text, "YM");
-    case 'w': return weekly(text, "YW");
-    case 'y': return yearly(text, "Y");
+    case 'd':
+        return date(text, "DMY");
+    case 'h':
+        return halfyearly(text, "YH");
+    case 'q':
+        return quarterly(text, "YQ");
+    case 'm':
+        return monthly(text, "YM");
+    case 'w':
+        return weekly(text, "YW");
+    case 'y':
+        return yearly(text, "Y");
     case 'c':
     case 'C': {
         size_t first = text.find(':');
         int ncolon = (int)std::count(text.begin(), text.end(), ':');
         const char *mask;
-        if (first == std::string_view::npos) mask = "DMY";
-        else if (first == 0) mask = "ms";
-        else if (first <= 2) mask = ncolon >= 2 ? "hms" : "hm";
-        else mask = ncolon >= 2 ? "DMYhms" : "DMYhm";
+        if (first == std::string_view::npos)
+            mask = "DMY";
+        else if (first == 0)
+            mask = "ms";
+        else if (first <= 2)
+            mask = ncolon >= 2 ? "hms" : "hm";
+        else
+            mask = ncolon >= 2 ? "DMYhms" : "DMYhm";
         return kind == 'c' ? clock(text, mask) : Clock(text, mask);
     }
     }
@@ -701,8 +746,14 @@ constexpr struct {
     char style;
     const char *display;
 } default_rows[] = {
-    {'d', "DDmonCCYY"}, {'c', "DDmonCCYY_HH:MM:SS"}, {'C', "DDmonCCYY_HH:MM:SS"}, {'w', "CCYY!www"},
-    {'m', "CCYY!mnn"},  {'q', "CCYY!qq"},            {'h', "CCYY!hh"},            {'y', "CCYY"},
+    {'d', "DDmonCCYY"},
+    {'c', "DDmonCCYY_HH:MM:SS"},
+    {'C', "DDmonCCYY_HH:MM:SS"},
+    {'w', "CCYY!www"},
+    {'m', "CCYY!mnn"},
+    {'q', "CCYY!qq"},
+    {'h', "CCYY!hh"},
+    {'y', "CCYY"},
 };
 
 const char *default_display(char style) {
@@ -714,8 +765,8 @@ const char *default_display(char style) {
 // The moment a value stands for under a kind.
 struct Moment {
     int td;
-    int msod;   // milliseconds into the day
-    bool leapsec;  // within a leap second (the second shows as 60)
+    int msod;     // milliseconds into the day
+    bool leapsec; // within a leap second (the second shows as 60)
 };
 
 bool moment_of(double v, char style, Moment &mo) {
@@ -724,7 +775,8 @@ bool moment_of(double v, char style, Moment &mo) {
     double x = std::floor(v);
     if (std::fabs(x) > 1e18) return false;
     switch (style) {
-    case 'd': return day_of(x, mo.td);
+    case 'd':
+        return day_of(x, mo.td);
     case 'c':
     case 'C': {
         if (style == 'C') {
@@ -743,11 +795,16 @@ bool moment_of(double v, char style, Moment &mo) {
         mo.msod = (int)(x - d * MS_PER_DAY);
         return true;
     }
-    case 'w': return day_of(dofw(x), mo.td);
-    case 'm': return day_of(dofm(x), mo.td);
-    case 'q': return day_of(dofq(x), mo.td);
-    case 'h': return day_of(dofh(x), mo.td);
-    case 'y': return day_of(dofy(x), mo.td);
+    case 'w':
+        return day_of(dofw(x), mo.td);
+    case 'm':
+        return day_of(dofm(x), mo.td);
+    case 'q':
+        return day_of(dofq(x), mo.td);
+    case 'h':
+        return day_of(dofh(x), mo.td);
+    case 'y':
+        return day_of(dofy(x), mo.td);
     }
     return false;
 }
@@ -759,7 +816,8 @@ struct Out {
         if (n < cap - 1) p[n++] = c;
     }
     void str(const char *s) {
-        while (*s) put(*s++);
+        while (*s)
+            put(*s++);
     }
     void num(int v, int pad) {
         char t[12];
@@ -768,10 +826,13 @@ struct Out {
             put('-');
             v = -v;
         }
-        do t[k++] = (char)('0' + v % 10), v /= 10;
+        do
+            t[k++] = (char)('0' + v % 10), v /= 10;
         while (v);
-        for (int i = k; i < pad; ++i) put('0');
-        while (k) put(t[--k]);
+        for (int i = k; i < pad; ++i)
+            put('0');
+        while (k)
+            put(t[--k]);
     }
     // A name in upper case (1), capitalised (2) or lower case (0), cut to len when len > 0.
     void name(const char *s, int cs, int len) {
@@ -783,7 +844,7 @@ struct Out {
     }
 };
 
-}  // namespace
+} // namespace
 
 // display := { code | '!' byte | ',' | '-' | '/' | ':' | '\'' | '\\' | '.' }, at most 80 items;
 // a code is the longest text of the date-code table that stands at the place.
@@ -826,7 +887,8 @@ int date_parse_display(std::string_view part, char style, Fmt &f) {
 
 int date_width(const Fmt &f) {
     int w = 0;
-    for (int i = 0; i < f.nitems; ++i) w += code_rows[f.items[i].code].width;
+    for (int i = 0; i < f.nitems; ++i)
+        w += code_rows[f.items[i].code].width;
     return w;
 }
 
@@ -845,54 +907,143 @@ int date_text(double v, const Fmt &f, char *out, int cap) {
     for (int i = 0; i < f.nitems; ++i) {
         const DateItem &it = f.items[i];
         switch ((DateCode)it.code) {
-        case DC_LIT: o.put(it.lit); break;
-        case DC_SKIP: break;
-        case DC_BLANK: o.put(' '); break;
-        case DC_CC: o.num(y / 100, 2); break;
-        case DC_cc: o.num(y / 100, 0); break;
-        case DC_YY: o.num(y % 100, 2); break;
-        case DC_yy: o.num(y % 100, 0); break;
-        case DC_NN: o.num(m, 2); break;
-        case DC_nn: o.num(m, 0); break;
-        case DC_Month: o.name(month_name[m - 1], 2, 0); break;
-        case DC_month: o.name(month_name[m - 1], 0, 0); break;
-        case DC_Mon: o.name(month_name[m - 1], 2, 3); break;
-        case DC_mon: o.name(month_name[m - 1], 0, 3); break;
-        case DC_DD: o.num(d, 2); break;
-        case DC_dd: o.num(d, 0); break;
-        case DC_JJJ: o.num(jd, 3); break;
-        case DC_jjj: o.num(jd, 0); break;
-        case DC_h: o.num((m - 1) / 6 + 1, 0); break;
-        case DC_q: o.num((m - 1) / 3 + 1, 0); break;
-        case DC_WW: o.num(week_of(jd), 2); break;
-        case DC_ww: o.num(week_of(jd), 0); break;
-        case DC_HH: o.num(hour, 2); break;
-        case DC_hH: o.num(hour, 0); break;
-        case DC_Hh: o.num(h12, 2); break;
-        case DC_hh: o.num(h12, 0); break;
-        case DC_MM: o.num(minute, 2); break;
-        case DC_mm: o.num(minute, 0); break;
-        case DC_SS: o.num(sec, 2); break;
-        case DC_ss: o.num(sec, 0); break;
-        case DC_FRAC1: o.put('.'); o.num(ms / 100, 1); break;
-        case DC_FRAC2: o.put('.'); o.num(ms / 10, 2); break;
-        case DC_FRAC3: o.put('.'); o.num(ms, 3); break;
-        case DC_DAYNAME: o.name(day_name[wd], 1, 0); break;
-        case DC_Dayname: o.name(day_name[wd], 2, 0); break;
-        case DC_dayname: o.name(day_name[wd], 0, 0); break;
-        case DC_Day: o.name(day_name[wd], 2, 3); break;
-        case DC_day: o.name(day_name[wd], 0, 3); break;
-        case DC_Da: o.name(day_name[wd], 2, 2); break;
-        case DC_da: o.name(day_name[wd], 0, 2); break;
-        case DC_AM: o.str(pm ? "PM" : "AM"); break;
-        case DC_am: o.str(pm ? "pm" : "am"); break;
-        case DC_AMDOT: o.str(pm ? "P.M." : "A.M."); break;
-        case DC_amdot: o.str(pm ? "p.m." : "a.m."); break;
-        case DC_COUNT: break;
+        case DC_LIT:
+            o.put(it.lit);
+            break;
+        case DC_SKIP:
+            break;
+        case DC_BLANK:
+            o.put(' ');
+            break;
+        case DC_CC:
+            o.num(y / 100, 2);
+            break;
+        case DC_cc:
+            o.num(y / 100, 0);
+            break;
+        case DC_YY:
+            o.num(y % 100, 2);
+            break;
+        case DC_yy:
+            o.num(y % 100, 0);
+            break;
+        case DC_NN:
+            o.num(m, 2);
+            break;
+        case DC_nn:
+            o.num(m, 0);
+            break;
+        case DC_Month:
+            o.name(month_name[m - 1], 2, 0);
+            break;
+        case DC_month:
+            o.name(month_name[m - 1], 0, 0);
+            break;
+        case DC_Mon:
+            o.name(month_name[m - 1], 2, 3);
+            break;
+        case DC_mon:
+            o.name(month_name[m - 1], 0, 3);
+            break;
+        case DC_DD:
+            o.num(d, 2);
+            break;
+        case DC_dd:
+            o.num(d, 0);
+            break;
+        case DC_JJJ:
+            o.num(jd, 3);
+            break;
+        case DC_jjj:
+            o.num(jd, 0);
+            break;
+        case DC_h:
+            o.num((m - 1) / 6 + 1, 0);
+            break;
+        case DC_q:
+            o.num((m - 1) / 3 + 1, 0);
+            break;
+        case DC_WW:
+            o.num(week_of(jd), 2);
+            break;
+        case DC_ww:
+            o.num(week_of(jd), 0);
+            break;
+        case DC_HH:
+            o.num(hour, 2);
+            break;
+        case DC_hH:
+            o.num(hour, 0);
+            break;
+        case DC_Hh:
+            o.num(h12, 2);
+            break;
+        case DC_hh:
+            o.num(h12, 0);
+            break;
+        case DC_MM:
+            o.num(minute, 2);
+            break;
+        case DC_mm:
+            o.num(minute, 0);
+            break;
+        case DC_SS:
+            o.num(sec, 2);
+            break;
+        case DC_ss:
+            o.num(sec, 0);
+            break;
+        case DC_FRAC1:
+            o.put('.');
+            o.num(ms / 100, 1);
+            break;
+        case DC_FRAC2:
+            o.put('.');
+            o.num(ms / 10, 2);
+            break;
+        case DC_FRAC3:
+            o.put('.');
+            o.num(ms, 3);
+            break;
+        case DC_DAYNAME:
+            o.name(day_name[wd], 1, 0);
+            break;
+        case DC_Dayname:
+            o.name(day_name[wd], 2, 0);
+            break;
+        case DC_dayname:
+            o.name(day_name[wd], 0, 0);
+            break;
+        case DC_Day:
+            o.name(day_name[wd], 2, 3);
+            break;
+        case DC_day:
+            o.name(day_name[wd], 0, 3);
+            break;
+        case DC_Da:
+            o.name(day_name[wd], 2, 2);
+            break;
+        case DC_da:
+            o.name(day_name[wd], 0, 2);
+            break;
+        case DC_AM:
+            o.str(pm ? "PM" : "AM");
+            break;
+        case DC_am:
+            o.str(pm ? "pm" : "am");
+            break;
+        case DC_AMDOT:
+            o.str(pm ? "P.M." : "A.M.");
+            break;
+        case DC_amdot:
+            o.str(pm ? "p.m." : "a.m.");
+            break;
+        case DC_COUNT:
+            break;
         }
     }
     out[o.n] = 0;
     return o.n;
 }
 
-}  // namespace data
+} // namespace data

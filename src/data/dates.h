@@ -15,49 +15,49 @@ constexpr double MS_PER_DAY = 86400000.0;
 
 // Codes of a date display part: X(id, text, widest output, what it gives). Matching takes the
 // longest text that fits, so "hh" (hour) wins over "h" (half-year) and "Dayname" over "Day".
-#define DATE_CODES                                                    \
-    X(DC_LIT, "", 1, "one literal byte")                              \
-    X(DC_SKIP, "+", 0, "nothing: separates two fields")               \
-    X(DC_BLANK, "_", 1, "a blank")                                    \
-    X(DC_CC, "CC", 2, "century, two digits")                          \
-    X(DC_cc, "cc", 2, "century")                                      \
-    X(DC_YY, "YY", 2, "year within the century, two digits")          \
-    X(DC_yy, "yy", 2, "year within the century")                      \
-    X(DC_NN, "NN", 2, "month number, two digits")                     \
-    X(DC_nn, "nn", 2, "month number")                                 \
-    X(DC_Month, "Month", 9, "month name, capitalised")                \
-    X(DC_month, "month", 9, "month name, lower case")                 \
-    X(DC_Mon, "Mon", 3, "month name cut to three, capitalised")       \
-    X(DC_mon, "mon", 3, "month name cut to three, lower case")        \
-    X(DC_DD, "DD", 2, "day of the month, two digits")                 \
-    X(DC_dd, "dd", 2, "day of the month")                             \
-    X(DC_JJJ, "JJJ", 3, "day of the year, three digits")              \
-    X(DC_jjj, "jjj", 3, "day of the year")                            \
-    X(DC_h, "h", 1, "half-year")                                      \
-    X(DC_q, "q", 1, "quarter")                                        \
-    X(DC_WW, "WW", 2, "week, two digits")                             \
-    X(DC_ww, "ww", 2, "week")                                         \
-    X(DC_HH, "HH", 2, "hour 0-23, two digits")                        \
-    X(DC_hH, "hH", 2, "hour 0-23")                                    \
-    X(DC_Hh, "Hh", 2, "hour 1-12, two digits")                        \
-    X(DC_hh, "hh", 2, "hour 1-12")                                    \
-    X(DC_MM, "MM", 2, "minute, two digits")                           \
-    X(DC_mm, "mm", 2, "minute")                                       \
-    X(DC_SS, "SS", 2, "second, two digits")                           \
-    X(DC_ss, "ss", 2, "second")                                       \
-    X(DC_FRAC1, ".s", 2, "tenths of the second, with the point")      \
-    X(DC_FRAC2, ".ss", 3, "hundredths of the second, with the point") \
-    X(DC_FRAC3, ".sss", 4, "milliseconds, with the point")            \
-    X(DC_DAYNAME, "DAYNAME", 9, "day of the week, upper case")        \
-    X(DC_Dayname, "Dayname", 9, "day of the week, capitalised")       \
-    X(DC_dayname, "dayname", 9, "day of the week, lower case")        \
-    X(DC_Day, "Day", 3, "day of the week cut to three, capitalised")  \
-    X(DC_day, "day", 3, "day of the week cut to three")               \
-    X(DC_Da, "Da", 2, "day of the week cut to two, capitalised")      \
-    X(DC_da, "da", 2, "day of the week cut to two")                   \
-    X(DC_AM, "AM", 2, "AM or PM")                                     \
-    X(DC_am, "am", 2, "am or pm")                                     \
-    X(DC_AMDOT, "A.M.", 4, "A.M. or P.M.")                            \
+#define DATE_CODES                                                                                           \
+    X(DC_LIT, "", 1, "one literal byte")                                                                     \
+    X(DC_SKIP, "+", 0, "nothing: separates two fields")                                                      \
+    X(DC_BLANK, "_", 1, "a blank")                                                                           \
+    X(DC_CC, "CC", 2, "century, two digits")                                                                 \
+    X(DC_cc, "cc", 2, "century")                                                                             \
+    X(DC_YY, "YY", 2, "year within the century, two digits")                                                 \
+    X(DC_yy, "yy", 2, "year within the century")                                                             \
+    X(DC_NN, "NN", 2, "month number, two digits")                                                            \
+    X(DC_nn, "nn", 2, "month number")                                                                        \
+    X(DC_Month, "Month", 9, "month name, capitalised")                                                       \
+    X(DC_month, "month", 9, "month name, lower case")                                                        \
+    X(DC_Mon, "Mon", 3, "month name cut to three, capitalised")                                              \
+    X(DC_mon, "mon", 3, "month name cut to three, lower case")                                               \
+    X(DC_DD, "DD", 2, "day of the month, two digits")                                                        \
+    X(DC_dd, "dd", 2, "day of the month")                                                                    \
+    X(DC_JJJ, "JJJ", 3, "day of the year, three digits")                                                     \
+    X(DC_jjj, "jjj", 3, "day of the year")                                                                   \
+    X(DC_h, "h", 1, "half-year")                                                                             \
+    X(DC_q, "q", 1, "quarter")                                                                               \
+    X(DC_WW, "WW", 2, "week, two digits")                                                                    \
+    X(DC_ww, "ww", 2, "week")                                                                                \
+    X(DC_HH, "HH", 2, "hour 0-23, two digits")                                                               \
+    X(DC_hH, "hH", 2, "hour 0-23")                                                                           \
+    X(DC_Hh, "Hh", 2, "hour 1-12, two digits")                                                               \
+    X(DC_hh, "hh", 2, "hour 1-12")                                                                           \
+    X(DC_MM, "MM", 2, "minute, two digits")                                                                  \
+    X(DC_mm, "mm", 2, "minute")                                                                              \
+    X(DC_SS, "SS", 2, "second, two digits")                                                                  \
+    X(DC_ss, "ss", 2, "second")                                                                              \
+    X(DC_FRAC1, ".s", 2, "tenths of the second, with the point")                                             \
+    X(DC_FRAC2, ".ss", 3, "hundredths of the second, with the point")                                        \
+    X(DC_FRAC3, ".sss", 4, "milliseconds, with the point")                                                   \
+    X(DC_DAYNAME, "DAYNAME", 9, "day of the week, upper case")                                               \
+    X(DC_Dayname, "Dayname", 9, "day of the week, capitalised")                                              \
+    X(DC_dayname, "dayname", 9, "day of the week, lower case")                                               \
+    X(DC_Day, "Day", 3, "day of the week cut to three, capitalised")                                         \
+    X(DC_day, "day", 3, "day of the week cut to three")                                                      \
+    X(DC_Da, "Da", 2, "day of the week cut to two, capitalised")                                             \
+    X(DC_da, "da", 2, "day of the week cut to two")                                                          \
+    X(DC_AM, "AM", 2, "AM or PM")                                                                            \
+    X(DC_am, "am", 2, "am or pm")                                                                            \
+    X(DC_AMDOT, "A.M.", 4, "A.M. or P.M.")                                                                   \
     X(DC_amdot, "a.m.", 4, "a.m. or p.m.")
 
 enum DateCode : uint8_t {
@@ -83,11 +83,11 @@ int date_text(double v, const Fmt &f, char *out, int cap);
 
 // Leap seconds: the days that ended with a leap second, ascending, ending in the sentinel day.
 constexpr int LEAP_MAX = 200;
-constexpr int LEAP_SENTINEL = 2936530;  // 12dec9999
+constexpr int LEAP_SENTINEL = 2936530; // 12dec9999
 struct LeapTable {
-    int n = 0;                       // entries, the sentinel included
+    int n = 0; // entries, the sentinel included
     int32_t day[LEAP_MAX + 1] = {};
-    bool ready = false;              // read (or given up on) already
+    bool ready = false; // read (or given up on) already
 };
 extern LeapTable leap;
 
@@ -106,7 +106,7 @@ void leap_ensure();
 
 // Functions of the expression language. Every argument and result is a double; a missing
 // argument or an impossible date gives `.`. Day arguments are taken as the day they fall in.
-constexpr double NOARG = std::numeric_limits<double>::quiet_NaN();  // an optional argument left out
+constexpr double NOARG = std::numeric_limits<double>::quiet_NaN(); // an optional argument left out
 
 double mdy(double m, double d, double y);
 double dow(double td);
@@ -178,4 +178,4 @@ double weekly(std::string_view s, std::string_view mask, double topyear = NOARG)
 // 'w' 'y'). The mask of a clock kind follows from the colons in the text.
 double date_literal(char kind, std::string_view text);
 
-}  // namespace data
+} // namespace data

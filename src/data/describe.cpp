@@ -65,7 +65,7 @@ void text_line(const std::string &s) {
 
 int r_scalar(const char *name, double v) { return mat::r_set_scalar(name, v); }
 
-}  // namespace
+} // namespace
 
 // _describe [varlist] [using filename] [, short fullnames]
 int cmd_describe(int) {
@@ -82,8 +82,10 @@ int cmd_describe(int) {
         for (;;) {
             std::string w = gettok(SEP_STD);
             if (w.empty()) break;
-            if (cmdmatch(w.c_str(), "short", 1)) shortform = true;
-            else if (cmdmatch(w.c_str(), "fullnames", 4)) fullnames = true;
+            if (cmdmatch(w.c_str(), "short", 1))
+                shortform = true;
+            else if (cmdmatch(w.c_str(), "fullnames", 4))
+                fullnames = true;
             else {
                 out::ClassScope cs(out::CLS_ERROR);
                 out::out_error("option " + w + " not allowed\n");
@@ -162,7 +164,8 @@ int cmd_describe(int) {
             pad_to(line, COL_FMT);
             line += ds.fmt[v - 1];
             pad_to(line, COL_VALLAB);
-            line += fullnames ? std::string(ds.vallab[v - 1]) : abbrev(ds.vallab[v - 1], COL_LABEL - COL_VALLAB - 1);
+            line += fullnames ? std::string(ds.vallab[v - 1])
+                              : abbrev(ds.vallab[v - 1], COL_LABEL - COL_VALLAB - 1);
             std::string lbl = variable_label(name.c_str());
             if (!lbl.empty()) {
                 pad_to(line, COL_LABEL);
@@ -192,4 +195,4 @@ int cmd_describe(int) {
     return rc;
 }
 
-}  // namespace data
+} // namespace data

@@ -6,12 +6,12 @@
 
 namespace data {
 
-inline constexpr int EXPR_CODELEN = 2400;  // operation words in a record
-inline constexpr int EXPR_NSUM = 5;        // running sums of sum() in one expression
-inline constexpr int EXPR_STRLEN = 245;    // longest string value
-inline constexpr int EXPR_STRBUF = 246;    // a buffer that holds any string value with its NUL
-inline constexpr int EXPR_NLIT = 300;      // numeric literal table of a command
-inline constexpr int EXPR_SPOOL = 512;     // string literal pool of a command, in bytes
+inline constexpr int EXPR_CODELEN = 2400; // operation words in a record
+inline constexpr int EXPR_NSUM = 5;       // running sums of sum() in one expression
+inline constexpr int EXPR_STRLEN = 245;   // longest string value
+inline constexpr int EXPR_STRBUF = 246;   // a buffer that holds any string value with its NUL
+inline constexpr int EXPR_NLIT = 300;     // numeric literal table of a command
+inline constexpr int EXPR_SPOOL = 512;    // string literal pool of a command, in bytes
 
 // Result types of a record.
 enum : uint8_t { XT_NUM = 0, XT_STR = 1, XT_MAT = 4 };
@@ -22,19 +22,19 @@ enum : unsigned { XC_PRESCAN = 1u, XC_ZEROB = 2u };
 
 // A compiled expression. Plain and fixed in size: the owner reuses it, nothing is allocated.
 struct ExprRecord {
-    double sums[EXPR_NSUM] = {};        // running-sum slots of sum()
-    int16_t code[EXPR_CODELEN] = {};    // operation words, some followed by one operand word
-    int32_t last = -1;                  // index of the last code word
-    int32_t lastsum = -1;               // index of the last running-sum slot in use
-    int32_t in_first = 1, in_last = 0;  // the `in` range: sums restart at its first observation
-    int32_t grp_first = 1, grp_last = 0;  // the by-group: _n and _N and subscripts count in it
-    const char *text_begin = nullptr;   // the expression's text in the command line
+    double sums[EXPR_NSUM] = {};         // running-sum slots of sum()
+    int16_t code[EXPR_CODELEN] = {};     // operation words, some followed by one operand word
+    int32_t last = -1;                   // index of the last code word
+    int32_t lastsum = -1;                // index of the last running-sum slot in use
+    int32_t in_first = 1, in_last = 0;   // the `in` range: sums restart at its first observation
+    int32_t grp_first = 1, grp_last = 0; // the by-group: _n and _N and subscripts count in it
+    const char *text_begin = nullptr;    // the expression's text in the command line
     const char *text_end = nullptr;
-    uint8_t restype = XT_NUM;           // XT_NUM, XT_STR or XT_MAT
-    uint8_t matflag = 0;                // a matrix operation occurs
-    uint8_t parallel = 1;               // may be run for several observations at the same time
-    uint8_t pure = 1;                   // no operation with a state or a hidden order
-    uint8_t expressionSafe = 1;         // safe for a parallel loop: parallel and pure
+    uint8_t restype = XT_NUM;   // XT_NUM, XT_STR or XT_MAT
+    uint8_t matflag = 0;        // a matrix operation occurs
+    uint8_t parallel = 1;       // may be run for several observations at the same time
+    uint8_t pure = 1;           // no operation with a state or a hidden order
+    uint8_t expressionSafe = 1; // safe for a parallel loop: parallel and pure
 };
 
 // The records of the command being run: its `if` qualifier and its `=exp`.
@@ -45,7 +45,8 @@ extern ExprRecord ifexp, eqexp;
 // Takes the expression text at text (blanks skipped, up to the token that ends it) and compiles it
 // into rec for the wanted type (XW_*). *end gets where the text ended. Returns 0 or the code, with
 // the message written; after a failure rec must not be run.
-int expr_compile(const char *text, ExprRecord &rec, int wanted, const char **end = nullptr, unsigned flags = 0);
+int expr_compile(const char *text, ExprRecord &rec, int wanted, const char **end = nullptr,
+                 unsigned flags = 0);
 // The same from the tokenizer's position; the tokenizer goes on behind the expression.
 int expr_compile_tok(ExprRecord &rec, int wanted, unsigned flags = 0);
 
@@ -109,8 +110,8 @@ extern bool (*expr_hook_matrix)(const char *name);
 
 // By-group facts of the running command, for _byindex() and _bylastcall(); set by `by`.
 struct ExprBy {
-    int32_t index = 0;     // the number of the group, from 1
-    uint8_t lastcall = 0;  // this is the last group
+    int32_t index = 0;    // the number of the group, from 1
+    uint8_t lastcall = 0; // this is the last group
 };
 extern ExprBy exby;
 
@@ -123,4 +124,4 @@ std::string rng_state_text();
 // A draw from the uniform distribution on (0,1); the generator behind uniform() and its kin.
 double rng_uniform();
 
-}  // namespace data
+} // namespace data

@@ -27,35 +27,22 @@ bool miss(double x) { return xm::miss(x); }
 
 // ---- Adapters from the argument block to plain functions ----------------------------------------
 
-template <double (*f)(double)>
-double w1(const Fa &a) {
-    return f(a.n(0));
-}
-template <double (*f)(double, double)>
-double w2(const Fa &a) {
-    return f(a.n(0), a.n(1));
-}
-template <double (*f)(double, double, double)>
-double w3(const Fa &a) {
-    return f(a.n(0), a.n(1), a.n(2));
-}
-template <double (*f)(double, double, double, double)>
-double w4(const Fa &a) {
+template <double (*f)(double)> double w1(const Fa &a) { return f(a.n(0)); }
+template <double (*f)(double, double)> double w2(const Fa &a) { return f(a.n(0), a.n(1)); }
+template <double (*f)(double, double, double)> double w3(const Fa &a) { return f(a.n(0), a.n(1), a.n(2)); }
+template <double (*f)(double, double, double, double)> double w4(const Fa &a) {
     return f(a.n(0), a.n(1), a.n(2), a.n(3));
 }
-template <double (*f)(double, double, double, double, double, double)>
-double w6(const Fa &a) {
+template <double (*f)(double, double, double, double, double, double)> double w6(const Fa &a) {
     return f(a.n(0), a.n(1), a.n(2), a.n(3), a.n(4), a.n(5));
 }
 // One number in, `.` for a missing one; what the library gives otherwise (NaN and infinities are
 // made `.` at the end of the run).
-template <double (*f)(double)>
-double m1(const Fa &a) {
+template <double (*f)(double)> double m1(const Fa &a) {
     const double x = a.n(0);
     return miss(x) ? dot() : f(x);
 }
-template <double (*f)(double, double)>
-double m2(const Fa &a) {
+template <double (*f)(double, double)> double m2(const Fa &a) {
     const double x = a.n(0), y = a.n(1);
     return miss(x) || miss(y) ? dot() : f(x, y);
 }
@@ -256,8 +243,10 @@ double fn_length(const Fa &a) { return (double)std::strlen(a.s(0)); }
 
 double fn_real(const Fa &a) {
     std::string_view s = a.s(0);
-    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    while (!s.empty() && s.front() == ' ')
+        s.remove_prefix(1);
+    while (!s.empty() && s.back() == ' ')
+        s.remove_suffix(1);
     double v;
     return text_to_number(s, v, true) ? v : dot();
 }
@@ -265,10 +254,12 @@ double fn_real(const Fa &a) {
 double fn_wordcount(const Fa &a) {
     int n = 0;
     for (const char *p = a.s(0); *p;) {
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         if (!*p) break;
         ++n;
-        while (*p && *p != ' ') ++p;
+        while (*p && *p != ' ')
+            ++p;
     }
     return n;
 }
@@ -292,7 +283,8 @@ double fn_indexnot(const Fa &a) {
 bool wild(const char *p, const char *s) {
     for (; *p; ++p) {
         if (*p == '*') {
-            while (p[1] == '*') ++p;
+            while (p[1] == '*')
+                ++p;
             if (!p[1]) return true;
             for (const char *t = s; *t; ++t)
                 if (wild(p + 1, t)) return true;
@@ -339,7 +331,8 @@ int fn_string(const Fa &a, char *out) {
     char buf[FMT_BUFSIZE];
     fmt_number(a.n(0), f, buf, sizeof buf);
     const char *p = buf;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return put(out, p);
 }
 
@@ -382,20 +375,24 @@ int fn_proper(const Fa &a, char *out) {
 
 int fn_ltrim(const Fa &a, char *out) {
     const char *p = a.s(0);
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return put(out, p);
 }
 
 int fn_rtrim(const Fa &a, char *out) {
     std::string_view s = a.s(0);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    while (!s.empty() && s.back() == ' ')
+        s.remove_suffix(1);
     return put(out, s);
 }
 
 int fn_trim(const Fa &a, char *out) {
     std::string_view s = a.s(0);
-    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    while (!s.empty() && s.front() == ' ')
+        s.remove_prefix(1);
+    while (!s.empty() && s.back() == ' ')
+        s.remove_suffix(1);
     return put(out, s);
 }
 
@@ -438,9 +435,11 @@ std::vector<std::string_view> words_of(std::string_view s) {
     std::vector<std::string_view> w;
     size_t i = 0;
     while (i < s.size()) {
-        while (i < s.size() && s[i] == ' ') ++i;
+        while (i < s.size() && s[i] == ' ')
+            ++i;
         size_t b = i;
-        while (i < s.size() && s[i] != ' ') ++i;
+        while (i < s.size() && s[i] != ' ')
+            ++i;
         if (i > b) w.push_back(s.substr(b, i - b));
     }
     return w;
@@ -481,7 +480,8 @@ std::string replace_in(std::string_view s, std::string_view from, std::string_vi
     while (i < s.size()) {
         bool limit = !miss(n) && done >= n;
         if (!limit && s.compare(i, from.size(), from) == 0 &&
-            (!words || ((i == 0 || s[i - 1] == ' ') && (i + from.size() == s.size() || s[i + from.size()] == ' ')))) {
+            (!words ||
+             ((i == 0 || s[i - 1] == ' ') && (i + from.size() == s.size() || s[i + from.size()] == ' ')))) {
             r += to;
             i += from.size();
             done += 1;
@@ -492,8 +492,12 @@ std::string replace_in(std::string_view s, std::string_view from, std::string_vi
     return r;
 }
 
-int fn_subinstr(const Fa &a, char *out) { return put(out, replace_in(a.s(0), a.s(1), a.s(2), a.n(0), false)); }
-int fn_subinword(const Fa &a, char *out) { return put(out, replace_in(a.s(0), a.s(1), a.s(2), a.n(0), true)); }
+int fn_subinstr(const Fa &a, char *out) {
+    return put(out, replace_in(a.s(0), a.s(1), a.s(2), a.n(0), false));
+}
+int fn_subinword(const Fa &a, char *out) {
+    return put(out, replace_in(a.s(0), a.s(1), a.s(2), a.n(0), true));
+}
 
 // plural(n, s [, s2]): s for 1 and -1; otherwise s with an "s", or as s2 says: "+suffix" adds,
 // "-suffix" takes away, anything else replaces.
@@ -559,18 +563,23 @@ double c_byteorder() { return 2; }
 
 constexpr FnRow num(const char *name, int amin, int amax, const char *types, FnNum f, uint8_t flags = 0,
                     FnGroup g = FG_MAIN) {
-    return FnRow{name, g, FK_NUM, (int8_t)amin, (int8_t)amax, types, flags, f, nullptr, nullptr, SP_NONE, 0, 0};
+    return FnRow{name,    g, FK_NUM, (int8_t)amin, (int8_t)amax, types, flags, f, nullptr, nullptr,
+                 SP_NONE, 0, 0};
 }
-constexpr FnRow N(const char *name, int na, FnNum f, uint8_t flags = 0) { return num(name, na, na, "n", f, flags); }
+constexpr FnRow N(const char *name, int na, FnNum f, uint8_t flags = 0) {
+    return num(name, na, na, "n", f, flags);
+}
 constexpr FnRow str(const char *name, int amin, int amax, const char *types, FnStr f, uint8_t flags = 0,
                     FnGroup g = FG_MAIN) {
-    return FnRow{name, g, FK_STR, (int8_t)amin, (int8_t)amax, types, flags, nullptr, f, nullptr, SP_NONE, 0, 0};
+    return FnRow{name,    g, FK_STR, (int8_t)amin, (int8_t)amax, types, flags, nullptr, f, nullptr,
+                 SP_NONE, 0, 0};
 }
 constexpr FnRow cnst(const char *name, FnConst c) {
     return FnRow{name, FG_SPECIAL, FK_CONST, 0, 0, "", 0, nullptr, nullptr, c, SP_NONE, 0, 0};
 }
 constexpr FnRow form(const char *name, FnSpecial sp, int amin, int amax, char datekind = 0) {
-    return FnRow{name, FG_SPECIAL, FK_SPECIAL, (int8_t)amin, (int8_t)amax, "", 0, nullptr, nullptr, nullptr, sp, 0, datekind};
+    return FnRow{name,    FG_SPECIAL, FK_SPECIAL, (int8_t)amin, (int8_t)amax, "", 0, nullptr, nullptr,
+                 nullptr, sp,         0,          datekind};
 }
 constexpr FnRow na(const char *name, FnGroup g = FG_MAIN) {
     return FnRow{name, g, FK_NA, 0, -1, "", 0, nullptr, nullptr, nullptr, SP_NONE, 0, 0};
@@ -968,12 +977,14 @@ struct Words {
                     return;
                 }
             }
-            if (next > OP_MAX) return;  // caught by the test of the table
+            if (next > OP_MAX) return; // caught by the test of the table
             of_word[next] = &r;
             word_of_row[idx] = next++;
         };
-        for (int i = 0; i < NROWS; ++i) assign(rows[i], i);
-        for (int i = 0; i < 4; ++i) assign(variants[i], NROWS + i);
+        for (int i = 0; i < NROWS; ++i)
+            assign(rows[i], i);
+        for (int i = 0; i < 4; ++i)
+            assign(variants[i], NROWS + i);
     }
 };
 const Words &words() {
@@ -981,7 +992,7 @@ const Words &words() {
     return w;
 }
 
-}  // namespace
+} // namespace
 
 const FnRow *fn_find(std::string_view name, bool matmode, int version) {
     for (int g = FG_MAIN; g <= FG_SPECIAL; ++g) {
@@ -1024,7 +1035,7 @@ struct RegexState {
     bool compiled = false;
     regex_t re;
     char pattern[EXPR_STRBUF] = {};
-    int matched = 0;  // 0 no match function has run, 1 the last one matched, -1 it did not
+    int matched = 0; // 0 no match function has run, 1 the last one matched, -1 it did not
     regmatch_t m[10];
     char subject[EXPR_STRBUF] = {};
 };
@@ -1041,7 +1052,7 @@ bool is_rep(char c) { return c == '*' || c == '+' || c == '?'; }
 // braces are ordinary characters here. Returns the message of a fault, or null.
 const char *rx_prepare(const char *pat, std::string &out) {
     int groups = 0, depth = 0;
-    char prev = 0;  // the previous significant character ('(' , '|', a repetition, or 'a' for an atom)
+    char prev = 0; // the previous significant character ('(' , '|', a repetition, or 'a' for an atom)
     for (const char *p = pat; *p; ++p) {
         char c = *p;
         if (c == '\\') {
@@ -1055,7 +1066,8 @@ const char *rx_prepare(const char *pat, std::string &out) {
             const char *q = p + 1;
             if (*q == '^') ++q;
             if (*q == ']') ++q;
-            while (*q && *q != ']') ++q;
+            while (*q && *q != ']')
+                ++q;
             if (!*q) return "unmatched []";
             out.append(p, (size_t)(q - p + 1));
             p = q;
@@ -1109,7 +1121,9 @@ bool rx_compile(const char *re) {
     }
     int rc = regcomp(&rx.re, prepared.c_str(), REG_EXTENDED);
     if (rc != 0) {
-        rx_message(rc == REG_ESPACE ? "out of space" : rc == REG_EPAREN ? "unmatched ()" : "corrupted regexp");
+        rx_message(rc == REG_ESPACE   ? "out of space"
+                   : rc == REG_EPAREN ? "unmatched ()"
+                                      : "corrupted regexp");
         return false;
     }
     std::snprintf(rx.pattern, sizeof rx.pattern, "%s", re);
@@ -1117,7 +1131,7 @@ bool rx_compile(const char *re) {
     return true;
 }
 
-}  // namespace
+} // namespace
 
 int regex_match(const char *s, const char *re) {
     if (!rx_compile(re)) return 0;
@@ -1134,7 +1148,8 @@ int regex_sub(double n, char *out) {
     out[0] = 0;
     if (rx.matched == 0) {
         out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("a regular expression match function must be executed prior to retrieving a subexpression\n");
+        out::out_error(
+            "a regular expression match function must be executed prior to retrieving a subexpression\n");
         return 198;
     }
     if (miss(n) || n < 0 || n >= 10 || rx.matched < 0) return session::numlist_error(125, true);
@@ -1153,4 +1168,4 @@ int regex_replace(const char *s, const char *re, const char *t, char *out) {
     return put(out, r);
 }
 
-}  // namespace data::xp
+} // namespace data::xp

@@ -11,7 +11,7 @@ namespace data::xm {
 namespace {
 
 constexpr double PI = 3.14159265358979323846;
-constexpr double LN_SQRT_2PI = 0.91893853320467274178;  // ln(sqrt(2 pi))
+constexpr double LN_SQRT_2PI = 0.91893853320467274178; // ln(sqrt(2 pi))
 constexpr double SQRT2 = 1.41421356237309504880;
 constexpr double EPS = 1e-16;
 constexpr double TINY = 1e-300;
@@ -94,7 +94,8 @@ double invgam(double a, double p, double q) {
         double P, Q;
         gamma_pq(a, x, P, Q);
         double err = p < 0.5 ? P - p : q - Q;
-        double t = a > 1 ? afac * std::exp(-(x - a1) + a1 * (std::log(x) - lna1)) : std::exp(-x + a1 * std::log(x) - gln);
+        double t = a > 1 ? afac * std::exp(-(x - a1) + a1 * (std::log(x) - lna1))
+                         : std::exp(-x + a1 * std::log(x) - gln);
         if (!(t > 0)) break;
         double u = err / t;
         double step = u / (1 - 0.5 * std::fmin(1, u * ((a - 1) / x - 1)));
@@ -176,7 +177,8 @@ double invbeta(double a, double b, double p, double q) {
         double z = -((2.30753 + t * 0.27061) / (1 + t * (0.99229 + t * 0.04481)) - t);
         double al = (z * z - 3) / 6;
         double h = 2 / (1 / (2 * a - 1) + 1 / (2 * b - 1));
-        double w = z * std::sqrt(al + h) / h - (1 / (2 * b - 1) - 1 / (2 * a - 1)) * (al + 5.0 / 6 - 2 / (3 * h));
+        double w =
+            z * std::sqrt(al + h) / h - (1 / (2 * b - 1) - 1 / (2 * a - 1)) * (al + 5.0 / 6 - 2 / (3 * h));
         x = a / (a + b * std::exp(2 * w));
     } else {
         double lna = std::log(a / (a + b)), lnb = std::log(b / (a + b));
@@ -190,8 +192,10 @@ double invbeta(double a, double b, double p, double q) {
         beta_pq(a, b, x, 1 - x, P, Q);
         double f = P - p;
         if (f == 0) return x;
-        if (f < 0) lo = x;
-        else hi = x;
+        if (f < 0)
+            lo = x;
+        else
+            hi = x;
         double d = beta_density(a, b, x);
         double nx = (d > 0 && std::isfinite(d)) ? x - f / d : -1;
         if (!(nx > lo && nx < hi)) nx = 0.5 * (lo + hi);
@@ -202,8 +206,7 @@ double invbeta(double a, double b, double p, double q) {
 }
 
 // A root of f in [lo, hi], where f changes sign, by regula falsi with the Illinois correction.
-template <class Fn>
-double root(Fn f, double lo, double hi) {
+template <class Fn> double root(Fn f, double lo, double hi) {
     double flo = f(lo), fhi = f(hi);
     if (flo == 0) return lo;
     if (fhi == 0) return hi;
@@ -232,8 +235,7 @@ double root(Fn f, double lo, double hi) {
 }
 
 // An upper bound b > lo at which f (increasing) reaches target, found by doubling; .  when none.
-template <class Fn>
-double bracket_up(Fn f, double target, double start) {
+template <class Fn> double bracket_up(Fn f, double target, double start) {
     double b = start;
     for (int i = 0; i < 2000; ++i) {
         if (f(b) >= target) return b;
@@ -244,8 +246,7 @@ double bracket_up(Fn f, double target, double start) {
 
 // The weights of a Poisson(lam) mixture, summed outward from the mode until they stop counting:
 // calls term(j, w) for each.
-template <class Fn>
-void poisson_mix(double lam, Fn term) {
+template <class Fn> void poisson_mix(double lam, Fn term) {
     const double j0 = std::floor(lam);
     const double w0 = std::exp(-lam + (j0 > 0 ? j0 * std::log(lam) : 0) - lgam(j0 + 1));
     double w = w0;
@@ -264,23 +265,28 @@ void poisson_mix(double lam, Fn term) {
 
 // Genz's method for the upper bivariate normal probability P(X > dh, Y > dk) at correlation r.
 double bvnu(double dh, double dk, double r) {
-    static const double W[3][10] = {
-        {0.1713244923791705, 0.3607615730481384, 0.4679139345726904},
-        {0.04717533638651177, 0.1069393259953183, 0.1600783285433464, 0.2031674267230659, 0.2334925365383547,
-         0.2491470458134029},
-        {0.01761400713915212, 0.04060142980038694, 0.06267204833410906, 0.08327674157670475, 0.1019301198172404,
-         0.1181945319615184, 0.1316886384491766, 0.1420961093183821, 0.1491729864726037, 0.1527533871307259}};
-    static const double X[3][10] = {
-        {-0.9324695142031522, -0.6612093864662647, -0.2386191860831970},
-        {-0.9815606342467191, -0.9041172563704750, -0.7699026741943050, -0.5873179542866171, -0.3678314989981802,
-         -0.1252334085114692},
-        {-0.9931285991850949, -0.9639719272779138, -0.9122344282513259, -0.8391169718222188, -0.7463319064601508,
-         -0.6360536807265150, -0.5108670019508271, -0.3737060887154196, -0.2277858511416451, -0.07652652113349733}};
+    static const double W[3][10] = {{0.1713244923791705, 0.3607615730481384, 0.4679139345726904},
+                                    {0.04717533638651177, 0.1069393259953183, 0.1600783285433464,
+                                     0.2031674267230659, 0.2334925365383547, 0.2491470458134029},
+                                    {0.01761400713915212, 0.04060142980038694, 0.06267204833410906,
+                                     0.08327674157670475, 0.1019301198172404, 0.1181945319615184,
+                                     0.1316886384491766, 0.1420961093183821, 0.1491729864726037,
+                                     0.1527533871307259}};
+    static const double X[3][10] = {{-0.9324695142031522, -0.6612093864662647, -0.2386191860831970},
+                                    {-0.9815606342467191, -0.9041172563704750, -0.7699026741943050,
+                                     -0.5873179542866171, -0.3678314989981802, -0.1252334085114692},
+                                    {-0.9931285991850949, -0.9639719272779138, -0.9122344282513259,
+                                     -0.8391169718222188, -0.7463319064601508, -0.6360536807265150,
+                                     -0.5108670019508271, -0.3737060887154196, -0.2277858511416451,
+                                     -0.07652652113349733}};
     const double TWOPI = 2 * PI;
     int ng, lg;
-    if (std::fabs(r) < 0.3) ng = 0, lg = 3;
-    else if (std::fabs(r) < 0.75) ng = 1, lg = 6;
-    else ng = 2, lg = 10;
+    if (std::fabs(r) < 0.3)
+        ng = 0, lg = 3;
+    else if (std::fabs(r) < 0.75)
+        ng = 1, lg = 6;
+    else
+        ng = 2, lg = 10;
     double h = dh, k = dk, hk = h * k, bvn = 0;
     if (std::fabs(r) < 0.925) {
         double hs = (h * h + k * k) / 2, asr = std::asin(r);
@@ -299,10 +305,12 @@ double bvnu(double dh, double dk, double r) {
     if (std::fabs(r) < 1) {
         double as = (1 - r) * (1 + r), a = std::sqrt(as), bs = (h - k) * (h - k);
         double c = (4 - hk) / 8, d = (12 - hk) / 16;
-        bvn = a * std::exp(-(bs / as + hk) / 2) * (1 - c * (bs - as) * (1 - d * bs / 5) / 3 + c * d * as * as / 5);
+        bvn = a * std::exp(-(bs / as + hk) / 2) *
+              (1 - c * (bs - as) * (1 - d * bs / 5) / 3 + c * d * as * as / 5);
         if (hk > -160) {
             double b = std::sqrt(bs);
-            bvn -= std::exp(-hk / 2) * std::sqrt(TWOPI) * normal(-b / a) * b * (1 - c * bs * (1 - d * bs / 5) / 3);
+            bvn -= std::exp(-hk / 2) * std::sqrt(TWOPI) * normal(-b / a) * b *
+                   (1 - c * bs * (1 - d * bs / 5) / 3);
         }
         a /= 2;
         for (int i = 0; i < lg; ++i) {
@@ -311,7 +319,8 @@ double bvnu(double dh, double dk, double r) {
                 xs *= xs;
                 double rs = std::sqrt(1 - xs);
                 bvn += a * W[ng][i] *
-                       (std::exp(-bs / (2 * xs) - hk / (1 + rs)) / rs - std::exp(-(bs / xs + hk) / 2) * (1 + c * xs * (1 + d * xs)));
+                       (std::exp(-bs / (2 * xs) - hk / (1 + rs)) / rs -
+                        std::exp(-(bs / xs + hk) / 2) * (1 + c * xs * (1 + d * xs)));
             }
         }
         bvn = -bvn / TWOPI;
@@ -334,7 +343,7 @@ double dP_da(double a, double x, int order) {
     return (-P(a + 2 * h) + 16 * P(a + h) - 30 * P(a) + 16 * P(a - h) - P(a - 2 * h)) / (12 * h * h);
 }
 
-}  // namespace
+} // namespace
 
 double dot() { return session::lim.dot; }
 bool miss(double x) { return !(x < session::lim.dot); }
@@ -352,13 +361,14 @@ double lnnormal(double z) {
     if (z > -20) return std::log(0.5 * std::erfc(-z / SQRT2));
     // Far in the lower tail: ln of the density over the continued fraction of Mills' ratio.
     double x = -z, t = x;
-    for (int k = 200; k >= 1; --k) t = x + k / t;
+    for (int k = 200; k >= 1; --k)
+        t = x + k / t;
     return -x * x / 2 - LN_SQRT_2PI - std::log(t);
 }
 
 double invnormal(double p) {
     if (miss(p) || !(p > 0 && p < 1)) return dot();
-    static const double a[] = {-3.969683028665376e+01, 2.209460984245205e+02, -2.759285104469687e+02,
+    static const double a[] = {-3.969683028665376e+01, 2.209460984245205e+02,  -2.759285104469687e+02,
                                1.383577518672690e+02,  -3.066479806614716e+01, 2.506628277459239e+00};
     static const double b[] = {-5.447609879822406e+01, 1.615858368580409e+02, -1.556989798598866e+02,
                                6.680131188771972e+01, -1.328068155288572e+01};
@@ -367,7 +377,7 @@ double invnormal(double p) {
     static const double d[] = {7.784695709041462e-03, 3.224671290700398e-01, 2.445134137142996e+00,
                                3.754408661907416e+00};
     const double plow = 0.02425;
-    const double q1 = 1 - p;  // exact for p >= 0.5
+    const double q1 = 1 - p; // exact for p >= 0.5
     double x;
     if (p < plow) {
         double q = std::sqrt(-2 * std::log(p));
@@ -432,7 +442,8 @@ double trigamma(double x) {
         x += 1;
     }
     double f = 1 / (x * x);
-    return r + 1 / x + f / 2 + f / x * (1.0 / 6 - f * (1.0 / 30 - f * (1.0 / 42 - f * (1.0 / 30 - f * (5.0 / 66)))));
+    return r + 1 / x + f / 2 +
+           f / x * (1.0 / 6 - f * (1.0 / 30 - f * (1.0 / 42 - f * (1.0 / 30 - f * (5.0 / 66)))));
 }
 
 double lnfactorial(double n) {
@@ -445,7 +456,8 @@ double comb(double n, double k) {
     if (k > n - k) k = n - k;
     if (k < 60) {
         double r = 1;
-        for (double i = 1; i <= k; i += 1) r = r * (n - k + i) / i;
+        for (double i = 1; i <= k; i += 1)
+            r = r * (n - k + i) / i;
         return std::floor(r + 0.5);
     }
     return std::floor(std::exp(lncomb(n, k)) + 0.5);
@@ -595,7 +607,7 @@ double invF(double n1, double n2, double p) {
 
 double invFtail(double n1, double n2, double q) {
     if (miss(n1) || miss(n2) || miss(q) || !(n1 > 0) || !(n2 > 0) || q <= 0 || q > 1) return dot();
-    double y = invbeta(n2 / 2, n1 / 2, q, 1 - q);  // y = n2 / (n2 + n1 f)
+    double y = invbeta(n2 / 2, n1 / 2, q, 1 - q); // y = n2 / (n2 + n1 f)
     return n2 * (1 - y) / (n1 * y);
 }
 
@@ -603,8 +615,8 @@ double Fden(double n1, double n2, double f) {
     if (miss(n1) || miss(n2) || miss(f) || !(n1 > 0) || !(n2 > 0)) return dot();
     if (f < 0) return 0;
     if (f == 0) return n1 < 2 ? dot() : n1 == 2 ? 1 : 0;
-    return std::exp((n1 / 2) * std::log(n1 / n2) + (n1 / 2 - 1) * std::log(f) - ((n1 + n2) / 2) * std::log1p(n1 * f / n2) -
-                    lbeta(n1 / 2, n2 / 2));
+    return std::exp((n1 / 2) * std::log(n1 / n2) + (n1 / 2 - 1) * std::log(f) -
+                    ((n1 + n2) / 2) * std::log1p(n1 * f / n2) - lbeta(n1 / 2, n2 / 2));
 }
 
 double ttail(double n, double t) {
@@ -618,17 +630,20 @@ double ttail(double n, double t) {
 double invttail(double n, double q) {
     if (miss(n) || miss(q) || !(n > 0) || q <= 0 || q >= 1) return dot();
     if (q == 0.5) return 0;
-    double pp = q < 0.5 ? 2 * q : 2 * (1 - q);  // I_x(n/2, 1/2) = pp
-    double y;  // y = t^2 / (n + t^2) = 1 - x
-    if (pp < 0.5) y = 1 - invbeta(n / 2, 0.5, pp, 1 - pp);
-    else y = invbeta(0.5, n / 2, 1 - pp, pp);
+    double pp = q < 0.5 ? 2 * q : 2 * (1 - q); // I_x(n/2, 1/2) = pp
+    double y;                                  // y = t^2 / (n + t^2) = 1 - x
+    if (pp < 0.5)
+        y = 1 - invbeta(n / 2, 0.5, pp, 1 - pp);
+    else
+        y = invbeta(0.5, n / 2, 1 - pp, pp);
     double t = std::sqrt(n * y / (1 - y));
     return q < 0.5 ? t : -t;
 }
 
 double tden(double n, double t) {
     if (miss(n) || miss(t) || !(n > 0)) return dot();
-    return std::exp(lgam((n + 1) / 2) - lgam(n / 2) - 0.5 * std::log(n * PI) - (n + 1) / 2 * std::log1p(t * t / n));
+    return std::exp(lgam((n + 1) / 2) - lgam(n / 2) - 0.5 * std::log(n * PI) -
+                    (n + 1) / 2 * std::log1p(t * t / n));
 }
 
 double tprob(double n, double t) {
@@ -687,7 +702,8 @@ double nibeta(double a, double b, double L, double x) {
 }
 
 double invnibeta(double a, double b, double L, double p) {
-    if (miss(a) || miss(b) || miss(L) || miss(p) || !(a > 0) || !(b > 0) || L < 0 || p < 0 || p > 1) return dot();
+    if (miss(a) || miss(b) || miss(L) || miss(p) || !(a > 0) || !(b > 0) || L < 0 || p < 0 || p > 1)
+        return dot();
     if (p == 0) return 0;
     if (p == 1) return 1;
     return root([&](double x) { return nibeta(a, b, L, x) - p; }, 0, 1);
@@ -722,7 +738,8 @@ double nFtail(double n1, double n2, double L, double f) {
 }
 
 double invnFtail(double n1, double n2, double L, double q) {
-    if (miss(n1) || miss(n2) || miss(L) || miss(q) || !(n1 > 0) || !(n2 > 0) || L < 0 || q <= 0 || q > 1) return dot();
+    if (miss(n1) || miss(n2) || miss(L) || miss(q) || !(n1 > 0) || !(n2 > 0) || L < 0 || q <= 0 || q > 1)
+        return dot();
     if (q == 1) return 0;
     auto up = [&](double f) { return 1 - nFtail(n1, n2, L, f); };
     double hi = bracket_up(up, 1 - q, 1.0);
@@ -736,7 +753,7 @@ double binomial(double n, double k, double p) {
     if (miss(n) || miss(k) || miss(p) || !isint(n) || !isint(k) || n < 0 || p < 0 || p > 1) return dot();
     if (k < 0) return 0;
     if (k >= n) return 1;
-    double P, Q;  // P(X <= k) = I_{1-p}(n-k, k+1)
+    double P, Q; // P(X <= k) = I_{1-p}(n-k, k+1)
     beta_pq(n - k, k + 1, 1 - p, p, P, Q);
     return P;
 }
@@ -745,7 +762,7 @@ double binomialtail(double n, double k, double p) {
     if (miss(n) || miss(k) || miss(p) || !isint(n) || !isint(k) || n < 0 || p < 0 || p > 1) return dot();
     if (k <= 0) return 1;
     if (k > n) return 0;
-    double P, Q;  // P(X >= k) = I_p(k, n-k+1)
+    double P, Q; // P(X >= k) = I_p(k, n-k+1)
     beta_pq(k, n - k + 1, p, 1 - p, P, Q);
     return P;
 }
@@ -759,12 +776,14 @@ double binomialp(double n, double k, double p) {
 }
 
 double invbinomial(double n, double k, double P) {
-    if (miss(n) || miss(k) || miss(P) || !isint(n) || !isint(k) || k < 0 || k >= n || !(P > 0 && P < 1)) return dot();
-    return invbeta(k + 1, n - k, 1 - P, P);  // I_p(k+1, n-k) = 1 - P
+    if (miss(n) || miss(k) || miss(P) || !isint(n) || !isint(k) || k < 0 || k >= n || !(P > 0 && P < 1))
+        return dot();
+    return invbeta(k + 1, n - k, 1 - P, P); // I_p(k+1, n-k) = 1 - P
 }
 
 double invbinomialtail(double n, double k, double P) {
-    if (miss(n) || miss(k) || miss(P) || !isint(n) || !isint(k) || k < 1 || k > n || !(P > 0 && P < 1)) return dot();
+    if (miss(n) || miss(k) || miss(P) || !isint(n) || !isint(k) || k < 1 || k > n || !(P > 0 && P < 1))
+        return dot();
     return invbeta(k, n - k + 1, P, 1 - P);
 }
 
@@ -791,12 +810,12 @@ double poissonp(double m, double k) {
 
 double invpoisson(double k, double p) {
     if (miss(k) || miss(p) || !isint(k) || k < 0 || !(p > 0 && p < 1)) return dot();
-    return invgam(k + 1, 1 - p, p);  // Q(k+1, m) = p
+    return invgam(k + 1, 1 - p, p); // Q(k+1, m) = p
 }
 
 double invpoissontail(double k, double q) {
     if (miss(k) || miss(q) || !isint(k) || k < 1 || !(q > 0 && q < 1)) return dot();
-    return invgam(k, q, 1 - q);  // P(k, m) = q
+    return invgam(k, q, 1 - q); // P(k, m) = q
 }
 
 double nbinomial(double n, double k, double p) {
@@ -810,7 +829,7 @@ double nbinomial(double n, double k, double p) {
 double nbinomialtail(double n, double k, double p) {
     if (miss(n) || miss(k) || miss(p) || !(n > 0) || !isint(k) || !(p > 0 && p <= 1)) return dot();
     if (k <= 0) return 1;
-    double P, Q;  // P(X >= k) = 1 - I_p(n, k)
+    double P, Q; // P(X >= k) = 1 - I_p(n, k)
     beta_pq(n, k, p, 1 - p, P, Q);
     return Q;
 }
@@ -829,20 +848,20 @@ double invnbinomial(double n, double k, double q) {
 
 double invnbinomialtail(double n, double k, double q) {
     if (miss(n) || miss(k) || miss(q) || !(n > 0) || !isint(k) || k < 1 || !(q > 0 && q < 1)) return dot();
-    return invbeta(n, k, 1 - q, q);  // 1 - I_p(n, k) = q
+    return invbeta(n, k, 1 - q, q); // 1 - I_p(n, k) = q
 }
 
 double hypergeometricp(double N, double K, double n, double k) {
-    if (miss(N) || miss(K) || miss(n) || miss(k) || !isint(N) || !isint(K) || !isint(n) || !isint(k) || N < 1 ||
-        K < 0 || K > N || n < 0 || n > N)
+    if (miss(N) || miss(K) || miss(n) || miss(k) || !isint(N) || !isint(K) || !isint(n) || !isint(k) ||
+        N < 1 || K < 0 || K > N || n < 0 || n > N)
         return dot();
     if (k < std::fmax(0, n + K - N) || k > std::fmin(n, K)) return 0;
     return std::exp(lncomb(K, k) + lncomb(N - K, n - k) - lncomb(N, n));
 }
 
 double hypergeometric(double N, double K, double n, double k) {
-    if (miss(N) || miss(K) || miss(n) || miss(k) || !isint(N) || !isint(K) || !isint(n) || !isint(k) || N < 1 ||
-        K < 0 || K > N || n < 0 || n > N)
+    if (miss(N) || miss(K) || miss(n) || miss(k) || !isint(N) || !isint(K) || !isint(n) || !isint(k) ||
+        N < 1 || K < 0 || K > N || n < 0 || n > N)
         return dot();
     const double lo = std::fmax(0, n + K - N), hi = std::fmin(n, K);
     if (k < lo) return 0;
@@ -850,10 +869,12 @@ double hypergeometric(double N, double K, double n, double k) {
     const double mode = std::floor((n + 1) * (K + 1) / (N + 2));
     double s = 0;
     if (k < mode) {
-        for (double j = lo; j <= k; j += 1) s += hypergeometricp(N, K, n, j);
+        for (double j = lo; j <= k; j += 1)
+            s += hypergeometricp(N, K, n, j);
         return std::fmin(s, 1.0);
     }
-    for (double j = k + 1; j <= hi; j += 1) s += hypergeometricp(N, K, n, j);
+    for (double j = k + 1; j <= hi; j += 1)
+        s += hypergeometricp(N, K, n, j);
     return std::fmax(1 - s, 0.0);
 }
 
@@ -863,4 +884,4 @@ double binormal(double h, double k, double r) {
     return std::fmin(std::fmax(v, 0.0), 1.0);
 }
 
-}  // namespace data::xm
+} // namespace data::xm

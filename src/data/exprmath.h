@@ -4,7 +4,7 @@
 
 namespace data::xm {
 
-double dot();  // the missing value `.`
+double dot(); // the missing value `.`
 bool miss(double x);
 
 double normal(double z);
@@ -82,4 +82,4 @@ double hypergeometricp(double N, double K, double n, double k);
 
 double binormal(double h, double k, double r);
 
-}  // namespace data::xm
+} // namespace data::xm

@@ -32,7 +32,8 @@ uint64_t mix64(uint64_t &x) {
 
 void seed_with(uint64_t seed) {
     uint64_t x = seed;
-    for (uint64_t &w : rng.s) w = mix64(x);
+    for (uint64_t &w : rng.s)
+        w = mix64(x);
     rng_ready = true;
 }
 
@@ -50,21 +51,26 @@ uint64_t next64() {
     return r;
 }
 
-}  // namespace
+} // namespace
 
 double rng_uniform() { return ((double)(next64() >> 11) + 0.5) * 0x1.0p-53; }
 
 int rng_set_seed(const char *text) {
-    while (*text == ' ') ++text;
+    while (*text == ' ')
+        ++text;
     size_t n = std::strlen(text);
-    while (n && text[n - 1] == ' ') --n;
+    while (n && text[n - 1] == ' ')
+        --n;
     if (n == 65 && (text[0] == 'X' || text[0] == 'x')) {
         Rng r;
         for (int w = 0; w < 4; ++w) {
             uint64_t v = 0;
             for (int i = 0; i < 16; ++i) {
                 char c = text[1 + w * 16 + i];
-                int d = (c >= '0' && c <= '9') ? c - '0' : (c >= 'a' && c <= 'f') ? c - 'a' + 10 : (c >= 'A' && c <= 'F') ? c - 'A' + 10 : -1;
+                int d = (c >= '0' && c <= '9')   ? c - '0'
+                        : (c >= 'a' && c <= 'f') ? c - 'a' + 10
+                        : (c >= 'A' && c <= 'F') ? c - 'A' + 10
+                                                 : -1;
                 if (d < 0) return 198;
                 v = v * 16 + (uint64_t)d;
             }
@@ -90,7 +96,8 @@ std::string rng_state_text() {
     if (!rng_ready) seed_with(DEFAULT_SEED);
     char buf[70];
     int k = std::snprintf(buf, sizeof buf, "X");
-    for (uint64_t w : rng.s) k += std::snprintf(buf + k, sizeof buf - k, "%016llx", (unsigned long long)w);
+    for (uint64_t w : rng.s)
+        k += std::snprintf(buf + k, sizeof buf - k, "%016llx", (unsigned long long)w);
     return buf;
 }
 
@@ -104,8 +111,7 @@ bool miss(double x) { return xm::miss(x); }
 // A discrete draw by inversion, searching from the mode: cdf(m) decides the direction, and the
 // probabilities of the neighbours follow from pmf. Exact up to rounding, with about sqrt(variance)
 // steps.
-template <class Pmf>
-double invert_from_mode(double mode, double cdf_mode, double lo, double hi, Pmf pmf) {
+template <class Pmf> double invert_from_mode(double mode, double cdf_mode, double lo, double hi, Pmf pmf) {
     double u = rng_uniform();
     double k = mode, F = cdf_mode;
     if (u <= F) {
@@ -130,7 +136,7 @@ double invert_from_mode(double mode, double cdf_mode, double lo, double hi, Pmf 
     return k;
 }
 
-}  // namespace
+} // namespace
 
 double rnd_uniform() { return rng_uniform(); }
 
@@ -182,7 +188,8 @@ double rnd_poisson(double m) {
     if (miss(m) || m < 0) return dot();
     if (m == 0) return 0;
     double mode = std::floor(m);
-    return invert_from_mode(mode, xm::poisson(m, mode), 0, 1e300, [m](double k) { return xm::poissonp(m, k); });
+    return invert_from_mode(mode, xm::poisson(m, mode), 0, 1e300,
+                            [m](double k) { return xm::poissonp(m, k); });
 }
 
 double rnd_binomial(double n, double p) {
@@ -191,7 +198,8 @@ double rnd_binomial(double n, double p) {
     if (p == 1) return n;
     double mode = std::floor((n + 1) * p);
     if (mode > n) mode = n;
-    return invert_from_mode(mode, xm::binomial(n, mode, p), 0, n, [n, p](double k) { return xm::binomialp(n, k, p); });
+    return invert_from_mode(mode, xm::binomial(n, mode, p), 0, n,
+                            [n, p](double k) { return xm::binomialp(n, k, p); });
 }
 
 // Failures before the n-th success: a Poisson draw whose mean is a gamma draw.
@@ -202,8 +210,8 @@ double rnd_nbinomial(double n, double p) {
 }
 
 double rnd_hypergeometric(double N, double K, double n) {
-    if (miss(N) || miss(K) || miss(n) || std::trunc(N) != N || std::trunc(K) != K || std::trunc(n) != n || N < 1 ||
-        K < 0 || K > N || n < 0 || n > N)
+    if (miss(N) || miss(K) || miss(n) || std::trunc(N) != N || std::trunc(K) != K || std::trunc(n) != n ||
+        N < 1 || K < 0 || K > N || n < 0 || n > N)
         return dot();
     const double lo = std::fmax(0, n + K - N), hi = std::fmin(n, K);
     double mode = std::floor((n + 1) * (K + 1) / (N + 2));
@@ -213,6 +221,6 @@ double rnd_hypergeometric(double N, double K, double n) {
                             [N, K, n](double k) { return xm::hypergeometricp(N, K, n, k); });
 }
 
-}  // namespace xp
+} // namespace xp
 
-}  // namespace data
+} // namespace data

@@ -15,8 +15,8 @@
 namespace data {
 
 namespace {
-uint8_t period_forced = 0;  // a PeriodDecimal guard is alive
-}  // namespace
+uint8_t period_forced = 0; // a PeriodDecimal guard is alive
+} // namespace
 
 // ---- parser ----
 
@@ -26,7 +26,7 @@ int bad(bool quiet) { return quiet ? 120 : session::error(120); }
 
 bool isdig(char c) { return c >= '0' && c <= '9'; }
 
-}  // namespace
+} // namespace
 
 // fmt := '%' ['-' | '~'] ( 't' kind ['0' digit] [display] | 'd' [display]
 //                       | width ( 's' | 'x' | ('H'|'L') | ('.'|',') digits ('e' | ('f'|'g')['c']) ) )
@@ -34,8 +34,13 @@ int fmt_parse(std::string_view text, Fmt &f, bool quiet) {
     f = Fmt();
     if (text.size() < 2 || text.size() > (size_t)FMT_MAXLEN || text[0] != '%') return bad(quiet);
     size_t i = 1, n = text.size();
-    if (text[i] == '-') { f.just = -1; ++i; }
-    else if (text[i] == '~') { f.just = 0; ++i; }
+    if (text[i] == '-') {
+        f.just = -1;
+        ++i;
+    } else if (text[i] == '~') {
+        f.just = 0;
+        ++i;
+    }
     if (i < n && (text[i] == 't' || text[i] == 'd')) {
         if (f.just == 0) return bad(quiet);
         f.kind = 't';
@@ -46,7 +51,7 @@ int fmt_parse(std::string_view text, Fmt &f, bool quiet) {
             ++i;
             if (i >= n || !std::strchr("dwmqhycCg", text[i])) return bad(quiet);
             f.style = text[i++];
-            if (i + 1 < n && text[i] == '0' && isdig(text[i + 1])) i += 2;  // a default style
+            if (i + 1 < n && text[i] == '0' && isdig(text[i + 1])) i += 2; // a default style
             if (f.style == 'g') {
                 if (i != n) return bad(quiet);
                 f.width = 9;
@@ -163,7 +168,8 @@ int sci(double a, int dec, char *t) {
 int exp10(double a) {
     if (small_whole(a) && a >= 1) {
         int e = 0;
-        for (uint64_t u = (uint64_t)a; u >= 10; u /= 10) ++e;
+        for (uint64_t u = (uint64_t)a; u >= 10; u /= 10)
+            ++e;
         return e;
     }
     char t[40];
@@ -175,7 +181,8 @@ int exp10(double a) {
 // Cuts trailing zeros of a fraction, and the point if nothing stays behind it.
 int cut_zeros(char *t, int n) {
     if (!std::memchr(t, '.', n)) return n;
-    while (n > 0 && t[n - 1] == '0') --n;
+    while (n > 0 && t[n - 1] == '0')
+        --n;
     if (n > 0 && t[n - 1] == '.') --n;
     t[n] = 0;
     return n;
@@ -251,7 +258,8 @@ int e_auto(double a, int w, char *t) {
     int dec = w - 5 - ed;
     if (dec < 0) dec = 0;
     int n = sci(a, dec, t);
-    while (n > w - 1 && dec > 0) n = sci(a, --dec, t);
+    while (n > w - 1 && dec > 0)
+        n = sci(a, --dec, t);
     return n;
 }
 
@@ -264,7 +272,8 @@ int g_digits(double a, int d, bool group, bool force_e, char *t) {
         char *e = std::strchr(t, 'e');
         char *m = e;
         if (std::memchr(t, '.', e - t)) {
-            while (m[-1] == '0') --m;
+            while (m[-1] == '0')
+                --m;
             if (m[-1] == '.') --m;
         }
         std::memmove(m, e, n - (e - t) + 1);
@@ -340,7 +349,7 @@ const char hexd[] = "0123456789abcdef";
 // %21x: [sign]1.<13 hex digits>X[sign]<3 hex digits>.
 int hex_text(double v, char *t) {
     uint64_t u;
-    if (v == 0) v = 0;  // -0.0 prints as 0
+    if (v == 0) v = 0; // -0.0 prints as 0
     std::memcpy(&u, &v, 8);
     int e = (int)((u >> 52) & 0x7FF);
     uint64_t frac = u & 0xFFFFFFFFFFFFFull;
@@ -355,7 +364,8 @@ int hex_text(double v, char *t) {
         ex = e - 1023;
     }
     t[n++] = '.';
-    for (int s = 48; s >= 0; s -= 4) t[n++] = hexd[(frac >> s) & 0xF];
+    for (int s = 48; s >= 0; s -= 4)
+        t[n++] = hexd[(frac >> s) & 0xF];
     t[n++] = 'X';
     t[n++] = ex < 0 ? '-' : '+';
     int ax = ex < 0 ? -ex : ex;
@@ -373,13 +383,15 @@ int bytes_text(double v, const Fmt &f, char *t) {
     if (f.width == 16) {
         uint64_t u;
         std::memcpy(&u, &v, 8);
-        for (int i = 0; i < 8; ++i) b[i] = (u >> (8 * i)) & 0xFF;
+        for (int i = 0; i < 8; ++i)
+            b[i] = (u >> (8 * i)) & 0xFF;
         nb = 8;
     } else {
         float x = (float)v;
         uint32_t u;
         std::memcpy(&u, &x, 4);
-        for (int i = 0; i < 4; ++i) b[i] = (u >> (8 * i)) & 0xFF;
+        for (int i = 0; i < 4; ++i)
+            b[i] = (u >> (8 * i)) & 0xFF;
         nb = 4;
     }
     int n = 0;
@@ -405,25 +417,30 @@ int justify(const char *t, int n, int width, int just, bool zero, char *out, int
     if (zero && before) {
         int s = 0;
         if (n && (t[0] == '-')) put(t[s++]);
-        for (int i = 0; i < before; ++i) put('0');
-        for (int i = s; i < n; ++i) put(t[i]);
+        for (int i = 0; i < before; ++i)
+            put('0');
+        for (int i = s; i < n; ++i)
+            put(t[i]);
     } else {
-        for (int i = 0; i < before; ++i) put(' ');
-        for (int i = 0; i < n; ++i) put(t[i]);
+        for (int i = 0; i < before; ++i)
+            put(' ');
+        for (int i = 0; i < n; ++i)
+            put(t[i]);
     }
-    for (int i = before; i < pad; ++i) put(' ');
+    for (int i = before; i < pad; ++i)
+        put(' ');
     out[k] = 0;
     return k;
 }
 
-}  // namespace
+} // namespace
 
 int fmt_number(double v, const Fmt &fin, char *out, int cap) {
     const Fmt &f = fin.kind == 's' ? fmt_default() : fin;
     char t[TMP + 2];
     int k = missing_index(v);
     if (k >= 0) {
-        if (k > 26 || std::isnan(v)) k = 0;  // NaNs and stray codes above `.z` show as `.`
+        if (k > 26 || std::isnan(v)) k = 0; // NaNs and stray codes above `.z` show as `.`
         t[0] = '.';
         t[1] = k ? (char)('a' + k - 1) : 0;
         t[2] = 0;
@@ -455,8 +472,10 @@ int fmt_number(double v, const Fmt &fin, char *out, int cap) {
         // `set dp comma` swaps the roles once more, so a comma format under it shows periods.
         if (f.comma != (session::st.dp_comma && !period_forced)) {
             for (int i = 0; i < n; ++i) {
-                if (t[i] == '.') t[i] = ',';
-                else if (t[i] == ',') t[i] = '.';
+                if (t[i] == '.')
+                    t[i] = ',';
+                else if (t[i] == ',')
+                    t[i] = '.';
             }
         }
     }
@@ -470,9 +489,12 @@ int fmt_string(std::string_view s, const Fmt &f, char *out, int cap) {
     int pad = width > n ? width - n : 0;
     int before = f.just > 0 ? pad : f.just == 0 ? pad / 2 : 0;
     int k = 0;
-    for (int i = 0; i < before && k < cap - 1; ++i) out[k++] = ' ';
-    for (int i = 0; i < n && k < cap - 1; ++i) out[k++] = s[i];
-    for (int i = before; i < pad && k < cap - 1; ++i) out[k++] = ' ';
+    for (int i = 0; i < before && k < cap - 1; ++i)
+        out[k++] = ' ';
+    for (int i = 0; i < n && k < cap - 1; ++i)
+        out[k++] = s[i];
+    for (int i = before; i < pad && k < cap - 1; ++i)
+        out[k++] = ' ';
     out[k] = 0;
     return k;
 }
@@ -488,12 +510,14 @@ bool decimal_shape(std::string_view s) {
     size_t i = 0, n = s.size();
     if (i < n && (s[i] == '+' || s[i] == '-')) ++i;
     size_t d0 = i;
-    while (i < n && isdig(s[i])) ++i;
+    while (i < n && isdig(s[i]))
+        ++i;
     size_t nd = i - d0;
     if (i < n && s[i] == '.') {
         ++i;
         size_t f0 = i;
-        while (i < n && isdig(s[i])) ++i;
+        while (i < n && isdig(s[i]))
+            ++i;
         nd += i - f0;
     }
     if (!nd) return false;
@@ -501,7 +525,8 @@ bool decimal_shape(std::string_view s) {
         ++i;
         if (i < n && (s[i] == '+' || s[i] == '-')) ++i;
         size_t e0 = i;
-        while (i < n && isdig(s[i])) ++i;
+        while (i < n && isdig(s[i]))
+            ++i;
         if (i == e0) return false;
     }
     return i == n;
@@ -513,16 +538,18 @@ bool hex_shape(std::string_view s) {
     if (i < n && (s[i] == '+' || s[i] == '-')) ++i;
     if (i + 1 >= n || (s[i] != '1' && s[i] != '0') || s[i + 1] != '.') return false;
     i += 2;
-    while (i < n && ishex(s[i])) ++i;
+    while (i < n && ishex(s[i]))
+        ++i;
     if (i >= n || (s[i] != 'x' && s[i] != 'X')) return false;
     ++i;
     if (i < n && (s[i] == '+' || s[i] == '-')) ++i;
     size_t e0 = i;
-    while (i < n && ishex(s[i])) ++i;
+    while (i < n && ishex(s[i]))
+        ++i;
     return i > e0 && i == n;
 }
 
-}  // namespace
+} // namespace
 
 bool text_to_number(std::string_view s, double &v, bool missing) {
     if (s.empty()) return false;
@@ -537,7 +564,8 @@ bool text_to_number(std::string_view s, double &v, bool missing) {
     if (!buf) return false;
     bool ok = false;
     if (decimal_shape(s)) {
-        for (size_t i = 0; i < s.size(); ++i) buf[i] = (s[i] == 'd' || s[i] == 'D') ? 'e' : s[i];
+        for (size_t i = 0; i < s.size(); ++i)
+            buf[i] = (s[i] == 'd' || s[i] == 'D') ? 'e' : s[i];
         buf[s.size()] = 0;
         double x = std::strtod(buf, nullptr);
         v = (x < session::lim.dot && !std::isinf(x)) ? x : missing_value(0);
@@ -555,4 +583,4 @@ bool text_to_number(std::string_view s, double &v, bool missing) {
 PeriodDecimal::PeriodDecimal() : saved(period_forced) { period_forced = 1; }
 PeriodDecimal::~PeriodDecimal() { period_forced = saved; }
 
-}  // namespace data
+} // namespace data

@@ -5,10 +5,10 @@
 
 namespace data {
 
-constexpr int FMT_MAXLEN = 48;     // longest %format text
-constexpr int FMT_MAXWIDTH = 244;  // widest field
-constexpr int FMT_MAXITEMS = 80;   // items in the display part of a date format
-constexpr int FMT_BUFSIZE = 1024;  // an output buffer this large holds any formatted value
+constexpr int FMT_MAXLEN = 48;    // longest %format text
+constexpr int FMT_MAXWIDTH = 244; // widest field
+constexpr int FMT_MAXITEMS = 80;  // items in the display part of a date format
+constexpr int FMT_BUFSIZE = 1024; // an output buffer this large holds any formatted value
 
 // One item of a date display part: a code of the date-code table (dates.h) or a literal byte.
 struct DateItem {
@@ -18,15 +18,15 @@ struct DateItem {
 
 // A parsed %format. Plain data, no heap: parse once per column, format many values.
 struct Fmt {
-    int8_t just = 1;      // -1 left, 1 right, 0 centred (strings only)
-    bool comma = false;   // ',' is the decimal point ("%9,2f"): ',' and '.' swap roles on output
-    bool group = false;   // 'c': groups of three digits marked in f and g
-    bool zero = false;    // width written with a leading 0 ("%09.2f"): pad numbers with zeros
-    char kind = 'n';      // 'n' number, 's' string, 't' date
-    char style = 'g';     // n: 'e' 'f' 'g' 'x' 'H' 'L';  s: 's';  t: 'd' 'w' 'm' 'q' 'h' 'y' 'c' 'C' 'g'
-    int width = 9;        // for dates, the widest text the display part can give
-    int digits = 0;       // digits behind the point (f, e) or significant digits (g; 0 = automatic)
-    int nitems = 0;       // date display part (the kind's default when none was written)
+    int8_t just = 1;    // -1 left, 1 right, 0 centred (strings only)
+    bool comma = false; // ',' is the decimal point ("%9,2f"): ',' and '.' swap roles on output
+    bool group = false; // 'c': groups of three digits marked in f and g
+    bool zero = false;  // width written with a leading 0 ("%09.2f"): pad numbers with zeros
+    char kind = 'n';    // 'n' number, 's' string, 't' date
+    char style = 'g';   // n: 'e' 'f' 'g' 'x' 'H' 'L';  s: 's';  t: 'd' 'w' 'm' 'q' 'h' 'y' 'c' 'C' 'g'
+    int width = 9;      // for dates, the widest text the display part can give
+    int digits = 0;     // digits behind the point (f, e) or significant digits (g; 0 = automatic)
+    int nitems = 0;     // date display part (the kind's default when none was written)
     DateItem items[FMT_MAXITEMS] = {};
 };
 
@@ -66,4 +66,4 @@ struct PeriodDecimal {
     ~PeriodDecimal();
 };
 
-}  // namespace data
+} // namespace data

@@ -28,17 +28,16 @@ namespace {
 struct BlockRow {
     const char *name;
     bool ints;
-    int per;  // values per line
+    int per; // values per line
 };
 constexpr BlockRow blocks[] = {
-    {"fv_toc", true, 4},          {"fv_varinfo", true, 4},       {"fv_factorinfo", false, 0},
-    {"fv_interaction", true, 2},  {"fv_interactioninfo", true, 4}, {"fv_termlocs", true, 8},
-    {"fv_ivarlocs", true, 8},     {"fv_factorlevels", false, 5}, {"fv_factormeans", false, 5},
-    {"fv_intercells", true, 3},   {"fv_interlevels", false, 5},  {"fv_intermeans", false, 5},
+    {"fv_toc", true, 4},         {"fv_varinfo", true, 4},         {"fv_factorinfo", false, 0},
+    {"fv_interaction", true, 2}, {"fv_interactioninfo", true, 4}, {"fv_termlocs", true, 8},
+    {"fv_ivarlocs", true, 8},    {"fv_factorlevels", false, 5},   {"fv_factormeans", false, 5},
+    {"fv_intercells", true, 3},  {"fv_interlevels", false, 5},    {"fv_intermeans", false, 5},
 };
 
-template <class T>
-const T *get_block(const char *name, int32_t *count) {
+template <class T> const T *get_block(const char *name, int32_t *count) {
     *count = 0;
     return static_cast<const T *>(session::store_find(name, ST_FVBLOCK, count));
 }
@@ -91,7 +90,7 @@ struct SavedBlocks {
     }
 };
 
-}  // namespace
+} // namespace
 
 void fv_drop_blocks() { session::store_drop_type(ST_FVBLOCK); }
 
@@ -122,15 +121,18 @@ int fv_means(const std::vector<int32_t> &obs) {
             for (int k = tm.first; k < tm.first + tm.nvars; ++k) {
                 const FvVarInfo &vi = fv.varinfo[k];
                 const double x = get_num(vi.var, obs[j]);
-                if (vi.kind == 2) prod *= x;
-                else key.push_back(level_index(fv.factors[vi.factor], x));
+                if (vi.kind == 2)
+                    prod *= x;
+                else
+                    key.push_back(level_index(fv.factors[vi.factor], x));
             }
             sums[t][key] += prod;
         }
     }
     if (N > 0)
-        for (double &m : fmeans) m /= N;
-    std::vector<int32_t> cells;  // per term: first cell, cells, place of its first value in ilevels
+        for (double &m : fmeans)
+            m /= N;
+    std::vector<int32_t> cells; // per term: first cell, cells, place of its first value in ilevels
     std::vector<double> ilevels, imeans;
     for (size_t t = 0; t < fv.terms.size(); ++t) {
         const FvTerm &tm = fv.terms[t];
@@ -139,7 +141,8 @@ int fv_means(const std::vector<int32_t> &obs) {
             int q = 0;
             for (int v = tm.first; v < tm.first + tm.nvars; ++v) {
                 const FvVarInfo &vi = fv.varinfo[v];
-                if (vi.kind == 1) ilevels.push_back(fv.levels[(size_t)fv.factors[vi.factor].levoff + k[(size_t)q++]]);
+                if (vi.kind == 1)
+                    ilevels.push_back(fv.levels[(size_t)fv.factors[vi.factor].levoff + k[(size_t)q++]]);
             }
             imeans.push_back(N > 0 ? sum / N : 0.0);
         }
@@ -148,7 +151,7 @@ int fv_means(const std::vector<int32_t> &obs) {
     if (!rc) rc = fv_put_block("fv_intercells", cells.data(), cells.size() * 4, (int32_t)fv.terms.size());
     if (!rc) rc = fv_put_block("fv_interlevels", ilevels.data(), ilevels.size() * 8, (int32_t)imeans.size());
     if (!rc) rc = fv_put_block("fv_intermeans", imeans.data(), imeans.size() * 8, (int32_t)imeans.size());
-    if (rc) fv_drop_blocks();  // the store wrote "insufficient memory for" the block
+    if (rc) fv_drop_blocks(); // the store wrote "insufficient memory for" the block
     return rc;
 }
 
@@ -205,11 +208,13 @@ int testfv_run() {
                 kind = "continuous";
             } else {
                 kind = "interaction";
-                levels = std::to_string(cellv && t < ncells ? cellv[3 * t + 1] : 0) + " of " + std::to_string(tm.ncells);
+                levels = std::to_string(cellv && t < ncells ? cellv[3 * t + 1] : 0) + " of " +
+                         std::to_string(tm.ncells);
             }
         }
         if (name.size() > 30) name = name.substr(0, 29) + "~";
-        out::out_rimuf("{txt}%6d  {res}%-30s  {txt}%-12s{res}%9s\n", k + 1, name.c_str(), kind.c_str(), levels.c_str());
+        out::out_rimuf("{txt}%6d  {res}%-30s  {txt}%-12s{res}%9s\n", k + 1, name.c_str(), kind.c_str(),
+                       levels.c_str());
     }
     mat::r_clear();
     int rc = mat::r_set_scalar("N", (double)sample.size());
@@ -217,7 +222,7 @@ int testfv_run() {
     return rc;
 }
 
-}  // namespace
+} // namespace
 
 // testfv varlist [if exp] [in range]
 // Parses the list as an estimation command would (factor-variable groups allowed), takes the
@@ -259,14 +264,17 @@ int cmd_fvdescribe(int) {
     for (int t = 0; t < nterms; ++t) {
         const int first = inter[2 * t], nvars = inter[2 * t + 1];
         const int nfactors = info[4 * t], ncont = info[4 * t + 1];
-        if (first < 0 || nvars < 1 || first + nvars > nvi) break;  // blocks of another shape: stop
+        if (first < 0 || nvars < 1 || first + nvars > nvi) break; // blocks of another shape: stop
         for (int k = first; k < first + nvars; ++k)
-            if (vi[k].var < 1 || vi[k].var > ds.nvar || (vi[k].kind == 1 && (vi[k].factor < 0 || vi[k].factor >= nfi))) {
+            if (vi[k].var < 1 || vi[k].var > ds.nvar ||
+                (vi[k].kind == 1 && (vi[k].factor < 0 || vi[k].factor >= nfi))) {
                 out::out_text("(the factor-variable blocks no longer match the dataset)\n");
                 return 0;
             }
         std::string text = term_text(vi, first, nvars, fi);
-        const char *kind = nfactors == 1 && ncont == 0 ? "factor" : nfactors == 0 ? "continuous" : "interaction";
+        const char *kind = nfactors == 1 && ncont == 0 ? "factor"
+                           : nfactors == 0             ? "continuous"
+                                                       : "interaction";
         out::out_rimuf("{txt}term %d: {res}%s{txt}, %s\n", t + 1, text.c_str(), kind);
         if (nfactors == 1 && ncont == 0) {
             const FvFactorInfo &f = fi[vi[first].factor];
@@ -312,16 +320,19 @@ int cmd_dumpfv(int) {
         if (std::strcmp(b.name, "fv_factorinfo") == 0) {
             const auto *f = static_cast<const FvFactorInfo *>(p);
             for (int k = 0; k < n && (int64_t)(k + 1) * (int64_t)sizeof(FvFactorInfo) <= size; ++k)
-                out::out_rimuf("{res}  var %d basepref %d base %s levels %d at %d baselevel %d term %d min %s max %s\n",
-                               f[k].var, f[k].basepref, lang::number_text(f[k].baseidx).c_str(), f[k].nlevels, f[k].levoff,
-                               f[k].baselevel, f[k].term, lang::number_text(f[k].minlevel).c_str(), lang::number_text(f[k].maxlevel).c_str());
+                out::out_rimuf(
+                    "{res}  var %d basepref %d base %s levels %d at %d baselevel %d term %d min %s max %s\n",
+                    f[k].var, f[k].basepref, lang::number_text(f[k].baseidx).c_str(), f[k].nlevels,
+                    f[k].levoff, f[k].baselevel, f[k].term, lang::number_text(f[k].minlevel).c_str(),
+                    lang::number_text(f[k].maxlevel).c_str());
             continue;
         }
         const int64_t nvals = size / (b.ints ? 4 : 8);
         std::string line;
         for (int64_t k = 0; k < nvals; ++k) {
             line += ' ';
-            line += b.ints ? std::to_string(static_cast<const int32_t *>(p)[k]) : lang::number_text(static_cast<const double *>(p)[k]);
+            line += b.ints ? std::to_string(static_cast<const int32_t *>(p)[k])
+                           : lang::number_text(static_cast<const double *>(p)[k]);
             if ((k + 1) % b.per == 0 || k + 1 == nvals) {
                 out::out_rimuf("{res} %s\n", line.c_str());
                 line.clear();
@@ -332,4 +343,4 @@ int cmd_dumpfv(int) {
     return 0;
 }
 
-}  // namespace data
+} // namespace data

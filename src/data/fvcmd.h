@@ -20,4 +20,4 @@ int cmd_testfv(int);
 int cmd_fvdescribe(int);
 int cmd_dumpfv(int);
 
-}  // namespace data
+} // namespace data

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
+#include "data/datacmd.h"
 #include "data/fmt.h"
 #include "data/types.h"
-#include "data/datacmd.h"
 #include "data/varlist.h"
 #include "lang/macro.h"
 #include "matrix/results.h"
@@ -54,7 +54,8 @@ bool nl_number(const std::string &t, double &v) { return text_to_number(t, v, tr
 
 // a, a+d, ... up to b; d must point from a to b.
 int nl_range(double a, double d, double b, const NumlistOpts &opt, std::vector<double> &out, bool quiet) {
-    if (is_missing(a) || is_missing(b) || is_missing(d) || d == 0 || (b - a) * d < 0) return nl_fail(121, opt, quiet);
+    if (is_missing(a) || is_missing(b) || is_missing(d) || d == 0 || (b - a) * d < 0)
+        return nl_fail(121, opt, quiet);
     const double eps = std::fabs(d) * 1e-9;
     for (int64_t k = 0;; ++k) {
         const double x = a + (double)k * d;
@@ -65,7 +66,7 @@ int nl_range(double a, double d, double b, const NumlistOpts &opt, std::vector<d
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int numlist_parse(std::string_view text, const NumlistOpts &opt, std::vector<double> &out, bool quiet) {
     out.clear();
@@ -178,7 +179,7 @@ int range_option(NumlistOpts &o) {
     }
 }
 
-}  // namespace
+} // namespace
 
 // numlist "text" [, integer missingokay ascending descending sort min(#) max(#) range(...)]
 int cmd_numlist(int) {
@@ -193,11 +194,16 @@ int cmd_numlist(int) {
             w = gettok(SEP_STD);
             if (w.empty()) break;
             const char *p = w.c_str();
-            if (cmdmatch(p, "integer", 3)) o.integer = true;
-            else if (cmdmatch(p, "missingokay", 4)) o.missingok = true;
-            else if (cmdmatch(p, "ascending", 1)) o.ascending = true;
-            else if (cmdmatch(p, "descending", 1)) o.descending = true;
-            else if (cmdmatch(p, "sort", 4)) o.sort = true;
+            if (cmdmatch(p, "integer", 3))
+                o.integer = true;
+            else if (cmdmatch(p, "missingokay", 4))
+                o.missingok = true;
+            else if (cmdmatch(p, "ascending", 1))
+                o.ascending = true;
+            else if (cmdmatch(p, "descending", 1))
+                o.descending = true;
+            else if (cmdmatch(p, "sort", 4))
+                o.sort = true;
             else if (cmdmatch(p, "min", 3)) {
                 double v;
                 if (int rc = paren_number(&v)) return rc;
@@ -221,4 +227,4 @@ int cmd_numlist(int) {
     return mat::r_set_macro("numlist", numlist_text(v));
 }
 
-}  // namespace data
+} // namespace data

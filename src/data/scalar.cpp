@@ -28,7 +28,7 @@ void replace(const char *name) {
     if (void *old = find(name, nullptr)) session::store_delete(old);
 }
 
-}  // namespace
+} // namespace
 
 int scalar_get(const char *name, double *v, char *buf) {
     int32_t len = 0;
@@ -52,7 +52,10 @@ int scalar_set(const char *name, double v) {
 int scalar_set_str(const char *name, std::string_view s) {
     replace(name);
     std::string t(s);
-    return session::store_add_copy(name, session::ST_SCALAR, (int32_t)t.size(), t.c_str(), (int64_t)t.size() + 1) ? 0 : 950;
+    return session::store_add_copy(name, session::ST_SCALAR, (int32_t)t.size(), t.c_str(),
+                                   (int64_t)t.size() + 1)
+               ? 0
+               : 950;
 }
 
 bool scalar_drop(const char *name) {
@@ -131,7 +134,7 @@ int define(const std::string &name) {
     return val.type == XT_STR ? scalar_set_str(name.c_str(), val.str) : scalar_set(name.c_str(), val.num);
 }
 
-}  // namespace
+} // namespace
 
 int cmd_scalar(int) {
     session::TokState ts;
@@ -148,17 +151,19 @@ int cmd_scalar(int) {
     if (w.empty() || w == "dir" || session::cmdmatch(w.c_str(), "list", 2)) {
         std::vector<std::string> names;
         if (int rc = read_names(names, true)) return rc;
-        for (const std::string &n : names) list_one(n);
+        for (const std::string &n : names)
+            list_one(n);
         return 0;
     }
     if (session::cmdmatch(w.c_str(), "drop", 2)) {
         std::vector<std::string> names;
         if (int rc = read_names(names, false)) return rc;
         if (names.empty()) return session::error(198);
-        for (const std::string &n : names) scalar_drop(n.c_str());
+        for (const std::string &n : names)
+            scalar_drop(n.c_str());
         return 0;
     }
     return session::error(198);
 }
 
-}  // namespace data
+} // namespace data

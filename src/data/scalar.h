@@ -16,4 +16,4 @@ bool scalar_drop(const char *name);
 // scalar [define] name = exp | scalar {dir|list} [names|_all] | scalar drop {names|_all}
 int cmd_scalar(int);
 
-}  // namespace data
+} // namespace data

@@ -64,8 +64,10 @@ std::string glue_parens(const std::string &word) {
     while (*p == '(') {
         int depth = 0;
         do {
-            if (*p == '(') ++depth;
-            else if (*p == ')') --depth;
+            if (*p == '(')
+                ++depth;
+            else if (*p == ')')
+                --depth;
             s.push_back(*p++);
         } while (*p && depth > 0);
         while (*p && !std::strchr(VLSEP, *p))
@@ -130,7 +132,7 @@ int op_parts(std::string_view opstr, std::string_view token, std::vector<OpPart>
             while (k < s.size() && s[k] >= '0' && s[k] <= '9')
                 ++k;
             if (k == j) {
-                if (j != i) return op_invalid(token);  // a sign with no digits
+                if (j != i) return op_invalid(token); // a sign with no digits
                 part.values.push_back(1);
             } else {
                 std::string num = s.substr(i, k - i);
@@ -147,8 +149,12 @@ int op_parts(std::string_view opstr, std::string_view token, std::vector<OpPart>
 // Adds one letter with its number to op.
 int op_apply(TsOp &op, char letter, long n, std::string_view token) {
     switch (letter) {
-    case 'L': op.lag += (int32_t)n; return 0;
-    case 'F': op.lag -= (int32_t)n; return 0;
+    case 'L':
+        op.lag += (int32_t)n;
+        return 0;
+    case 'F':
+        op.lag -= (int32_t)n;
+        return 0;
     case 'D':
         if (n < 0) return op_invalid(token);
         if (op.diff + n > MAXDIFF) return session::op_invalid_diff(token);
@@ -236,7 +242,8 @@ int add_operated(const std::string &base, const TsOp *op) {
     int v = varlookup(base, true, varabbrev);
     if (v < 0) return -v;
     if (op && is_string_type(ds.vartype[v - 1]))
-        return fail(109, std::string(ds.varname[v - 1]) + ":  may not use time-series operators on string variables\n");
+        return fail(109, std::string(ds.varname[v - 1]) +
+                             ":  may not use time-series operators on string variables\n");
     return list_add(v, op);
 }
 
@@ -327,7 +334,8 @@ int factor_levels(int v, std::map<double, int64_t> &lev) {
         if (is_missing(x)) continue;
         if (x != std::floor(x))
             return fail(459, std::string("factor ") + ds.varname[v - 1] + " contains noninteger values\n");
-        if (x < 0) return fail(459, std::string("factor ") + ds.varname[v - 1] + " contains negative values\n");
+        if (x < 0)
+            return fail(459, std::string("factor ") + ds.varname[v - 1] + " contains negative values\n");
         ++lev[x];
     }
     return 0;
@@ -438,7 +446,8 @@ int fv_group(const std::string &tok) {
             ++sc.i;
         }
         for (int k = term.first; k < term.first + term.nvars; ++k)
-            if (ps.fv.varinfo[k].factor >= 0) term.ncells *= std::max(1, ps.fv.factors[ps.fv.varinfo[k].factor].nlevels);
+            if (ps.fv.varinfo[k].factor >= 0)
+                term.ncells *= std::max(1, ps.fv.factors[ps.fv.varinfo[k].factor].nlevels);
         ps.fv.terms.push_back(term);
         if (int rc = list_add(ps.fv.varinfo[term.first].var, nullptr, (int32_t)ps.fv.terms.size())) return rc;
     }
@@ -459,18 +468,26 @@ int fv_store() {
     const int32_t toc[4] = {(int32_t)fv.terms.size(), (int32_t)fv.varinfo.size(), (int32_t)fv.factors.size(),
                             (int32_t)fv.levels.size()};
     int rc = 0;
-    if (!rc) rc = fv_put_block("fv_varinfo", fv.varinfo.data(), fv.varinfo.size() * sizeof(FvVarInfo), (int32_t)fv.varinfo.size());
-    if (!rc) rc = fv_put_block("fv_factorinfo", fv.factors.data(), fv.factors.size() * sizeof(FvFactorInfo), (int32_t)fv.factors.size());
+    if (!rc)
+        rc = fv_put_block("fv_varinfo", fv.varinfo.data(), fv.varinfo.size() * sizeof(FvVarInfo),
+                          (int32_t)fv.varinfo.size());
+    if (!rc)
+        rc = fv_put_block("fv_factorinfo", fv.factors.data(), fv.factors.size() * sizeof(FvFactorInfo),
+                          (int32_t)fv.factors.size());
     if (!rc) rc = fv_put_block("fv_interaction", inter.data(), inter.size() * 4, (int32_t)fv.terms.size());
-    if (!rc) rc = fv_put_block("fv_interactioninfo", interinfo.data(), interinfo.size() * 4, (int32_t)fv.terms.size());
+    if (!rc)
+        rc = fv_put_block("fv_interactioninfo", interinfo.data(), interinfo.size() * 4,
+                          (int32_t)fv.terms.size());
     if (!rc) rc = fv_put_block("fv_toc", toc, sizeof toc, 4);
     if (!rc) rc = fv_put_block("fv_termlocs", termlocs.data(), termlocs.size() * 4, (int32_t)termlocs.size());
     if (!rc) rc = fv_put_block("fv_ivarlocs", ivarlocs.data(), ivarlocs.size() * 4, (int32_t)ivarlocs.size());
-    if (!rc) rc = fv_put_block("fv_factorlevels", fv.levels.data(), fv.levels.size() * 8, (int32_t)fv.levels.size());
+    if (!rc)
+        rc = fv_put_block("fv_factorlevels", fv.levels.data(), fv.levels.size() * 8,
+                          (int32_t)fv.levels.size());
     return rc;
 }
 
-}  // namespace
+} // namespace
 
 int fv_put_block(const char *name, const void *bytes, size_t size, int32_t count) {
     int32_t len;
@@ -584,7 +601,7 @@ int parse_newlist(unsigned flags) {
     }
 }
 
-}  // namespace
+} // namespace
 
 // ---- Public routines --------------------------------------------------------------------------------
 
@@ -626,7 +643,8 @@ void list_unique() {
     for (int j = 0; j < ps.count; ++j) {
         bool seen = false;
         for (int i = 0; i < k && !seen; ++i)
-            seen = ps.var[i] == ps.var[j] && ps.info[i].op == ps.info[j].op && ps.info[i].fvterm == ps.info[j].fvterm;
+            seen = ps.var[i] == ps.var[j] && ps.info[i].op == ps.info[j].op &&
+                   ps.info[i].fvterm == ps.info[j].fvterm;
         if (!seen) {
             ps.var[k] = ps.var[j];
             ps.info[k] = ps.info[j];
@@ -657,7 +675,8 @@ bool wildmatch(std::string_view pat, std::string_view name) {
 
 int varlookup(std::string_view name, bool report, bool abbrev) {
     const std::string n(name);
-    if (n.size() > (size_t)VNAMELEN || !name_chars_ok(n.c_str())) return -(report ? session::invalid_name(n) : 198);
+    if (n.size() > (size_t)VNAMELEN || !name_chars_ok(n.c_str()))
+        return -(report ? session::invalid_name(n) : 198);
     const int nv = ds.nvar_visible;
     for (int v = 1; v <= nv; ++v)
         if (std::strcmp(ds.varname[v - 1], n.c_str()) == 0) return v;
@@ -735,7 +754,8 @@ int parse_varlist(unsigned flags) {
         }
         std::string tok = t;
         if (*tk.tokpos == '(') tok = glue_parens(tok);
-        if (tok == "_all" && !(flags & VL_NOALL)) rc = list_all();
+        if (tok == "_all" && !(flags & VL_NOALL))
+            rc = list_all();
         else if ((flags & VL_SKIP) && is_skip(tok)) {
             int n = 0;
             rc = skip_count(tok, &n);
@@ -770,4 +790,4 @@ int newvars_create() {
     return 0;
 }
 
-}  // namespace data
+} // namespace data

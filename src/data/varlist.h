@@ -16,17 +16,17 @@ void set_varabbrev(bool on);
 
 // ---- Time-series operators -------------------------------------------------------------------------
 
-inline constexpr int MAXTSOPS = 100;  // distinct operators in one command
-inline constexpr int MAXDIFF = 20;    // difference order
-inline constexpr int MAXSEAS = 8;     // seasonal differences
-inline constexpr int MAXOPLEN = 239;  // bytes of an operator string
+inline constexpr int MAXTSOPS = 100; // distinct operators in one command
+inline constexpr int MAXDIFF = 20;   // difference order
+inline constexpr int MAXSEAS = 8;    // seasonal differences
+inline constexpr int MAXOPLEN = 239; // bytes of an operator string
 
 // 44 bytes, compared as bytes when operators are interned. All zero means no operator.
 struct TsOp {
-    int32_t lag;       // L adds, F subtracts
-    int32_t diff;      // order of the first difference
-    int32_t nseas;     // seasonal differences held in seas
-    int32_t seas[MAXSEAS];  // their lags, ascending; unused slots 0
+    int32_t lag;           // L adds, F subtracts
+    int32_t diff;          // order of the first difference
+    int32_t nseas;         // seasonal differences held in seas
+    int32_t seas[MAXSEAS]; // their lags, ascending; unused slots 0
 };
 static_assert(sizeof(TsOp) == 44);
 
@@ -41,28 +41,28 @@ std::string tsop_text(const TsOp *op);
 
 // ---- Factor variables ------------------------------------------------------------------------------
 
-inline constexpr int FV_MAXFACTORS = 20;  // factors in one interaction
-inline constexpr int FV_MAXCONT = 20;     // continuous variables in one interaction
+inline constexpr int FV_MAXFACTORS = 20; // factors in one interaction
+inline constexpr int FV_MAXCONT = 20;    // continuous variables in one interaction
 
 enum FvBasePref : int32_t { FVB_DEFAULT = 0, FVB_FREQ = 1, FVB_VALUE = 2, FVB_NONE = 3 };
 
 // One variable of a term (the 16-byte fv_varinfo record).
 struct FvVarInfo {
-    int32_t var;     // variable number
-    int32_t kind;    // 1 factor, 2 continuous
-    int32_t factor;  // index into the factor records, -1 for a continuous variable
-    int32_t term;    // index of its term
+    int32_t var;    // variable number
+    int32_t kind;   // 1 factor, 2 continuous
+    int32_t factor; // index into the factor records, -1 for a continuous variable
+    int32_t term;   // index of its term
 };
 static_assert(sizeof(FvVarInfo) == 16);
 
 // One factor (the 48-byte fv_factorinfo record). Its levels stand in fv_factorlevels from levoff.
 struct FvFactorInfo {
     int32_t var;
-    int32_t basepref;  // FvBasePref
-    double baseidx;    // the base level's value (FVB_VALUE, and FVB_DEFAULT/FVB_FREQ once resolved)
+    int32_t basepref; // FvBasePref
+    double baseidx;   // the base level's value (FVB_VALUE, and FVB_DEFAULT/FVB_FREQ once resolved)
     int32_t nlevels;
     int32_t levoff;
-    int32_t baselevel;  // index of the base among the levels, -1 for none
+    int32_t baselevel; // index of the base among the levels, -1 for none
     int32_t term;
     double minlevel, maxlevel;
 };
@@ -73,15 +73,15 @@ static_assert(sizeof(FvFactorInfo) == 48);
 struct FvTerm {
     int32_t first, nvars;
     int32_t nfactors, ncont;
-    int32_t listpos;  // its place in the list array, from 0
-    int32_t ncells;   // product of the level counts of its factors
+    int32_t listpos; // its place in the list array, from 0
+    int32_t ncells;  // product of the level counts of its factors
 };
 
 struct FvState {
     std::vector<FvVarInfo> varinfo;
     std::vector<FvFactorInfo> factors;
     std::vector<FvTerm> terms;
-    std::vector<double> levels;  // fv_factorlevels
+    std::vector<double> levels; // fv_factorlevels
 };
 
 // Value-label look-up for a base given as a word: 0 and the value when text is a label of the
@@ -95,18 +95,18 @@ int fv_put_block(const char *name, const void *bytes, size_t size, int32_t count
 
 // ---- The list array and the parser state of one command ---------------------------------------------
 
-inline constexpr int LIST_MARGIN = 100;  // places beyond maxvar
+inline constexpr int LIST_MARGIN = 100; // places beyond maxvar
 
 struct ListInfo {
-    const TsOp *op;  // null for none
-    int32_t fvterm;  // index of the factor-variable term plus 1; 0 for a plain variable
+    const TsOp *op; // null for none
+    int32_t fvterm; // index of the factor-variable term plus 1; 0 for a plain variable
 };
 
 // A new variable of a new list (names checked, not yet added unless VL_CREATE).
 struct NewVar {
     std::string name;
-    int type;            // 0: the default of generate
-    std::string vallab;  // name:label
+    int type;           // 0: the default of generate
+    std::string vallab; // name:label
 };
 
 struct ParseState {
@@ -115,9 +115,9 @@ struct ParseState {
     std::vector<int32_t> var;
     std::vector<ListInfo> info;
     int32_t count = 0;
-    int32_t cap = 0;  // places: maxvar plus LIST_MARGIN
+    int32_t cap = 0; // places: maxvar plus LIST_MARGIN
 
-    TsOp ops[MAXTSOPS] = {};  // interned operators of this command
+    TsOp ops[MAXTSOPS] = {}; // interned operators of this command
     int nops = 0;
 
     std::vector<NewVar> newvars;
@@ -136,15 +136,15 @@ void parser_reset();
 // Settings of one parse.
 enum : unsigned {
     VL_ANY = 0,
-    VL_NEW = 1u << 0,         // a new variable list
-    VL_NOALL = 1u << 1,       // _all is not accepted
-    VL_TYPEPAREN = 1u << 2,   // (type) groups set the default type of the names behind them
-    VL_NOTALLOWED = 1u << 3,  // the presence of a list is an error
-    VL_SKIP = 1u << 4,        // _skip and _skip(#) hold places (-1)
-    VL_TS = 1u << 5,          // time-series operators allowed
-    VL_FV = 1u << 6,          // factor-variable groups allowed
-    VL_CREATE = 1u << 7,      // new lists: add the variables (cells `.` or "") as they are read
-    VL_LABEL = 1u << 8,       // new lists: name:label
+    VL_NEW = 1u << 0,        // a new variable list
+    VL_NOALL = 1u << 1,      // _all is not accepted
+    VL_TYPEPAREN = 1u << 2,  // (type) groups set the default type of the names behind them
+    VL_NOTALLOWED = 1u << 3, // the presence of a list is an error
+    VL_SKIP = 1u << 4,       // _skip and _skip(#) hold places (-1)
+    VL_TS = 1u << 5,         // time-series operators allowed
+    VL_FV = 1u << 6,         // factor-variable groups allowed
+    VL_CREATE = 1u << 7,     // new lists: add the variables (cells `.` or "") as they are read
+    VL_LABEL = 1u << 8,      // new lists: name:label
 };
 
 // varlist := { element }    read up to `,` `=` `[` `if` `in` `using` `:` or the end
@@ -180,15 +180,15 @@ int newvars_create();
 // ---- Number lists -------------------------------------------------------------------------------
 
 struct NumlistOpts {
-    bool integer = false;     // noninteger elements are 126
-    bool missingok = false;   // `.` and `.a` to `.z` allowed (else 127)
-    bool ascending = false;   // each element at or above the one before (else 124)
-    bool descending = false;  // each element at or below the one before (else 124)
-    bool sort = false;        // sort the result ascending
-    double min = -1e300, max = 1e300;  // allowed range (else 125)
-    bool minopen = false, maxopen = false;  // the bounds themselves excluded
-    int mincount = 0, maxcount = 1000000;   // elements (else 122, 123)
-    bool single = false;  // messages of the single-number form
+    bool integer = false;                  // noninteger elements are 126
+    bool missingok = false;                // `.` and `.a` to `.z` allowed (else 127)
+    bool ascending = false;                // each element at or above the one before (else 124)
+    bool descending = false;               // each element at or below the one before (else 124)
+    bool sort = false;                     // sort the result ascending
+    double min = -1e300, max = 1e300;      // allowed range (else 125)
+    bool minopen = false, maxopen = false; // the bounds themselves excluded
+    int mincount = 0, maxcount = 1000000;  // elements (else 122, 123)
+    bool single = false;                   // messages of the single-number form
 };
 
 // numlist := { number | number/number | number(step)number | number[step]number
@@ -198,4 +198,4 @@ int numlist_parse(std::string_view text, const NumlistOpts &opt, std::vector<dou
 // The elements as text separated by blanks, as r(numlist) holds them.
 std::string numlist_text(const std::vector<double> &v);
 
-}  // namespace data
+} // namespace data

@@ -18,12 +18,15 @@ Frame fr;
 // Granularity D of each kernel by its source module; a kernel not listed takes 100.
 const GranRow granularity_table[] = {
     {"buildraw", "brwrk_smp brwrk_var_smp bwrkmp_u bwrkmean_u", 20},
-    {"mleval", "mleval_u_smp mlsum_smp mlvecsum_u_smp mlmatsum_uxx_smp mlmatbysum_uxx_smp mlmatbysum_uxy_smp", 20},
+    {"mleval", "mleval_u_smp mlsum_smp mlvecsum_u_smp mlmatsum_uxx_smp mlmatbysum_uxx_smp mlmatbysum_uxy_smp",
+     20},
     {"gllamm", "gllamm_ord_u", 20},
     {"kiln/bi_robust kiln/bi_svy", "bi_robust bi_svy", 20},
     {"obslist", "buildobslist_smp buildobslistwithwgt_smp", D_OBSLIST},
     {"by count gen markcmd sort stats1",
-     "byxeq_bi_gen countcmd gen_wrk_smp replace markcmd_smp markout_smp markin_smp smpsort smpsort1 doavar_smp", 100},
+     "byxeq_bi_gen countcmd gen_wrk_smp replace markcmd_smp markout_smp markin_smp smpsort smpsort1 "
+     "doavar_smp",
+     100},
     {"kiln/bicross kiln/bidcross", "dpcalc_*_obs qpcalc_*_obs", 100},
     {"kiln/bidcross", "dpcalc_xwz2_col qpcalc_xwz2_col", 5},
     {"ordpl probit tobit reg2 reg2iv predict quant1b recipe",
@@ -70,7 +73,7 @@ int64_t ceil_div(int64_t a, int64_t b) { return (a + b - 1) / b; }
 
 void runtime_threads(int n) { omp_set_num_threads(n < 1 ? 1 : n); }
 
-}  // namespace
+} // namespace
 
 int granularity(const char *kernel) {
     for (int r = 0; r < granularity_rows; ++r)
@@ -167,4 +170,4 @@ TeamScope::~TeamScope() {
     fr.processorsNow = fr.processors;
 }
 
-}  // namespace est
+} // namespace est

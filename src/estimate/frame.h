@@ -22,10 +22,10 @@
 namespace est {
 
 struct Frame {
-    int processors = 1;          // what `set processors` asked for
-    int processorsNow = 1;       // the team size the runtime is set to
-    bool adaptiveTeams = false;  // processors above 2: teams narrow for small work
-    int teamSize = 1;            // the team of the current region
+    int processors = 1;         // what `set processors` asked for
+    int processorsNow = 1;      // the team size the runtime is set to
+    bool adaptiveTeams = false; // processors above 2: teams narrow for small work
+    int teamSize = 1;           // the team of the current region
 };
 extern Frame fr;
 
@@ -44,7 +44,7 @@ int cmd_set_processors(int);
 
 struct GranRow {
     const char *source;
-    const char *kernels;  // blank-separated names
+    const char *kernels; // blank-separated names
     int D;
 };
 extern const GranRow granularity_table[];
@@ -55,10 +55,10 @@ int granularity(const char *kernel);
 // ---- The team rule -------------------------------------------------------------------------------
 
 struct Team {
-    int size;       // threads
-    int64_t n;      // work items
-    int64_t B;      // block length: ceil(n / size)
-    bool parallel;  // size not 1, B at least D+1 and B above size
+    int size;      // threads
+    int64_t n;     // work items
+    int64_t B;     // block length: ceil(n / size)
+    bool parallel; // size not 1, B at least D+1 and B above size
 };
 
 // The team for n items of granularity D under the given processors and adaptive flag.
@@ -83,10 +83,7 @@ struct ThreadStore {
     std::vector<std::unique_ptr<unsigned char[]>> slot;
     size_t bytes = 0;
     int alloc(int threads, size_t each);
-    template <class T>
-    T *at(int t) {
-        return reinterpret_cast<T *>(slot[t].get());
-    }
+    template <class T> T *at(int t) { return reinterpret_cast<T *>(slot[t].get()); }
 };
 
 // The Break poll of a region's loop: a fresh read on every pass, from any thread.
@@ -104,8 +101,7 @@ struct TeamScope {
 // Runs body(t, lo, hi) for every block t of the team, threads in parallel; the body polls
 // break_pending() on every pass and returns early when it is set. A region is never nested: inside
 // a parallel region every block runs on the calling thread. Returns 1 when Break was pressed.
-template <class Body>
-int run_region(const Team &tm, Body &&body) {
+template <class Body> int run_region(const Team &tm, Body &&body) {
     fr.teamSize = tm.size;
     if (omp_in_parallel() || tm.size <= 1) {
         for (int t = 0; t < tm.size; ++t) {
@@ -138,26 +134,19 @@ using ObsTest = bool (*)(const void *ctx, int32_t obs);
 // The weight of a kept observation.
 using ObsWeight = double (*)(const void *ctx, int32_t obs);
 
-inline constexpr int D_OBSLIST = 20;  // granularity of the observation-list builders
+inline constexpr int D_OBSLIST = 20; // granularity of the observation-list builders
 
 // Growing an observation list leaves the new places unset rather than zeroed: the parallel builder
 // sizes the list for every candidate and its threads write their own blocks first, so the pages are
 // touched once, by the thread that fills them, instead of being cleared by the main thread beforehand.
-template <class T>
-struct UninitAlloc : std::allocator<T> {
-    template <class U>
-    struct rebind {
-        using other = UninitAlloc<U>;
-    };
+template <class T> struct UninitAlloc : std::allocator<T> {
+    template <class U> struct rebind { using other = UninitAlloc<U>; };
     UninitAlloc() = default;
-    template <class U>
-    UninitAlloc(const UninitAlloc<U> &) noexcept {}
-    template <class U>
-    void construct(U *p) noexcept(std::is_nothrow_default_constructible_v<U>) {
+    template <class U> UninitAlloc(const UninitAlloc<U> &) noexcept {}
+    template <class U> void construct(U *p) noexcept(std::is_nothrow_default_constructible_v<U>) {
         ::new (static_cast<void *>(p)) U;
     }
-    template <class U, class... Args>
-    void construct(U *p, Args &&...args) {
+    template <class U, class... Args> void construct(U *p, Args &&...args) {
         ::new (static_cast<void *>(p)) U(std::forward<Args>(args)...);
     }
 };
@@ -166,15 +155,14 @@ using ObsList = std::vector<int32_t, UninitAlloc<int32_t>>;
 // The observations lo..hi (from 1) that pass the test, ascending. 0, or 1 on Break. safe: the test
 // may run on several threads at once (false keeps the parallel builders serial).
 int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list);
-int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list,
-                     bool safe = true);
+int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list, bool safe = true);
 // The same, also summing the weights of the kept observations into *sumw.
-int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                        ObsList &list, double *sumw);
+int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx, ObsList &list,
+                        double *sumw);
 int buildobslistwithwgt_smp(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
                             ObsList &list, double *sumw, bool safe = true);
 
 // A touse-like marker: the observations where numeric variable v is neither 0 nor missing.
 bool obstest_marker(const void *v_as_intptr, int32_t obs);
 
-}  // namespace est
+} // namespace est

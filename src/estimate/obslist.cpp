@@ -16,8 +16,8 @@ int buildobslist(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList 
     return 0;
 }
 
-int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                        ObsList &list, double *sumw) {
+int buildobslistwithwgt(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx, ObsList &list,
+                        double *sumw) {
     list.clear();
     double s = 0;
     for (int32_t i = lo; i <= hi; ++i) {
@@ -40,4 +40,4 @@ bool obstest_marker(const void *ctx, int32_t obs) {
     return x != 0 && !data::is_missing(x);
 }
 
-}  // namespace est
+} // namespace est

@@ -7,8 +7,8 @@ namespace est {
 namespace {
 
 // Shared by both builders; wgt null for none. Per-thread storage: the count and the weight sum.
-int obslist_core(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx,
-                 ObsList &list, double *sumw, bool safe) {
+int obslist_core(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void *ctx, ObsList &list,
+                 double *sumw, bool safe) {
     const int64_t n = hi >= lo ? (int64_t)hi - lo + 1 : 0;
     const Team tm = choose_team(n, D_OBSLIST, safe);
     if (!tm.parallel) {
@@ -21,7 +21,7 @@ int obslist_core(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void
     };
     ThreadStore store;
     if (int rc = store.alloc(tm.size, sizeof(Slot))) return rc;
-    list.resize((size_t)n);  // every place a thread keeps is written before it is read
+    list.resize((size_t)n); // every place a thread keeps is written before it is read
     int32_t *out = list.data();
 
     int rc = run_region(tm, [&](int t, int64_t b0, int64_t b1) {
@@ -61,10 +61,9 @@ int obslist_core(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt, const void
     return 0;
 }
 
-}  // namespace
+} // namespace
 
-int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list,
-                     bool safe) {
+int buildobslist_smp(int32_t lo, int32_t hi, ObsTest test, const void *ctx, ObsList &list, bool safe) {
     return obslist_core(lo, hi, test, nullptr, ctx, list, nullptr, safe);
 }
 
@@ -73,4 +72,4 @@ int buildobslistwithwgt_smp(int32_t lo, int32_t hi, ObsTest test, ObsWeight wgt,
     return obslist_core(lo, hi, test, wgt, ctx, list, sumw, safe);
 }
 
-}  // namespace est
+} // namespace est

@@ -40,15 +40,16 @@ namespace {
 // ---- words of a text: blanks separate; "..." and `"..."' are one word each ----
 
 struct Word {
-    std::string raw;   // as written, quotes included
-    std::string bare;  // one level of quotes removed
+    std::string raw;  // as written, quotes included
+    std::string bare; // one level of quotes removed
 };
 
 std::vector<Word> words_of(std::string_view t) {
     std::vector<Word> w;
     size_t i = 0, n = t.size();
     for (;;) {
-        while (i < n && t[i] == ' ') ++i;
+        while (i < n && t[i] == ' ')
+            ++i;
         if (i >= n) break;
         size_t start = i;
         Word x;
@@ -56,7 +57,11 @@ std::vector<Word> words_of(std::string_view t) {
             size_t j = i + 2;
             int nest = 1;
             while (j < n) {
-                if (t[j] == '`' && j + 1 < n && t[j + 1] == '"') { ++nest; j += 2; continue; }
+                if (t[j] == '`' && j + 1 < n && t[j + 1] == '"') {
+                    ++nest;
+                    j += 2;
+                    continue;
+                }
                 if (t[j] == '"' && j + 1 < n && t[j + 1] == '\'') {
                     if (--nest == 0) break;
                     j += 2;
@@ -72,7 +77,8 @@ std::vector<Word> words_of(std::string_view t) {
             x.bare = std::string(t.substr(i + 1, j - i - 1));
             i = j < n ? j + 1 : n;
         } else {
-            while (i < n && t[i] != ' ') ++i;
+            while (i < n && t[i] != ' ')
+                ++i;
             x.bare = std::string(t.substr(start, i - start));
         }
         x.raw = std::string(t.substr(start, i - start));
@@ -148,10 +154,12 @@ struct Opt {
 int parse_options(const std::string &text, std::vector<Opt> &opts) {
     size_t i = 0;
     while (i < text.size()) {
-        while (i < text.size() && text[i] == ' ') ++i;
+        while (i < text.size() && text[i] == ' ')
+            ++i;
         if (i >= text.size()) break;
         size_t j = i;
-        while (j < text.size() && text[j] != ' ' && text[j] != '(') ++j;
+        while (j < text.size() && text[j] != ' ' && text[j] != '(')
+            ++j;
         Opt o;
         o.name = text.substr(i, j - i);
         if (j < text.size() && text[j] == '(') {
@@ -228,7 +236,8 @@ int f_regexmatch(std::string_view rest, std::string &v) {
     last_regex = RegexState();
     if (std::regex_search(w[0].bare, m, re)) {
         last_regex.matched = true;
-        for (size_t i = 0; i < m.size(); ++i) last_regex.subs.push_back(m[i].matched ? m[i].str() : "");
+        for (size_t i = 0; i < m.size(); ++i)
+            last_regex.subs.push_back(m[i].matched ? m[i].str() : "");
     }
     v = last_regex.matched ? "1" : "0";
     return 0;
@@ -268,7 +277,8 @@ int f_regexsubexp(std::string_view rest, std::string &v) {
     if (!last_regex.matched) {
         {
             out::ClassScope cs(out::CLS_ERROR);
-            out::out_error("a regular expression match function must be executed prior to retrieving a subexpression\n");
+            out::out_error(
+                "a regular expression match function must be executed prior to retrieving a subexpression\n");
         }
         return session::required("regex");
     }
@@ -295,7 +305,8 @@ std::string list_join(const std::vector<std::string> &w) {
 std::vector<std::string> list_words(const std::string &name) {
     std::vector<std::string> out;
     const char *t = macro_get(local_name(name).c_str());
-    for (Word &w : words_of(t ? t : "")) out.push_back(w.raw);
+    for (Word &w : words_of(t ? t : ""))
+        out.push_back(w.raw);
     return out;
 }
 
@@ -339,8 +350,10 @@ int f_list(std::string_view rest, std::string &v) {
         } else if (op == "dups") {
             std::vector<std::string> seen;
             for (const std::string &x : a) {
-                if (contains(seen, x)) r.push_back(x);
-                else seen.push_back(x);
+                if (contains(seen, x))
+                    r.push_back(x);
+                else
+                    seen.push_back(x);
             }
         } else if (op == "sort") {
             r = a;
@@ -352,7 +365,8 @@ int f_list(std::string_view rest, std::string &v) {
             r = a;
         } else if (op == "clean") {
             const char *t = macro_get(local_name(w[1].raw).c_str());
-            for (Word &x : words_of(t ? t : "")) r.push_back(cleaned(x));
+            for (Word &x : words_of(t ? t : ""))
+                r.push_back(cleaned(x));
         } else {
             return session::error(198);
         }
@@ -374,7 +388,8 @@ int f_list(std::string_view rest, std::string &v) {
         }
         if (bop == "in") {
             bool all = true;
-            for (const std::string &x : a) all = all && contains(b, x);
+            for (const std::string &x : a)
+                all = all && contains(b, x);
             v = all ? "1" : "0";
             return 0;
         }
@@ -419,8 +434,10 @@ int f_subinstr(std::string_view rest, std::string &v) {
     std::string count_to;
     long long limit = -1;
     for (const Opt &o : opts) {
-        if (o.name == "all" && !o.has_arg) all = true;
-        else if (o.name == "word" && !o.has_arg) whole = true;
+        if (o.name == "all" && !o.has_arg)
+            all = true;
+        else if (o.name == "word" && !o.has_arg)
+            whole = true;
         else if (o.name == "count" && o.has_arg) {
             long long n;
             if (to_long(o.arg, &n)) {
@@ -438,7 +455,8 @@ int f_subinstr(std::string_view rest, std::string &v) {
     const std::string &from = w[0].bare, &to = w[1].bare;
     if (limit == 0) {
         out::ClassScope cs(out::CLS_TEXT);
-        out::out_text("Setting count to zero prevents all substitutions.  Original string will be returned.\n");
+        out::out_text(
+            "Setting count to zero prevents all substitutions.  Original string will be returned.\n");
         v = text;
         return 0;
     }
@@ -472,7 +490,8 @@ int f_sysdir(std::string_view rest, std::string &v) {
     std::string n = first_word(rest, &rest);
     if (n.empty() || !trim(rest).empty()) return session::error(198);
     std::string up = n;
-    for (char &c : up) c = (char)std::toupper((unsigned char)c);
+    for (char &c : up)
+        c = (char)std::toupper((unsigned char)c);
     if (up == "ORVAT") {
         v = session::st.sysdir_orvat;
         return 0;
@@ -502,14 +521,17 @@ int f_piece(std::string_view rest, std::string &v) {
     if (int rc = parse_options(opttext, opts)) return rc;
     bool nobreak = false;
     for (const Opt &o : opts) {
-        if (o.name == "nobreak" && !o.has_arg) nobreak = true;
-        else return option_not_allowed(o.name);
+        if (o.name == "nobreak" && !o.has_arg)
+            nobreak = true;
+        else
+            return option_not_allowed(o.name);
     }
     const std::string &t = w[0].bare;
     std::vector<std::string> pieces;
     size_t i = 0;
     while (i < t.size()) {
-        while (i < t.size() && t[i] == ' ') ++i;
+        while (i < t.size() && t[i] == ' ')
+            ++i;
         if (i >= t.size()) break;
         size_t end = std::min(t.size(), i + (size_t)len);
         if (end < t.size() && !nobreak) {
@@ -517,7 +539,8 @@ int f_piece(std::string_view rest, std::string &v) {
             if (cut != std::string::npos && cut > i) end = cut;
         }
         std::string p = t.substr(i, end - i);
-        while (!p.empty() && p.back() == ' ') p.pop_back();
+        while (!p.empty() && p.back() == ' ')
+            p.pop_back();
         pieces.push_back(p);
         i = end;
     }
@@ -535,16 +558,23 @@ int f_dir(std::string_view rest, std::string &v) {
     if (int rc = parse_options(opttext, opts)) return rc;
     bool nofail = false, respect = false;
     for (const Opt &o : opts) {
-        if (o.name == "nofail" && !o.has_arg) nofail = true;
-        else if (o.name == "respectcase" && !o.has_arg) respect = true;
-        else return option_not_allowed(o.name);
+        if (o.name == "nofail" && !o.has_arg)
+            nofail = true;
+        else if (o.name == "respectcase" && !o.has_arg)
+            respect = true;
+        else
+            return option_not_allowed(o.name);
     }
     int kind;
     const std::string &k = w[1].bare;
-    if (k.size() >= 4 && std::string("files").compare(0, k.size(), k) == 0) kind = 0;
-    else if (k.size() >= 3 && std::string("dirs").compare(0, k.size(), k) == 0) kind = 1;
-    else if (k == "other") kind = 2;
-    else return session::error(198);
+    if (k.size() >= 4 && std::string("files").compare(0, k.size(), k) == 0)
+        kind = 0;
+    else if (k.size() >= 3 && std::string("dirs").compare(0, k.size(), k) == 0)
+        kind = 1;
+    else if (k == "other")
+        kind = 2;
+    else
+        return session::error(198);
     std::string dir = w[0].bare.empty() ? "." : w[0].bare;
     DIR *d = opendir(dir.c_str());
     if (!d) {
@@ -637,7 +667,8 @@ int f_tsnorm(std::string_view rest, std::string &v) {
     std::vector<long long> seas;
     size_t i = 0;
     std::string up;
-    for (char c : ops) up.push_back((char)std::toupper((unsigned char)c));
+    for (char c : ops)
+        up.push_back((char)std::toupper((unsigned char)c));
     while (i < up.size()) {
         char c = up[i++];
         if (c == '.') continue;
@@ -648,19 +679,29 @@ int f_tsnorm(std::string_view rest, std::string &v) {
             digits = true;
         }
         if (!digits) n = 1;
-        if (c == 'L') lag += n;
-        else if (c == 'F') lag -= n;
-        else if (c == 'D') diff += n;
-        else if (c == 'S') seas.push_back(n);
-        else return session::error(198);
+        if (c == 'L')
+            lag += n;
+        else if (c == 'F')
+            lag -= n;
+        else if (c == 'D')
+            diff += n;
+        else if (c == 'S')
+            seas.push_back(n);
+        else
+            return session::error(198);
     }
-    auto op = [](char c, long long n) { return n == 1 ? std::string(1, c) : std::string(1, c) + std::to_string(n); };
+    auto op = [](char c, long long n) {
+        return n == 1 ? std::string(1, c) : std::string(1, c) + std::to_string(n);
+    };
     v.clear();
-    if (lag > 0) v += op('L', lag);
-    else if (lag < 0) v += op('F', -lag);
+    if (lag > 0)
+        v += op('L', lag);
+    else if (lag < 0)
+        v += op('F', -lag);
     if (diff > 0) v += op('D', diff);
     std::sort(seas.begin(), seas.end());
-    for (long long s : seas) v += op('S', s);
+    for (long long s : seas)
+        v += op('S', s);
     if (!var.empty()) v += (v.empty() ? "" : ".") + var;
     return 0;
 }
@@ -725,10 +766,14 @@ int f_all(std::string_view rest, std::string &v) {
     std::string pattern = at < w.size() ? w[at++].bare : "*";
     if (at != w.size()) return session::error(198);
     int type;
-    if (kind == "globals") type = session::ST_GLOBAL;
-    else if (kind == "scalars") type = session::ST_SCALAR;
-    else if (kind == "matrices") type = session::ST_MATRIX;
-    else return session::error(198);
+    if (kind == "globals")
+        type = session::ST_GLOBAL;
+    else if (kind == "scalars")
+        type = session::ST_SCALAR;
+    else if (kind == "matrices")
+        type = session::ST_MATRIX;
+    else
+        return session::error(198);
     std::vector<std::string> names;
     const char *name;
     for (void *p = session::store_walk(nullptr, &name, type, nullptr); p;
@@ -800,7 +845,8 @@ int f_log(std::string_view rest, std::string &v) {
         return 0;
     }
     int32_t len = 0;
-    if (const auto *lf = static_cast<const out::LogFile *>(session::store_find(name.c_str(), out::LOG_STORE_TYPE, &len)))
+    if (const auto *lf =
+            static_cast<const out::LogFile *>(session::store_find(name.c_str(), out::LOG_STORE_TYPE, &len)))
         if (lf->fd) v = lf->filename;
     return 0;
 }
@@ -816,29 +862,56 @@ using Fn = int (*)(std::string_view rest, std::string &value);
 // Functions whose subject is not built yet; emf_run says so for them.
 int not_yet(std::string_view, std::string &) { return 199; }
 
-
 struct EmfRow {
     const char *word;
-    int minlen;  // 0: exact
+    int minlen; // 0: exact
     Fn fn;
 };
 
 // Tried in this order.
 const EmfRow emf_rows[] = {
-    {"type", 1, f_type},         {"format", 1, f_format},     {"value", 3, not_yet},
-    {"variable", 3, not_yet},    {"environment", 3, f_environment}, {"tempvar", 5, f_tempvar},
-    {"tempfile", 5, f_tempfile},      {"rownames", 4, not_yet},    {"colnames", 4, not_yet},
-    {"roweq", 4, not_yet},        {"coleq", 4, not_yet},       {"rowfullnames", 4, not_yet},
-    {"colfullnames", 4, not_yet}, {"display", 2, f_display},       {"word", 4, f_word},
-    {"char", 4, not_yet},            {"label", 3, not_yet},         {"regexmatch", 5, f_regexmatch},
-    {"regexreplace", 6, f_regexreplace}, {"regexsubexp", 6, f_regexsubexp}, {"list", 4, f_list},
-    {"set", 3, f_set},                {"log", 3, f_log},              {"subinstr", 8, f_subinstr},
-    {"sysdir", 6, f_sysdir},          {"piece", 0, f_piece},           {"data", 0, not_yet},
-    {"dir", 0, f_dir},                {"adosubdir", 0, f_adosubdir},   {"_length", 0, f__length},
-    {"properties", 0, f_properties},  {"pwd", 0, f_pwd},               {"dirsep", 0, f_dirsep},
-    {"tsnorm", 0, f_tsnorm},          {"e", 0, f_e},            {"s", 0, f_s},
-    {"serset", 0, not_yet},         {"length", 0, f_length},         {"permname", 0, f_permname},
-    {"constraint", 0, not_yet}, {"all", 0, f_all},               {"copy", 0, f_copy},
+    {"type", 1, f_type},
+    {"format", 1, f_format},
+    {"value", 3, not_yet},
+    {"variable", 3, not_yet},
+    {"environment", 3, f_environment},
+    {"tempvar", 5, f_tempvar},
+    {"tempfile", 5, f_tempfile},
+    {"rownames", 4, not_yet},
+    {"colnames", 4, not_yet},
+    {"roweq", 4, not_yet},
+    {"coleq", 4, not_yet},
+    {"rowfullnames", 4, not_yet},
+    {"colfullnames", 4, not_yet},
+    {"display", 2, f_display},
+    {"word", 4, f_word},
+    {"char", 4, not_yet},
+    {"label", 3, not_yet},
+    {"regexmatch", 5, f_regexmatch},
+    {"regexreplace", 6, f_regexreplace},
+    {"regexsubexp", 6, f_regexsubexp},
+    {"list", 4, f_list},
+    {"set", 3, f_set},
+    {"log", 3, f_log},
+    {"subinstr", 8, f_subinstr},
+    {"sysdir", 6, f_sysdir},
+    {"piece", 0, f_piece},
+    {"data", 0, not_yet},
+    {"dir", 0, f_dir},
+    {"adosubdir", 0, f_adosubdir},
+    {"_length", 0, f__length},
+    {"properties", 0, f_properties},
+    {"pwd", 0, f_pwd},
+    {"dirsep", 0, f_dirsep},
+    {"tsnorm", 0, f_tsnorm},
+    {"e", 0, f_e},
+    {"s", 0, f_s},
+    {"serset", 0, not_yet},
+    {"length", 0, f_length},
+    {"permname", 0, f_permname},
+    {"constraint", 0, not_yet},
+    {"all", 0, f_all},
+    {"copy", 0, f_copy},
 };
 
 const EmfRow *find_emf(const std::string &w) {
@@ -860,7 +933,7 @@ struct TokKeep {
 
 bool is_not_built_fn(Fn f) { return f == not_yet; }
 
-}  // namespace
+} // namespace
 
 int emf_run(std::string_view text, std::string &value) {
     value.clear();
@@ -896,4 +969,4 @@ int emf_in_reference(std::string_view text, std::string &value) {
     return 0;
 }
 
-}  // namespace lang
+} // namespace lang

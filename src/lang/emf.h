@@ -12,4 +12,4 @@ int emf_run(std::string_view text, std::string &value);
 // subject is not built yet, which says so and fails the line.
 int emf_in_reference(std::string_view text, std::string &value);
 
-}  // namespace lang
+} // namespace lang

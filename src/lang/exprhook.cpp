@@ -31,7 +31,8 @@ int eval_to_text(std::string_view exp, std::string &text, bool quiet) {
     static data::Fmt g18;
     static bool parsed = data::fmt_parse("%18.0g", g18, true) == 0;
     char buf[64];
-    int n = parsed ? data::fmt_number(v.num, g18, buf, sizeof buf) : std::snprintf(buf, sizeof buf, "%.17g", v.num);
+    int n = parsed ? data::fmt_number(v.num, g18, buf, sizeof buf)
+                   : std::snprintf(buf, sizeof buf, "%.17g", v.num);
     for (int i = 0; i < n; ++i)
         if (buf[i] != ' ') text.push_back(buf[i]);
     return 0;
@@ -61,4 +62,4 @@ int not_built(std::string_view what) {
     return 199;
 }
 
-}  // namespace lang
+} // namespace lang

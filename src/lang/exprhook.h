@@ -16,4 +16,4 @@ int eval_to_int(std::string_view exp, long long &v, bool quiet);
 // not built yet.
 int not_built(std::string_view what);
 
-}  // namespace lang
+} // namespace lang

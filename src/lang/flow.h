@@ -7,13 +7,13 @@
 namespace lang {
 
 struct Flow {
-    uint8_t if_taken = 0;   // the last `if` was true; read by `else`
-    uint8_t in_loop = 0;    // inside the block of a loop; tested by `continue`
-    uint8_t contflag = 0;   // 1 after `continue`, 2 after `continue, break`
-    int whilecount = 0;     // temporary loop programs running
-    int fecount = 0;        // foreach lists in use
-    std::string felist;     // macro holding the innermost foreach list
-    int felistpos = 0;      // byte offset of its next element; read by ferest()
+    uint8_t if_taken = 0; // the last `if` was true; read by `else`
+    uint8_t in_loop = 0;  // inside the block of a loop; tested by `continue`
+    uint8_t contflag = 0; // 1 after `continue`, 2 after `continue, break`
+    int whilecount = 0;   // temporary loop programs running
+    int fecount = 0;      // foreach lists in use
+    std::string felist;   // macro holding the innermost foreach list
+    int felistpos = 0;    // byte offset of its next element; read by ferest()
 };
 extern Flow fl;
 
@@ -29,4 +29,4 @@ const char *find_open_brace(const char *text);
 // The last non-blank byte of text is `{`; the first byte does not count.
 bool ends_in_brace(const char *text);
 
-}  // namespace lang
+} // namespace lang

@@ -48,7 +48,7 @@ int unquote(std::string &v) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // {local|global|c_local} name [= exp | : function | text]
 // local {++|--}name
@@ -70,9 +70,12 @@ int cmd_macdef(int code) {
     if (code == C_GLOBAL && t[0] == '_') return session::invalid_name(t);
     if (check_name(sn, true)) return session::invalid_name(t);
     int type = local ? locallevel : session::ST_GLOBAL;
-    if (code == C_RLOCAL) type = mat::ret_macro_type();
-    else if (code == C_ELOCAL) type = session::ST_E_MACRO;
-    else if (code == C_SLOCAL) type = session::ST_S_MACRO;
+    if (code == C_RLOCAL)
+        type = mat::ret_macro_type();
+    else if (code == C_ELOCAL)
+        type = session::ST_E_MACRO;
+    else if (code == C_SLOCAL)
+        type = session::ST_S_MACRO;
     if (code == C_CLOCAL) {
         if (locallevel == session::ST_LOCAL_FIRST) return session::error(198);
         type = locallevel - 1;
@@ -106,8 +109,8 @@ int cmd_macdef(int code) {
 namespace {
 
 // Names of S_ macros that no pattern drops.
-const char *const protected_globals[] = {"S_ADO",   "S_FLAVOR", "S_OS",      "S_OSDTL",    "S_MACH",
-                                         "S_level", "S_MODE",   "S_OJB",     "S_SHELL",    "S_XSHELL",
+const char *const protected_globals[] = {"S_ADO",     "S_FLAVOR",  "S_OS",      "S_OSDTL",  "S_MACH",
+                                         "S_level",   "S_MODE",    "S_OJB",     "S_SHELL",  "S_XSHELL",
                                          "S_XSHELL2", "S_CONSOLE", "S_OrvatWX", "S_OrvatPX"};
 
 bool is_protected(const char *name) {
@@ -132,7 +135,7 @@ int macro_drop_cmd() {
         std::string w = gettok(SEP_STD);
         if (w.empty()) break;
         if (w == "*" && !words.empty() && words.back().back() != '*' && words.back() != "_all") {
-            words.back() += "*";  // the tokenizer splits "x*" into "x" and "*"
+            words.back() += "*"; // the tokenizer splits "x*" into "x" and "*"
             continue;
         }
         words.push_back(w);
@@ -171,17 +174,22 @@ int macro_drop_cmd() {
 std::string brace_escaped(const char *t) {
     std::string s;
     for (; *t; ++t) {
-        if (*t == '{') s += "{c -(}";
-        else if (*t == '}') s += "{c )-}";
-        else s.push_back(*t);
+        if (*t == '{')
+            s += "{c -(}";
+        else if (*t == '}')
+            s += "{c )-}";
+        else
+            s.push_back(*t);
     }
     return s;
 }
 
 int list_one(const std::string &shown, const char *text) {
     std::string s = "{p 0 16}\n" + brace_escaped(shown.c_str());
-    if (shown.size() < 12) s += ":{space " + std::to_string(15 - shown.size()) + "}";
-    else s += ":{break}\n";
+    if (shown.size() < 12)
+        s += ":{space " + std::to_string(15 - shown.size()) + "}";
+    else
+        s += ":{break}\n";
     s += brace_escaped(text);
     s += "{p_end}\n";
     out::ClassScope cs(out::CLS_TEXT);
@@ -245,7 +253,7 @@ int macro_shift_cmd() {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // macro {define | dir | drop | list | shift} ...
 int cmd_macro(int) {
@@ -263,7 +271,7 @@ int cmd_macro(int) {
 int64_t tempname_counter = 0;
 int64_t tempfile_counter = 1;
 namespace {
-int64_t tempfile_high = 0;  // the highest file number ever given, for the clean-up at exit
+int64_t tempfile_high = 0; // the highest file number ever given, for the clean-up at exit
 
 std::string digits(int64_t n, int base, bool upper) {
     const char *set = upper ? "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ" : "0123456789abcdefghijklmnopqrstuvwxyz";
@@ -275,7 +283,7 @@ std::string digits(int64_t n, int base, bool upper) {
     buf[6] = '\0';
     return buf;
 }
-}  // namespace
+} // namespace
 
 std::string next_tempname() {
     std::string s = "__" + digits(tempname_counter, 36, true);
@@ -297,17 +305,19 @@ std::string next_tempfile() {
 }
 
 void remove_tempfiles(int64_t from, int64_t to) {
-    if (to < from) {  // the counter wrapped
+    if (to < from) { // the counter wrapped
         remove_tempfiles(from, 1544000001);
         remove_tempfiles(1, to);
         return;
     }
-    for (int64_t n = from; n < to; ++n) ::unlink(tempfile_name('t', n).c_str());
+    for (int64_t n = from; n < to; ++n)
+        ::unlink(tempfile_name('t', n).c_str());
 }
 
 void remove_temporary_files() {
     for (int64_t n = 0; n <= tempfile_high; ++n)
-        for (char letter : {'t', 'J', 'Q'}) ::unlink(tempfile_name(letter, n).c_str());
+        for (char letter : {'t', 'J', 'Q'})
+            ::unlink(tempfile_name(letter, n).c_str());
 }
 
 int64_t tempname_number(const char *name) {
@@ -328,7 +338,9 @@ __attribute__((weak)) void drop_temp_variables(int64_t, int64_t) {}
 void drop_temp_objects(int64_t from, int64_t to) {
     if (from == to) return;
     drop_temp_variables(from, to);
-    auto in_range = [&](int64_t n) { return n >= 0 && (to >= from ? n >= from && n < to : n >= from || n < to); };
+    auto in_range = [&](int64_t n) {
+        return n >= 0 && (to >= from ? n >= from && n < to : n >= from || n < to);
+    };
     for (int type : {(int)session::ST_SCALAR, (int)session::ST_MATRIX, (int)session::ST_MATRIX_R,
                      (int)session::ST_MATRIX_C}) {
         std::vector<void *> gone;
@@ -336,7 +348,8 @@ void drop_temp_objects(int64_t from, int64_t to) {
         for (void *p = session::store_walk(nullptr, &name, type, nullptr); p;
              p = session::store_walk(p, &name, type, nullptr))
             if (in_range(tempname_number(name))) gone.push_back(p);
-        for (void *p : gone) session::store_delete(p);
+        for (void *p : gone)
+            session::store_delete(p);
     }
 }
 
@@ -357,7 +370,7 @@ int set_temp_names(std::string (*make)()) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // tempvar name ... ; tempname name ...
 int cmd_tempname(int) { return set_temp_names(next_tempname); }
@@ -365,4 +378,4 @@ int cmd_tempname(int) { return set_temp_names(next_tempname); }
 // tempfile name ...
 int cmd_tempfile(int) { return set_temp_names(next_tempfile); }
 
-}  // namespace lang
+} // namespace lang

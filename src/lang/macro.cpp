@@ -89,8 +89,7 @@ std::string number_text(double v) {
 
 int check_name(std::string_view name, bool quiet) {
     static const char bad[] = "\\!@#$%^&*()-+=[]{}:;,'\"~<>?/|.` ";
-    bool ok = !name.empty() && name.size() <= 32 &&
-              (std::isalpha((unsigned char)name[0]) || name[0] == '_');
+    bool ok = !name.empty() && name.size() <= 32 && (std::isalpha((unsigned char)name[0]) || name[0] == '_');
     for (char c : name)
         if (!ok || std::strchr(bad, c) || (unsigned char)c < 33 || (unsigned char)c > 126) ok = false;
     if (ok) return 0;
@@ -101,10 +100,10 @@ int check_name(std::string_view name, bool quiet) {
 
 namespace {
 
-int depth = 0;         // nesting of expand_at
-size_t skiplen = 0;    // set by macval at depth 1: the line scan passes over the value
+int depth = 0;      // nesting of expand_at
+size_t skiplen = 0; // set by macval at depth 1: the line scan passes over the value
 bool substituted = false;
-bool pct_pass = false;  // the old % syntax is being expanded
+bool pct_pass = false; // the old % syntax is being expanded
 
 bool name_start(char c) { return std::isalpha((unsigned char)c) || c == '_'; }
 bool name_char(char c) { return std::isalnum((unsigned char)c) || c == '_'; }
@@ -155,7 +154,8 @@ int lookup(const std::string &name, std::string &v) {
         char buf[40];
         if (name == "S_DATE")
             std::snprintf(buf, sizeof buf, "%2d %s %d", tmv.tm_mday, months[tmv.tm_mon], tmv.tm_year + 1900);
-        else std::snprintf(buf, sizeof buf, "%02d:%02d:%02d", tmv.tm_hour, tmv.tm_min, tmv.tm_sec);
+        else
+            std::snprintf(buf, sizeof buf, "%02d:%02d:%02d", tmv.tm_hour, tmv.tm_min, tmv.tm_sec);
         v = buf;
         return 0;
     }
@@ -171,7 +171,7 @@ int expand_at(char *b, size_t pos, int *count);
 // -1 in *end when the text ends first.
 int scan_to_close(char *b, size_t q, char open, char close, size_t *end) {
     int nest = 1;
-    int cq = 0;  // compound quotes open inside a reference: their "' closes no reference
+    int cq = 0; // compound quotes open inside a reference: their "' closes no reference
     for (;;) {
         char c = b[q];
         if (c == '\0') {
@@ -191,13 +191,14 @@ int scan_to_close(char *b, size_t q, char open, char close, size_t *end) {
         if (c == '$' || (c == '`' && b[q + 1] != '"') || (pct_pass && c == '%')) {
             int n = 0;
             if (int rc = expand_at(b, q, &n)) return rc;
-            if (sigil(b[q])) {  // a reference that could not be expanded stays as text
+            if (sigil(b[q])) { // a reference that could not be expanded stays as text
                 if (b[q] == '`' && open == '`') ++nest;
                 ++q;
             }
             continue;
         }
-        if (c == open && open != '`') ++nest;
+        if (c == open && open != '`')
+            ++nest;
         else if (c == close && --nest == 0) {
             *end = q;
             return 0;
@@ -207,7 +208,7 @@ int scan_to_close(char *b, size_t q, char open, char close, size_t *end) {
 }
 
 // ++name, --name, name++, name--: one is added or taken away; pre gives the new value, else the old.
-}  // namespace
+} // namespace
 
 int macro_incdec(const std::string &name, bool up, bool pre, std::string &v) {
     if (!plain_name(name) || name.size() > 31) return session::error(198);
@@ -248,7 +249,8 @@ int macro_function(const std::string &fname, std::string arg, std::string &v) {
             const char *t = macro_get(fl.felist.c_str(), &len);
             if (t && fl.felistpos < len) {
                 const char *p = t + fl.felistpos;
-                while (*p == ' ') ++p;
+                while (*p == ' ')
+                    ++p;
                 v = p;
             }
         }
@@ -317,7 +319,8 @@ int expand_once(char *b, size_t pos, bool *did) {
         } else if (name_start(b[p])) {
             size_t maxn = lp.version < 700 ? 8 : 32;
             size_t q = p;
-            while (name_char(b[q]) && q - p < maxn) ++q;
+            while (name_char(b[q]) && q - p < maxn)
+                ++q;
             name.assign(b + p, q - p);
             end = q;
         } else {
@@ -378,7 +381,7 @@ int scan_line(char *b) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int expand_macros(char *buf) {
     if (!lp.execflag) return 0;
@@ -412,19 +415,28 @@ size_t options_comma(std::string_view s) {
     for (size_t i = 0; i < s.size(); ++i) {
         char c = s[i], n = i + 1 < s.size() ? s[i + 1] : '\0';
         if (cq) {
-            if (c == '`' && n == '"') { ++cq; ++i; }
-            else if (c == '"' && n == '\'') { --cq; ++i; }
+            if (c == '`' && n == '"') {
+                ++cq;
+                ++i;
+            } else if (c == '"' && n == '\'') {
+                --cq;
+                ++i;
+            }
             continue;
         }
         if (dq) {
             if (c == '"') dq = false;
             continue;
         }
-        if (c == '`' && n == '"') { cq = 1; ++i; }
-        else if (c == '"') dq = true;
-        else if (c == ',') return i;
+        if (c == '`' && n == '"') {
+            cq = 1;
+            ++i;
+        } else if (c == '"')
+            dq = true;
+        else if (c == ',')
+            return i;
     }
     return std::string::npos;
 }
 
-}  // namespace lang
+} // namespace lang

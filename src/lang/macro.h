@@ -74,4 +74,4 @@ int cmd_tempfile(int);
 // Position of the first comma outside double and compound quotes, or npos: where options begin.
 size_t options_comma(std::string_view s);
 
-}  // namespace lang
+} // namespace lang

@@ -84,11 +84,11 @@ int api_data_store(int var, int obs, double v) {
 }
 
 const orvat_plugin_api api_table = {
-    ORVAT_PLUGIN_MAJOR, ORVAT_PLUGIN_MINOR, api_display, api_error, api_macro_get, api_macro_set,
-    api_nobs,           api_nvar,           api_data_get, api_data_store,
+    ORVAT_PLUGIN_MAJOR, ORVAT_PLUGIN_MINOR, api_display, api_error,    api_macro_get,
+    api_macro_set,      api_nobs,           api_nvar,    api_data_get, api_data_store,
 };
 
-}  // namespace
+} // namespace
 
 void *findplugin(const char *name) {
     void *plain = nullptr;
@@ -172,7 +172,8 @@ int plugin_run(void *rec, const char *args) {
     }
     std::vector<std::string> words = split_args(args ? args : "");
     std::vector<char *> argv;
-    for (std::string &w : words) argv.push_back(w.data());
+    for (std::string &w : words)
+        argv.push_back(w.data());
     argv.push_back(nullptr);
     return call((int)words.size(), argv.data());
 }
@@ -210,4 +211,4 @@ int cmd_plugin(int) {
     return plugin_run(p, session::tk.tokpos ? session::tk.tokpos : "");
 }
 
-}  // namespace lang
+} // namespace lang

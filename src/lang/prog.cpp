@@ -37,15 +37,19 @@ const int32_t *offsets(const ProgHeader *p) { return reinterpret_cast<const int3
 const char *line_at(const ProgHeader *p, int i) {
     return reinterpret_cast<const char *>(offsets(p) + nlines(p) + 1) + offsets(p)[i];
 }
-int64_t payload_size(const ProgHeader *p) { return session::store_header(const_cast<ProgHeader *>(p))->allocated; }
-const char *prog_name(const ProgHeader *p) { return session::store_header(const_cast<ProgHeader *>(p))->name; }
+int64_t payload_size(const ProgHeader *p) {
+    return session::store_header(const_cast<ProgHeader *>(p))->allocated;
+}
+const char *prog_name(const ProgHeader *p) {
+    return session::store_header(const_cast<ProgHeader *>(p))->name;
+}
 
 std::vector<ProgHeader *> all_programs() {
     std::vector<ProgHeader *> v;
     for (void *p = session::store_walk(nullptr, nullptr, session::ST_PROGRAM, nullptr); p;
          p = session::store_walk(p, nullptr, session::ST_PROGRAM, nullptr))
         v.push_back(static_cast<ProgHeader *>(p));
-    std::reverse(v.begin(), v.end());  // oldest first
+    std::reverse(v.begin(), v.end()); // oldest first
     return v;
 }
 
@@ -66,24 +70,29 @@ std::string owner_for(const std::string &name) {
 
 std::string version_text(int v) {
     char buf[16];
-    if (v % 100 == 0) std::snprintf(buf, sizeof buf, "%d", v / 100);
-    else if (v % 10 == 0) std::snprintf(buf, sizeof buf, "%d.%d", v / 100, (v % 100) / 10);
-    else std::snprintf(buf, sizeof buf, "%d.%02d", v / 100, v % 100);
+    if (v % 100 == 0)
+        std::snprintf(buf, sizeof buf, "%d", v / 100);
+    else if (v % 10 == 0)
+        std::snprintf(buf, sizeof buf, "%d.%d", v / 100, (v % 100) / 10);
+    else
+        std::snprintf(buf, sizeof buf, "%d.%02d", v / 100, v % 100);
     return buf;
 }
 
 bool line_ends_in_brace(const char *s) {
     size_t n = std::strlen(s);
-    while (n > 1 && s[n - 1] == ' ') --n;
+    while (n > 1 && s[n - 1] == ' ')
+        --n;
     return n > 1 && s[n - 1] == '{';
 }
 
 bool line_starts_with_close(const char *s) {
-    while (*s == ' ') ++s;
+    while (*s == ' ')
+        ++s;
     return *s == '}';
 }
 
-}  // namespace
+} // namespace
 
 ProgHeader *findprog(const char *name) {
     ProgHeader *plain = nullptr;
@@ -117,7 +126,8 @@ int program_next_line(char *buf, int cap) {
         std::memcpy(buf + 1, l + 1, len);
         buf[len + 1] = '\0';
         const char *q = buf;
-        while (*q == ' ') ++q;
+        while (*q == ' ')
+            ++q;
         if (*q == '\0' || *q == '*') continue;
         trace_line(buf);
         return 0;
@@ -130,9 +140,11 @@ int program_next_line(char *buf, int cap) {
 namespace {
 
 // Builds the record: head, offsets, lines (reserved byte + text + NUL).
-ProgHeader *store_program(const std::string &name, const std::vector<std::string> &lines, const ProgHeader &head) {
+ProgHeader *store_program(const std::string &name, const std::vector<std::string> &lines,
+                          const ProgHeader &head) {
     int64_t bytes = 0;
-    for (const std::string &l : lines) bytes += (int64_t)l.size() + 1;
+    for (const std::string &l : lines)
+        bytes += (int64_t)l.size() + 1;
     int64_t size = (int64_t)sizeof(ProgHeader) + 4 * ((int64_t)lines.size() + 1) + bytes;
     void *mem = session::store_add(name.c_str(), session::ST_PROGRAM, (int32_t)lines.size(), size);
     if (!mem) return nullptr;
@@ -153,13 +165,15 @@ ProgHeader *store_program(const std::string &name, const std::vector<std::string
 // A line as stored: the reserved byte holds its indent, trailing blanks are cut.
 std::string stored_line(const char *s) {
     size_t ind = 0;
-    while (s[ind] == ' ') ++ind;
+    while (s[ind] == ' ')
+        ++ind;
     std::string t(s + ind);
-    while (!t.empty() && t.back() == ' ') t.pop_back();
+    while (!t.empty() && t.back() == ' ')
+        t.pop_back();
     return std::string(1, (char)std::min<size_t>(ind, 255)) + t;
 }
 
-}  // namespace
+} // namespace
 
 int program_read(const char *name, const char *first_line, bool brace_mode, ProgHeader **out) {
     *out = nullptr;
@@ -176,13 +190,13 @@ int program_read(const char *name, const char *first_line, bool brace_mode, Prog
     int depth = 0;
     if (first_line) {
         add(first_line);
-        depth = brace_mode ? 1 : 0;  // the head opens the block, with or without code behind its brace
+        depth = brace_mode ? 1 : 0; // the head opens the block, with or without code behind its brace
     }
     // Lines read now are echoed with their number in a do-file, and prompted so at the terminal.
     static char numbered[16];
     const char *saved_prompt = session::line_prompt;
     int rc = 0;
-    for (int k = first_line ? 2 : 1;; ++k) {  // a stored head line is line one
+    for (int k = first_line ? 2 : 1;; ++k) { // a stored head line is line one
         std::snprintf(numbered, sizeof numbered, "%3d. ", k);
         if (lp.curfile && file_echo) session::set_prompt(lp.curfile, numbered);
         session::line_prompt = numbered;
@@ -249,8 +263,10 @@ int paren_arg(std::string &text) {
     int depth = 1;
     const char *q = s;
     for (; *q; ++q) {
-        if (*q == '(') ++depth;
-        else if (*q == ')' && --depth == 0) break;
+        if (*q == '(')
+            ++depth;
+        else if (*q == ')' && --depth == 0)
+            break;
     }
     if (!*q) return session::error(198);
     text.assign(s, q - s);
@@ -290,12 +306,18 @@ int program_define() {
         for (;;) {
             std::string o = gettok(SEP_STD);
             if (o.empty()) break;
-            if (session::cmdmatch(o.c_str(), "rclass", 1) || o == "return") opts.cls = 1;
-            else if (session::cmdmatch(o.c_str(), "sclass", 1)) opts.cls = 2;
-            else if (session::cmdmatch(o.c_str(), "eclass", 1)) opts.cls = 3;
-            else if (session::cmdmatch(o.c_str(), "nclass", 1)) opts.cls = 0;
-            else if (session::cmdmatch(o.c_str(), "sortpreserve", 4)) opts.sortpreserve = 1;
-            else if (o == "plugin") plugin = true;
+            if (session::cmdmatch(o.c_str(), "rclass", 1) || o == "return")
+                opts.cls = 1;
+            else if (session::cmdmatch(o.c_str(), "sclass", 1))
+                opts.cls = 2;
+            else if (session::cmdmatch(o.c_str(), "eclass", 1))
+                opts.cls = 3;
+            else if (session::cmdmatch(o.c_str(), "nclass", 1))
+                opts.cls = 0;
+            else if (session::cmdmatch(o.c_str(), "sortpreserve", 4))
+                opts.sortpreserve = 1;
+            else if (o == "plugin")
+                plugin = true;
             else if (o == "using") {
                 if (int rc = paren_arg(using_file)) return discard_definition(name, rc);
                 using_file = trimmed(using_file);
@@ -312,9 +334,11 @@ int program_define() {
                 if (c != std::string::npos) w2 = trimmed(a.substr(c + 1));
                 if (!w1.empty() && session::cmdmatch(w1.c_str(), "onecall", 1) && c == std::string::npos)
                     opts.byable = 1;
-                else if (w1 == "recall" && (w2.empty() || w2 == "header") && (c == std::string::npos || !w2.empty()))
+                else if (w1 == "recall" && (w2.empty() || w2 == "header") &&
+                         (c == std::string::npos || !w2.empty()))
                     opts.byable = 2;
-                else if (w1 == "recall" && w2 == "noheader") opts.byable = 3;
+                else if (w1 == "recall" && w2 == "noheader")
+                    opts.byable = 3;
                 else {
                     out::ClassScope cs(out::CLS_ERROR);
                     out::out_error("option byable() incorrectly specified\n");
@@ -351,8 +375,10 @@ int program_define() {
     bool keep_old = false;
     for (ProgHeader *p : records_named(name.c_str())) {
         if (p->dropped || owner != p->owner) continue;
-        if (ado.active && p->loadstamp) keep_old = true;
-        else return discard_definition(name, session::already_defined("program " + name));
+        if (ado.active && p->loadstamp)
+            keep_old = true;
+        else
+            return discard_definition(name, session::already_defined("program " + name));
     }
     ProgHeader *p;
     if (int rc = program_read(name.c_str(), nullptr, false, &p)) return rc;
@@ -370,9 +396,12 @@ int program_define() {
 
 const char *class_suffix(int cls) {
     switch (cls) {
-    case 1: return ", rclass";
-    case 2: return ", sclass";
-    case 3: return ", eclass";
+    case 1:
+        return ", rclass";
+    case 2:
+        return ", sclass";
+    case 3:
+        return ", eclass";
     }
     return "";
 }
@@ -503,7 +532,7 @@ int program_drop() {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // program {dir | list | drop | define} ... ; program name is program define name
 int cmd_program(int) {
@@ -520,7 +549,7 @@ int cmd_program(int) {
 }
 
 int call_program(ProgHeader *p, const char *name) {
-    std::string n = name;  // cmdword is rewritten by the program's lines
+    std::string n = name; // cmdword is rewritten by the program's lines
     return runfile(MODE_PROG, p, n.c_str(), false);
 }
 
@@ -598,7 +627,7 @@ std::vector<uint32_t> loads_in_progress;
 
 void ado_trim(uint32_t guard) {
     int64_t limit = (int64_t)session::se.adosize * 1000;
-    std::vector<ProgHeader *> skipped;  // candidates with a subprogram running
+    std::vector<ProgHeader *> skipped; // candidates with a subprogram running
     for (;;) {
         int64_t sum = 0;
         ProgHeader *oldest = nullptr;
@@ -617,8 +646,10 @@ void ado_trim(uint32_t guard) {
         bool busy = false;
         for (ProgHeader *q : all_programs())
             if (main == q->owner && q->inuse) busy = true;
-        if (busy) skipped.push_back(oldest);
-        else drop_with_subprograms(oldest);
+        if (busy)
+            skipped.push_back(oldest);
+        else
+            drop_with_subprograms(oldest);
     }
 }
 
@@ -735,7 +766,8 @@ int cmd_which(int) {
         while (std::fgets(buf, sizeof buf, f)) {
             if (buf[0] == '*' && buf[1] == '!') {
                 size_t n = std::strlen(buf);
-                while (n && (buf[n - 1] == '\n' || buf[n - 1] == '\r')) buf[--n] = '\0';
+                while (n && (buf[n - 1] == '\n' || buf[n - 1] == '\r'))
+                    buf[--n] = '\0';
                 out::out_text(std::string(buf) + "\n");
             }
         }
@@ -744,4 +776,4 @@ int cmd_which(int) {
     return 0;
 }
 
-}  // namespace lang
+} // namespace lang

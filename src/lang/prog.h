@@ -16,18 +16,18 @@ inline constexpr int max_prog_lines = 3501;
 // The record's length field holds the number of lines. A line's first byte is reserved: it holds
 // the number of blanks the line was indented by, and becomes a blank when the line runs.
 struct ProgHeader {
-    uint32_t loadstamp;   // command serial at which the ado load began; 0 when typed or from do
-    uint32_t usestamp;    // command serial of the last call
+    uint32_t loadstamp; // command serial at which the ado load began; 0 when typed or from do
+    uint32_t usestamp;  // command serial of the last call
     uint8_t inuse;
     uint8_t sortpreserve;
     uint8_t fromado;
-    uint8_t cls;          // 0 nclass, 1 rclass, 2 sclass, 3 eclass
-    uint16_t byable;      // 0 none, 1 onecall, 2 recall, 3 recall with noheader
+    uint8_t cls;     // 0 nclass, 1 rclass, 2 sclass, 3 eclass
+    uint16_t byable; // 0 none, 1 onecall, 2 recall, 3 recall with noheader
     int16_t version;
-    char owner[33];       // the owning ado-file's main program; empty for a main program
+    char owner[33]; // the owning ado-file's main program; empty for a main program
     char properties[80];
-    uint8_t dropped;      // a drop was asked while it ran: it goes when its last call ends
-    uint8_t isclass;      // a class member program
+    uint8_t dropped; // a drop was asked while it ran: it goes when its last call ends
+    uint8_t isclass; // a class member program
     uint8_t spare;
 };
 static_assert(sizeof(ProgHeader) == 132);
@@ -85,4 +85,4 @@ void trace_expanded(const char *line);
 // Removes the temporary files of the session (at exit).
 void remove_temporary_files();
 
-}  // namespace lang
+} // namespace lang

@@ -11,12 +11,12 @@ namespace lang {
 // An ado-file being loaded: the command word it is to define, the serial stamp of the load, and
 // the version in force when the load began.
 struct AdoLoad {
-    bool active = false;       // programs defined now are `fromado`
+    bool active = false; // programs defined now are `fromado`
     std::string word;
     uint32_t stamp = 0;
     int16_t version = 1010;
-    int depth = 0;             // nested loads
-    int defined = 0;           // programs defined by the load in progress
+    int depth = 0;   // nested loads
+    int defined = 0; // programs defined by the load in progress
 };
 extern AdoLoad ado;
 
@@ -38,4 +38,4 @@ int64_t plugin_dir();
 // double or compound quotes loses them (an empty one stays, empty); a plain `"` ends a word.
 std::vector<std::string> split_args(const std::string &text);
 
-}  // namespace lang
+} // namespace lang

@@ -134,8 +134,10 @@ int file_options(const std::string &text, bool *stop) {
     for (;;) {
         std::string o = session::gettok(session::SEP_STD);
         if (o.empty()) return 0;
-        if (session::cmdmatch(o.c_str(), "nostop", 3)) *stop = false;
-        else if (session::cmdmatch(o.c_str(), "stop", 1)) *stop = true;
+        if (session::cmdmatch(o.c_str(), "nostop", 3))
+            *stop = false;
+        else if (session::cmdmatch(o.c_str(), "stop", 1))
+            *stop = true;
         else if (o == "delay") {
             if (std::string(session::gettok(session::SEP_STD)) == "(") {
                 session::gettok(session::SEP_NUM);
@@ -178,12 +180,13 @@ bool ado_word_allowed(const char *line) {
            w == "m" || session::cmdmatch(w.c_str(), "kiln", 4);
 }
 
-}  // namespace
+} // namespace
 
 void trace_line(const char *line) {
     if (!tracing()) return;
     const char *p = line;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     out::ClassScope cs(out::CLS_TEXT);
     std::string s = trace_indent();
     if (se.tracenumber) s += std::to_string(lp.curline) + " ";
@@ -196,7 +199,8 @@ void trace_line(const char *line) {
 void trace_expanded(const char *line) {
     if (!tracing() || !se.traceexpand) return;
     const char *p = line;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     out::ClassScope cs(out::CLS_TEXT);
     out::out_text(trace_indent() + "= " + p + "\n");
 }
@@ -205,13 +209,18 @@ std::vector<std::string> split_args(const std::string &text) {
     std::vector<std::string> w;
     size_t i = 0, n = text.size();
     for (;;) {
-        while (i < n && text[i] == ' ') ++i;
+        while (i < n && text[i] == ' ')
+            ++i;
         if (i >= n) break;
         if (text[i] == '`' && i + 1 < n && text[i + 1] == '"') {
             size_t j = i + 2;
             int nest = 1;
             while (j < n) {
-                if (text[j] == '`' && j + 1 < n && text[j + 1] == '"') { ++nest; j += 2; continue; }
+                if (text[j] == '`' && j + 1 < n && text[j + 1] == '"') {
+                    ++nest;
+                    j += 2;
+                    continue;
+                }
                 if (text[j] == '"' && j + 1 < n && text[j + 1] == '\'') {
                     if (--nest == 0) break;
                     j += 2;
@@ -228,7 +237,8 @@ std::vector<std::string> split_args(const std::string &text) {
             i = j < n ? j + 1 : n;
         } else {
             size_t j = i;
-            while (j < n && text[j] != ' ' && text[j] != '"') ++j;
+            while (j < n && text[j] != ' ' && text[j] != '"')
+                ++j;
             w.push_back(text.substr(i, j - i));
             i = j;
         }
@@ -384,10 +394,14 @@ int cmd_exit(int) {
         for (;;) {
             std::string t = session::gettok(session::SEP_STD);
             if (t.empty()) break;
-            if (t == "clear") clear = true;
-            else if (t == "ORVAT") whole = true;
-            else if (session::cmdmatch(t.c_str(), "prefs", 4)) session::st.saveprefs = 1;
-            else if (t == "noprefs") session::st.saveprefs = 0;
+            if (t == "clear")
+                clear = true;
+            else if (t == "ORVAT")
+                whole = true;
+            else if (session::cmdmatch(t.c_str(), "prefs", 4))
+                session::st.saveprefs = 1;
+            else if (t == "noprefs")
+                session::st.saveprefs = 0;
             else {
                 out::ClassScope cs(out::CLS_ERROR);
                 out::out_error("option " + t + " not allowed\n");
@@ -407,4 +421,4 @@ int cmd_exit(int) {
     return (int)code;
 }
 
-}  // namespace lang
+} // namespace lang

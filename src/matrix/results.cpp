@@ -32,7 +32,7 @@ namespace {
 
 // Store kinds of one result store.
 struct Kinds {
-    int scalar, macro, matrix;  // matrix: three kinds (contents, row stripe, column stripe)
+    int scalar, macro, matrix; // matrix: three kinds (contents, row stripe, column stripe)
 };
 constexpr Kinds R_KINDS = {ST_R_SCALAR, ST_R_MACRO, ST_R_MATRIX};
 constexpr Kinds E_KINDS = {ST_E_SCALAR, ST_E_MACRO, ST_E_MATRIX};
@@ -98,7 +98,8 @@ int set_scalar(ResultScalars &t, int type, const char *name, double v) {
 void drop_kinds(const Kinds &k) {
     store_drop_type(k.scalar);
     store_drop_type(k.macro);
-    for (int i = 0; i < 3; ++i) store_drop_type(k.matrix + i);
+    for (int i = 0; i < 3; ++i)
+        store_drop_type(k.matrix + i);
 }
 
 // Names stored at a kind, in the order they were stored.
@@ -133,7 +134,8 @@ int ret_matrix_type() { return ST_RETMATRIX_FIRST + 3 * level_index(); }
 std::vector<std::pair<std::string, double>> scalars_of(char kind) {
     std::vector<std::pair<std::string, double>> v;
     if (ResultScalars *t = fast_of(kind))
-        for (int i = 0; i < t->count; ++i) v.emplace_back(t->name[i], t->value[i]);
+        for (int i = 0; i < t->count; ++i)
+            v.emplace_back(t->name[i], t->value[i]);
     int type = kind == 'r' ? ST_R_SCALAR : kind == 'e' ? ST_E_SCALAR : 0;
     if (type)
         for (const std::string &n : names_at(type))
@@ -215,13 +217,13 @@ int list_store(char kind) {
 int class_error(int cls) { return error(cls == 1 ? 151 : cls == 3 ? 152 : 153); }
 
 // name [=] exp : a numeric expression stored by set().
-template <class Set>
-int scalar_sub(Set set) {
+template <class Set> int scalar_sub(Set set) {
     std::string name = gettok(SEP_STD);
     if (name.empty()) return error(198);
     if (int rc = lang::check_name(name)) return rc;
     const char *rest = tokrest();
-    while (*rest == ' ') ++rest;
+    while (*rest == ' ')
+        ++rest;
     if (*rest == '=') ++rest;
     data::ExprValue v;
     if (int rc = data::expr_eval_scalar(rest, v, nullptr, data::XW_NUM)) return rc;
@@ -293,16 +295,19 @@ int expr_result(char kind, const char *name, double *v, char *buf) {
     switch (result_lookup(kind, name, v, &text)) {
     case RES_FAST_R:
     case RES_FAST_E:
-    case RES_SCALAR: return 1;
+    case RES_SCALAR:
+        return 1;
     case RES_MACRO:
         std::snprintf(buf, data::EXPR_STRBUF, "%s", text.substr(0, 244).c_str());
         return 2;
-    case RES_MATRIX: return 3;
-    default: return 0;
+    case RES_MATRIX:
+        return 3;
+    default:
+        return 0;
     }
 }
 
-}  // namespace
+} // namespace
 
 // ---------------------------------------------------------------------------------------------------------
 
@@ -341,10 +346,13 @@ std::string result_text(char kind, const char *name) {
     switch (result_lookup(kind, name, &v, &text)) {
     case RES_FAST_R:
     case RES_FAST_E:
-    case RES_SCALAR: return number_for_macro(v);
+    case RES_SCALAR:
+        return number_for_macro(v);
     case RES_MACRO:
-    case RES_MATRIX: return text;
-    default: return "";
+    case RES_MATRIX:
+        return text;
+    default:
+        return "";
     }
 }
 
@@ -398,8 +406,10 @@ void drop_scalar(char kind, const char *name) {
     }
     ResultScalars &t = res.efast;
     int i = fast_find(t, name);
-    if (i >= 0) fast_drop(t, i);
-    else if (void *p = store_find(name, ST_E_SCALAR, nullptr)) store_delete(p);
+    if (i >= 0)
+        fast_drop(t, i);
+    else if (void *p = store_find(name, ST_E_SCALAR, nullptr))
+        store_delete(p);
 }
 
 int ret_scalar_type() { return ST_RETSCALAR_FIRST + level_index(); }
@@ -409,9 +419,10 @@ namespace {
 void drop_return_level() {
     store_drop_type(ret_scalar_type());
     store_drop_type(ret_macro_type());
-    for (int i = 0; i < 3; ++i) store_drop_type(ret_matrix_type() + i);
+    for (int i = 0; i < 3; ++i)
+        store_drop_type(ret_matrix_type() + i);
 }
-}  // namespace
+} // namespace
 
 void program_enter(int cls) {
     res.ProgramClass = cls;
@@ -466,10 +477,12 @@ int cmd_return(int) {
     if (*tokrest()) return error(198);
     // return add: what r() holds now joins return(), where return() has no value of that name.
     for (const auto &[n, v] : scalars_of('r'))
-        if (!store_find(n.c_str(), ret_scalar_type(), nullptr) && !store_find(n.c_str(), ret_macro_type(), nullptr))
+        if (!store_find(n.c_str(), ret_scalar_type(), nullptr) &&
+            !store_find(n.c_str(), ret_macro_type(), nullptr))
             if (int rc = store_scalar(n.c_str(), ret_scalar_type(), v)) return rc;
     for (const std::string &n : names_at(ST_R_MACRO)) {
-        if (store_find(n.c_str(), ret_scalar_type(), nullptr) || store_find(n.c_str(), ret_macro_type(), nullptr))
+        if (store_find(n.c_str(), ret_scalar_type(), nullptr) ||
+            store_find(n.c_str(), ret_macro_type(), nullptr))
             continue;
         int32_t len = 0;
         const char *t = lang::macro_get_at(n.c_str(), ST_R_MACRO, &len);
@@ -579,7 +592,8 @@ int cmd__return(int) {
     if (sub == "drop") {
         if (*tokrest()) return error(198);
         if (name == "_all") {
-            for (int i = 0; i < HELD_RETURNS; ++i) free_slot(i);
+            for (int i = 0; i < HELD_RETURNS; ++i)
+                free_slot(i);
             return 0;
         }
         int slot = held_slot(name);
@@ -597,7 +611,8 @@ int cmd__return(int) {
 int result_names(char kind, std::string_view part, std::string &out) {
     std::vector<std::string> names;
     if (part == "scalars") {
-        for (const auto &[n, v] : scalars_of(kind)) names.push_back(n);
+        for (const auto &[n, v] : scalars_of(kind))
+            names.push_back(n);
     } else if (part == "macros") {
         names = names_at(macro_type_of(kind));
     } else if (part == "matrices") {
@@ -615,4 +630,4 @@ int result_names(char kind, std::string_view part, std::string &out) {
     return 0;
 }
 
-}  // namespace mat
+} // namespace mat

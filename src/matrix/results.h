@@ -9,22 +9,22 @@ namespace mat {
 
 inline constexpr int FAST_SCALARS = 20;
 inline constexpr int HELD_RETURNS = 10;
-inline constexpr int ST_HELD_RETURN = 38;  // store kinds 38 to 47: the slots of `_return hold`
+inline constexpr int ST_HELD_RETURN = 38; // store kinds 38 to 47: the slots of `_return hold`
 
 // The first scalars of r() and of e(), kept without allocation.
 struct ResultScalars {
     char name[FAST_SCALARS][33];
     double value[FAST_SCALARS];
     int count;
-    int flags;  // RS_INUSE, RS_MACRO, RS_SPILLED
+    int flags; // RS_INUSE, RS_MACRO, RS_SPILLED
 };
 enum : int { RS_INUSE = 1, RS_MACRO = 2, RS_SPILLED = 4 };
 
 struct Results {
     ResultScalars rfast{};
     ResultScalars efast{};
-    int ProgramClass = 0;  // 0 none, 1 rclass, 2 sclass, 3 eclass
-    char held[HELD_RETURNS][33] = {};  // names of the `_return hold` slots; empty when free
+    int ProgramClass = 0;             // 0 none, 1 rclass, 2 sclass, 3 eclass
+    char held[HELD_RETURNS][33] = {}; // names of the `_return hold` slots; empty when free
 };
 extern Results res;
 
@@ -42,7 +42,7 @@ std::string result_text(char kind, const char *name);
 void r_clear();
 void e_clear();
 void s_clear();
-int r_set_scalar(const char *name, double v);  // 0, or 950 when the store has no room
+int r_set_scalar(const char *name, double v); // 0, or 950 when the store has no room
 int r_set_macro(const char *name, std::string_view text);
 int e_set_scalar(const char *name, double v);
 int e_set_macro(const char *name, std::string_view text);
@@ -73,4 +73,4 @@ void results_init();
 // `local x : e(scalars)`. 198 for an unknown part.
 int result_names(char kind, std::string_view part, std::string &out);
 
-}  // namespace mat
+} // namespace mat

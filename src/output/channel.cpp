@@ -24,7 +24,7 @@ void set_class_colour() {
     if (ch.current && ch.OutputClass < 5) stream_set_colour(ch.current, class_colour[ch.OutputClass]);
 }
 
-}  // namespace
+} // namespace
 
 int out_text(std::string_view s) {
     if (!gate_open() || !ch.current) return pending();
@@ -93,7 +93,8 @@ int out_rep(char c, int n) {
     if (n < 1) return pending();
     auto send = [c](std::string_view s) { return c == ' ' ? out_rimu(s) : out_text(s); };
     if (n >= 510) {
-        for (int i = 0; i < n; ++i) send(std::string_view(&c, 1));
+        for (int i = 0; i < n; ++i)
+            send(std::string_view(&c, 1));
         return pending();
     }
     char buf[512];
@@ -123,7 +124,8 @@ int out_echo(std::string_view s) {
 int out_error(std::string_view s) {
     ch.OutputClass = CLS_ERROR;
     if (!gate_open() || !ch.current) return pending();
-    if (ch.current->mode != MODE_LINE && ch.current->mode != MODE_PARA) stream_set_mode(ch.current, MODE_LINE);
+    if (ch.current->mode != MODE_LINE && ch.current->mode != MODE_PARA)
+        stream_set_mode(ch.current, MODE_LINE);
     return out_text(s);
 }
 
@@ -178,4 +180,4 @@ int out_rimuf(const char *fmt, ...) {
     return r;
 }
 
-}  // namespace out
+} // namespace out

@@ -15,9 +15,9 @@ struct Chan {
     uint8_t OutputClass = CLS_RESULT;
     uint8_t OutputLevel = LVL_NORMAL;
     uint8_t EntryLevel = LVL_NORMAL;
-    RimuStream *console = nullptr;  // made at start-up
-    RimuStream *current = nullptr;  // where the primitives write
-    bool noteflag1 = false;         // progress-note switches
+    RimuStream *console = nullptr; // made at start-up
+    RimuStream *current = nullptr; // where the primitives write
+    bool noteflag1 = false;        // progress-note switches
     bool noteflag2 = false;
 };
 extern Chan ch;
@@ -56,4 +56,4 @@ struct ClassScope {
     ~ClassScope() { ch.OutputClass = saved; }
 };
 
-}  // namespace out
+} // namespace out

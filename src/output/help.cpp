@@ -53,10 +53,10 @@ struct HelpAlias {
     const char *topic, *file;
 };
 const HelpAlias help_aliases[] = {
-    {"chelp", "help"},      {"man", "help"},         {"translator", "translate"}, {"break", "nobreak"},
-    {"include", "do"},      {"local", "macro"},      {"global", "macro"},         {"c_local", "macro"},
-    {"else", "if"},         {"continue", "forvalues"}, {"tempname", "tempvar"},   {"tempfile", "tempvar"},
-    {"keep", "drop"},       {"ereturn", "return"},   {"sreturn", "return"},       {"_return", "return"},
+    {"chelp", "help"},        {"man", "help"},           {"translator", "translate"}, {"break", "nobreak"},
+    {"include", "do"},        {"local", "macro"},        {"global", "macro"},         {"c_local", "macro"},
+    {"else", "if"},           {"continue", "forvalues"}, {"tempname", "tempvar"},     {"tempfile", "tempvar"},
+    {"keep", "drop"},         {"ereturn", "return"},     {"sreturn", "return"},       {"_return", "return"},
     {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
 };
 
@@ -101,7 +101,7 @@ int show(int fd, bool rimu) {
     if (!rc && !carry.empty()) rc = send(carry);
     if (rimu) {
         out_rimu("{rimu}\n");
-        out_rimu("{reset}\n");  // the newline is the one the mode change drops
+        out_rimu("{reset}\n"); // the newline is the one the mode change drops
     } else if (ch.current && !ch.current->lineEmpty) {
         out_text("\n");
     }
@@ -154,7 +154,7 @@ int help_topic(std::string topic) {
     return show_path(path, true);
 }
 
-}  // namespace
+} // namespace
 
 // chelp [topic]   (man is the same command)
 int cmd_chelp(int) {
@@ -180,4 +180,4 @@ int cmd_view(int) {
     return show_path(fn, ext == ".rimu" || ext == ".orhlp");
 }
 
-}  // namespace out
+} // namespace out

@@ -27,7 +27,8 @@ int line_build(uint8_t *img, const RimuStream *s) {
     int runOff = pos;
     // A run that holds no character at the end of the line is left out, but one run always stands.
     int runs = s->runCount;
-    while (runs > 1 && s->runStart[runs - 1] >= s->lineLength) --runs;
+    while (runs > 1 && s->runStart[runs - 1] >= s->lineLength)
+        --runs;
     img[pos++] = (uint8_t)(runs - 1);
     for (int i = 0; i < runs; ++i) {
         img[pos++] = s->runStart[i];
@@ -43,7 +44,7 @@ int line_build(uint8_t *img, const RimuStream *s) {
     put16(img + 4, runOff);
     put16(img + 6, textOff);
     img[8] = s->lineContinued;
-    img[9] = (uint8_t)(s->lineLength + 1);  // 255 characters wrap this byte to 0
+    img[9] = (uint8_t)(s->lineLength + 1); // 255 characters wrap this byte to 0
     return pos;
 }
 
@@ -73,4 +74,4 @@ bool link_next(const uint8_t *links, int *pos, LinkView *out) {
     return true;
 }
 
-}  // namespace out
+} // namespace out

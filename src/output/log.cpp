@@ -15,7 +15,7 @@
 
 #include "lang/macro.h"
 #include "lang/prog.h"
-#include "lang/prog_int.h"  // lang::ado: an ado-file being loaded is not typed input
+#include "lang/prog_int.h" // lang::ado: an ado-file being loaded is not typed input
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/rimu.h"
@@ -156,10 +156,11 @@ int recover_removed(int fd, const char *abspath, const char *shown) {
         }
         ClassScope cs(CLS_TEXT);
         if (place == abspath)
-            out_text(std::string("(note: file ") + shown + " was removed while the log was open; written again)\n");
+            out_text(std::string("(note: file ") + shown +
+                     " was removed while the log was open; written again)\n");
         else
-            out_text(std::string("(note: file ") + shown + " was removed while the log was open; its text is in " +
-                     place + ")\n");
+            out_text(std::string("(note: file ") + shown +
+                     " was removed while the log was open; its text is in " + place + ")\n");
         return 0;
     }
     return session::file_error(603, shown);
@@ -190,21 +191,28 @@ bool room_in(bool rimu) {
 // line as the screen did.
 std::string rimu_head(const RimuStream *s) {
     std::string h = "{rimu}\n";
-    static const char *const colour[8] = {"{txt}", "{res}", "{txt}", "{txt}", "{err}", "{com}", "{txt}", "{hi}"};
+    static const char *const colour[8] = {"{txt}", "{res}", "{txt}", "{txt}",
+                                          "{err}", "{com}", "{txt}", "{hi}"};
     h += colour[s->style & STY_COLOUR_BITS];
     int font = s->style & STY_FONT_BITS;
     h += font == FONT_IT ? "{it}" : font == FONT_BF ? "{bf}" : "{sf}";
     h += (s->style & STY_UNDERLINE) ? "{ul on}" : "{ul off}";
     char buf[64];
     switch (s->mode) {
-    case MODE_ASIS: h += "{asis}\n"; break;
+    case MODE_ASIS:
+        h += "{asis}\n";
+        break;
     case MODE_PARA:
         std::snprintf(buf, sizeof buf, "{p %d %d %d}\n", s->firstIndent, s->nextIndent,
                       std::max(0, s->rightMarginWidth - s->width));
         h += buf;
         break;
-    case MODE_OLDHELP: h += "{o6hlp}\n"; break;
-    default: h += "\n"; break;  // taken by the mode change of the head line
+    case MODE_OLDHELP:
+        h += "{o6hlp}\n";
+        break;
+    default:
+        h += "\n";
+        break; // taken by the mode change of the head line
     }
     return h;
 }
@@ -312,7 +320,8 @@ bool open_already(const std::string &path) {
     struct stat sb, ob;
     if (::stat(path.c_str(), &sb) != 0) return false;
     std::vector<int> fds;
-    for (LogFile *lf : all_logs()) fds.push_back(lf->fd);
+    for (LogFile *lf : all_logs())
+        fds.push_back(lf->fd);
     if (cmdlog.fd) fds.push_back(cmdlog.fd);
     for (int fd : fds)
         if (::fstat(fd, &ob) == 0 && ob.st_dev == sb.st_dev && ob.st_ino == sb.st_ino) return true;
@@ -331,10 +340,14 @@ int log_using() {
     if (!w.empty()) {
         if (w != ",") return session::error(198);
         while (!(w = gettok(SEP_STD)).empty()) {
-            if (cmdmatch(w.c_str(), "append", 1)) append = true;
-            else if (w == "replace") replace = true;
-            else if (w == "text") text = true;
-            else if (w == "rimu") rimu = true;
+            if (cmdmatch(w.c_str(), "append", 1))
+                append = true;
+            else if (w == "replace")
+                replace = true;
+            else if (w == "text")
+                text = true;
+            else if (w == "rimu")
+                rimu = true;
             else if (w == "name") {
                 if (std::string(gettok(SEP_STD)) != "(") return session::error(198);
                 name = gettok(SEP_STD);
@@ -349,15 +362,19 @@ int log_using() {
     if (text && rimu) return fail_text(198, "options text and rimu may not be combined\n");
     bool isRimu;
     std::string ext = path_extension(fn);
-    if (rimu || text) isRimu = rimu;
-    else if (ext == ".log") isRimu = false;
-    else if (ext == ".rimu") isRimu = true;
-    else isRimu = session::se.logtype == 2;
+    if (rimu || text)
+        isRimu = rimu;
+    else if (ext == ".log")
+        isRimu = false;
+    else if (ext == ".rimu")
+        isRimu = true;
+    else
+        isRimu = session::se.logtype == 2;
     if (!has_extension(fn)) fn += isRimu ? ".rimu" : ".log";
     if (fn.size() > 499) return session::error(7197);
 
     if (name.empty() ? unnamed_log.fd != 0 : find_named(name) != nullptr) return session::error(604);
-    if (open_already(fn)) return session::error(604);  // two logs in one file would mix their text
+    if (open_already(fn)) return session::error(604); // two logs in one file would mix their text
     // A set that is full refuses before the file is touched, so a refused replace destroys nothing.
     if (!room_in(isRimu)) return refused();
 
@@ -386,7 +403,8 @@ int log_using() {
     }
     LogFile *placed = &unnamed_log;
     if (!name.empty()) {
-        placed = static_cast<LogFile *>(session::store_add_copy(name.c_str(), LOG_STORE_TYPE, 0, &lf, sizeof lf));
+        placed =
+            static_cast<LogFile *>(session::store_add_copy(name.c_str(), LOG_STORE_TYPE, 0, &lf, sizeof lf));
         if (!placed) {
             detach(lf);
             ::close(fd);
@@ -433,8 +451,10 @@ int close_one(LogFile *lf) {
     int rc = recover_removed(lf->fd, lf->abspath, lf->filename);
     if (::close(lf->fd) != 0 && errno != EINTR) lf->failed = 1;
     if (!rc && lf->failed) rc = session::file_error(693, lf->filename);
-    if (lf == &unnamed_log) unnamed_log = LogFile{};
-    else session::store_delete(lf);
+    if (lf == &unnamed_log)
+        unnamed_log = LogFile{};
+    else
+        session::store_delete(lf);
     return rc;
 }
 
@@ -488,7 +508,8 @@ int log_query(const std::string &name) {
         logs.push_back(lf);
     }
     if (logs.empty()) label_value("       log:  ", "(closed)");
-    for (LogFile *lf : logs) report_one(*lf);
+    for (LogFile *lf : logs)
+        report_one(*lf);
     report_cmdlog();
     return set_r(logs.empty() ? nullptr : logs.front());
 }
@@ -503,9 +524,12 @@ int cmdlog_using() {
     if (!w.empty()) {
         if (w != ",") return session::error(198);
         while (!(w = gettok(SEP_STD)).empty()) {
-            if (cmdmatch(w.c_str(), "append", 1)) append = true;
-            else if (w == "replace") replace = true;
-            else return option_not_allowed(w);
+            if (cmdmatch(w.c_str(), "append", 1))
+                append = true;
+            else if (w == "replace")
+                replace = true;
+            else
+                return option_not_allowed(w);
         }
     }
     if (append && replace) return fail_text(198, "options append and replace may not be combined\n");
@@ -556,7 +580,7 @@ bool is_cmdlog_command(const char *line) {
     return found;
 }
 
-}  // namespace
+} // namespace
 
 std::string path_extension(std::string_view path) {
     size_t slash = path.rfind('/');
@@ -631,21 +655,25 @@ int cmd_cmdlog(int) {
 
 void cmdlog_line(const char *line) {
     if (!cmdlog.fd || !cmdlog.on || cmdlog.failed) return;
-    if (ch.OutputLevel > CLS_INPUT) return;         // input hidden: not recorded either
+    if (ch.OutputLevel > CLS_INPUT) return; // input hidden: not recorded either
     if (session::lp.curfile && (lang::callframes > 1 || lang::ado.depth > 0 || lang::ado.active))
-        return;  // only the top level of a do-file, and never the lines of an ado-file being loaded
+        return; // only the top level of a do-file, and never the lines of an ado-file being loaded
     const char *p = line;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     if (!*p || is_cmdlog_command(p)) return;
     std::string text = std::string(line) + "\n";
     ::lseek(cmdlog.fd, 0, SEEK_END);
-    if (!write_all(cmdlog.fd, text.data(), text.size())) cmdlog.failed = 1;
-    else cmdlog.written = 1;
+    if (!write_all(cmdlog.fd, text.data(), text.size()))
+        cmdlog.failed = 1;
+    else
+        cmdlog.written = 1;
 }
 
 void logs_close_at_exit() {
-    for (LogFile *lf : all_logs()) close_one(lf);
+    for (LogFile *lf : all_logs())
+        close_one(lf);
     if (cmdlog.fd) cmdlog_close();
 }
 
-}  // namespace out
+} // namespace out

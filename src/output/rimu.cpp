@@ -25,7 +25,7 @@ bool more_built = false;
 
 void log_write(int fd, const char *p, size_t n, uint8_t &ok) {
     if (!ok) return;
-    ::lseek(fd, 0, SEEK_END);  // text appended to the file from elsewhere isn't overwritten
+    ::lseek(fd, 0, SEEK_END); // text appended to the file from elsewhere isn't overwritten
     while (n > 0) {
         ssize_t w = ::write(fd, p, n);
         if (w < 0 && errno == EINTR) continue;
@@ -40,7 +40,8 @@ void log_write(int fd, const char *p, size_t n, uint8_t &ok) {
 
 void logset_flush(LogSet &ls) {
     if (ls.fill == 0) return;
-    for (int i = 0; i < ls.count; ++i) log_write(ls.fd[i], ls.buf, ls.fill, ls.ok[i]);
+    for (int i = 0; i < ls.count; ++i)
+        log_write(ls.fd[i], ls.buf, ls.fill, ls.ok[i]);
     ls.fill = 0;
 }
 
@@ -49,7 +50,8 @@ void logset_put(LogSet &ls, const char *p, size_t n) {
     if (ls.count == 0 || n == 0) return;
     if (ls.fill + n > sizeof ls.buf) logset_flush(ls);
     if (n > sizeof ls.buf) {
-        for (int i = 0; i < ls.count; ++i) log_write(ls.fd[i], p, n, ls.ok[i]);
+        for (int i = 0; i < ls.count; ++i)
+            log_write(ls.fd[i], p, n, ls.ok[i]);
         return;
     }
     std::memcpy(ls.buf + ls.fill, p, n);
@@ -76,7 +78,8 @@ void mark_feed(RimuStream *s, const char *p, size_t n) {
     if (s->markMatch) {
         int held = s->markMatch, m = held;
         size_t j = 0;
-        while (j < n && m < head_len && p[j] == head_line[m]) ++m, ++j;
+        while (j < n && m < head_len && p[j] == head_line[m])
+            ++m, ++j;
         if (m == head_len) {
             stream_set_mode(s, MODE_LINE);
             seg = i = j;
@@ -93,7 +96,8 @@ void mark_feed(RimuStream *s, const char *p, size_t n) {
         if (!b) break;
         size_t k = b - p, j = k;
         int m = 0;
-        while (j < n && m < head_len && p[j] == head_line[m]) ++m, ++j;
+        while (j < n && m < head_len && p[j] == head_line[m])
+            ++m, ++j;
         if (m == head_len) {
             scan_piece(s, p + seg, k - seg, true);
             stream_set_mode(s, MODE_LINE);
@@ -154,13 +158,14 @@ int measure_with(std::string_view rimu, bool firstWord) {
     return c.total;
 }
 
-}  // namespace
+} // namespace
 
 void text_log_line(RimuStream *s) {
     if (s->textLogs.count == 0) return;
     char copy[LINE_TEXT_MAX + 2];
     bool draw = false;
-    for (int i = 0; i < s->runCount; ++i) draw |= (s->runStyle[i] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < s->runCount; ++i)
+        draw |= (s->runStyle[i] & STY_LINEDRAW) != 0;
     for (int i = 0; i < s->lineLength; ++i) {
         char c = s->lineText[i];
         if (draw && c >= CH_TT && c <= CH_TLC) c = c <= CH_BT ? '-' : c <= CH_RT ? '|' : '+';
@@ -187,7 +192,7 @@ void pager_count(RimuStream *s) {
         s->linesShown = 0;
         session::lp.PendingBreak = BREAK_RC;
     } else if (key == '\n' || key == '\r' || key == 'l') {
-        s->linesShown = s->pageLength;  // one more line, then the prompt again
+        s->linesShown = s->pageLength; // one more line, then the prompt again
     } else {
         s->linesShown = 0;
     }
@@ -287,7 +292,8 @@ void stream_put_literal(RimuStream *s, std::string_view text) {
 }
 
 void stream_set_colour(RimuStream *s, int colour) {
-    static const char *const tag[8] = {nullptr, "{res}", "{txt}", nullptr, "{err}", "{com}", nullptr, nullptr};
+    static const char *const tag[8] = {nullptr, "{res}", "{txt}", nullptr,
+                                       "{err}", "{com}", nullptr, nullptr};
     if (s->mode == MODE_ASIS || s->mode == MODE_OLDHELP) return;
     if (colour < 0 || colour > 7 || !tag[colour]) return;
     bool settled = s->mode == MODE_PARA ? s->wordLen == 0 : s->pendingLen == 0;
@@ -298,7 +304,7 @@ void stream_set_colour(RimuStream *s, int colour) {
 int stream_add_log(RimuStream *s, int fd, bool rimu) {
     LogSet &ls = rimu ? s->rimuLogs : s->textLogs;
     if (s->locked || ls.count >= 5) return 1;
-    logset_flush(ls);  // what came before doesn't reach the new log
+    logset_flush(ls); // what came before doesn't reach the new log
     ls.fd[ls.count] = fd;
     ls.ok[ls.count] = 1;
     ++ls.count;
@@ -330,4 +336,4 @@ void stream_flush_logs(RimuStream *s) {
 
 const uint8_t *more_image() { return more_img; }
 
-}  // namespace out
+} // namespace out

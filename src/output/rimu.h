@@ -9,21 +9,46 @@ namespace out {
 
 // Colour classes (bits 0-2 of a style byte), fonts (bits 3-4), underline (bit 5), line drawing (bit 7).
 enum : uint8_t {
-    COL_RESULT = 1, COL_TEXT = 2, COL_BLUE = 3, COL_ERROR = 4, COL_INPUT = 5, COL_LINK = 6, COL_HILITE = 7,
-    FONT_SF = 0, FONT_IT = 8, FONT_BF = 16, STY_UNDERLINE = 32, STY_LINEDRAW = 128,
+    COL_RESULT = 1,
+    COL_TEXT = 2,
+    COL_BLUE = 3,
+    COL_ERROR = 4,
+    COL_INPUT = 5,
+    COL_LINK = 6,
+    COL_HILITE = 7,
+    FONT_SF = 0,
+    FONT_IT = 8,
+    FONT_BF = 16,
+    STY_UNDERLINE = 32,
+    STY_LINEDRAW = 128,
 };
 inline constexpr uint8_t STY_COLOUR_BITS = 7;
 inline constexpr uint8_t STY_FONT_BITS = 24;
 
 // Sink codes.
-enum : int { SINK_LINE = 1, SINK_PARTIAL = 2, SINK_FLUSH = 3, SINK_DESTROY = 4, SINK_MORE = 5, SINK_NEWLINE = 10 };
+enum : int {
+    SINK_LINE = 1,
+    SINK_PARTIAL = 2,
+    SINK_FLUSH = 3,
+    SINK_DESTROY = 4,
+    SINK_MORE = 5,
+    SINK_NEWLINE = 10
+};
 
 // Stream modes.
 enum : int { MODE_ASIS = 1, MODE_LINE = 2, MODE_PARA = 3, MODE_OLDHELP = 4 };
 
 // Line-drawing codes in line text, and the blank that doesn't break a word.
 enum : uint8_t {
-    CH_TT = 1, CH_BT = 2, CH_LT = 3, CH_RT = 4, CH_BRC = 5, CH_BLC = 6, CH_TRC = 7, CH_TLC = 8, CH_NBSP = 19,
+    CH_TT = 1,
+    CH_BT = 2,
+    CH_LT = 3,
+    CH_RT = 4,
+    CH_BRC = 5,
+    CH_BLC = 6,
+    CH_TRC = 7,
+    CH_TLC = 8,
+    CH_NBSP = 19,
 };
 
 // A sink gets a line image (or none) and a code; for SINK_MORE its result is the key pressed.
@@ -40,9 +65,9 @@ struct LogSet {
 
 inline constexpr int LINE_IMAGE_MAX = 1680;
 inline constexpr int LINE_TEXT_MAX = 255;
-inline constexpr int LINK_TABLE_MAX = 765;  // bytes of link entries on one line
-inline constexpr int MARKER_MAX = 99;       // bytes of marker names on one line
-inline constexpr int PENDING_MAX = 1024;    // an unclosed tag waits up to this many characters
+inline constexpr int LINK_TABLE_MAX = 765; // bytes of link entries on one line
+inline constexpr int MARKER_MAX = 99;      // bytes of marker names on one line
+inline constexpr int PENDING_MAX = 1024;   // an unclosed tag waits up to this many characters
 
 struct RimuStream {
     // Fields the channel and sinks rely on.
@@ -85,24 +110,24 @@ struct RimuStream {
     int spaceState = 1;
     int spacesSeen = 0;
     uint8_t spaceStyle = COL_TEXT;
-    uint8_t linkPending = 0;    // the link's last characters wait in wordBuffer
-    int linkCloseAt = 0;        // ... and it closes after this many of them
-    uint8_t p2colDefaults[5] = {1, 31, 35, 0, 2};  // #1, #2, #3, 1 when #4 is negative, |#4|
+    uint8_t linkPending = 0;                      // the link's last characters wait in wordBuffer
+    int linkCloseAt = 0;                          // ... and it closes after this many of them
+    uint8_t p2colDefaults[5] = {1, 31, 35, 0, 2}; // #1, #2, #3, 1 when #4 is negative, |#4|
     // Link on the line: 1 idle, 2 open with an entry at linkHead, 3 to be opened at the next character shown.
     int linkState = 1;
-    uint8_t linkOpen = 0;       // a link directive is rendering its text
+    uint8_t linkOpen = 0; // a link directive is rendering its text
     int linkKind = 0;
     char linkArgument[256];
     int linkArgLen = 0;
     int linkHead = -1;
     int linkStart = 0;
-    int bindDepth = 0;          // inside {bind:}: blanks don't break
-    uint8_t inFirstColumn = 0;  // rendering the first text of {p2col} or {synopt}
-    int modeSerial = 0;         // counts mode changes, so the scanner sees one happen under it
+    int bindDepth = 0;         // inside {bind:}: blanks don't break
+    uint8_t inFirstColumn = 0; // rendering the first text of {p2col} or {synopt}
+    int modeSerial = 0;        // counts mode changes, so the scanner sees one happen under it
     // The line being built.
     int lineLength = 0;
     uint8_t lineEmpty = 1;
-    uint8_t lineContinued = 0;  // second or later line of a paragraph
+    uint8_t lineContinued = 0; // second or later line of a paragraph
     char lineText[LINE_TEXT_MAX + 1];
     uint8_t runStart[LINE_TEXT_MAX + 1];
     uint8_t runStyle[LINE_TEXT_MAX + 1];
@@ -119,21 +144,21 @@ struct RimuStream {
 
 // Reading a line image.
 struct LineView {
-    bool continued;        // second or later line of a paragraph
-    const char *text;      // zero-terminated
+    bool continued;   // second or later line of a paragraph
+    const char *text; // zero-terminated
     int textLength;
     int runCount;
-    const uint8_t *runs;   // pairs (start column, style), runCount of them
-    int lastEnd;           // end column of the last run
-    const uint8_t *links;  // link table, closed by two zero bytes
-    const char *markers;   // zero-terminated names, closed by a further zero
+    const uint8_t *runs;  // pairs (start column, style), runCount of them
+    int lastEnd;          // end column of the last run
+    const uint8_t *links; // link table, closed by two zero bytes
+    const char *markers;  // zero-terminated names, closed by a further zero
 };
 LineView line_view(const uint8_t *image);
 
 // One entry of a line image's link table.
 struct LinkView {
     int start, end, kind;
-    const char *arg;  // zero-terminated
+    const char *arg; // zero-terminated
     int argLength;
 };
 // Reads the entry at *pos of a link table and moves *pos on; false at the closing two zero bytes.
@@ -174,4 +199,4 @@ extern bool latin1_codepage;
 // Value of c(name) for {ccl name}; the settings code installs it. The default returns "".
 extern std::string (*ccl_lookup)(const char *name);
 
-}  // namespace out
+} // namespace out

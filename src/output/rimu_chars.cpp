@@ -17,10 +17,10 @@ struct CharRow {
 };
 
 const CharRow char_table[] = {
-    {"|", '|', true}, {"-", '-', true}, {"+", '+', true},
-    {"TT", CH_TT, true}, {"BT", CH_BT, true}, {"LT", CH_LT, true}, {"RT", CH_RT, true},
-    {"BRC", CH_BRC, true}, {"BLC", CH_BLC, true}, {"TRC", CH_TRC, true}, {"TLC", CH_TLC, true},
-    {"-(", '{', false}, {")-", '}', false}, {"'g", '`', false}, {"S|", '$', false}, {"$|", '$', false},
+    {"|", '|', true},      {"-", '-', true},      {"+", '+', true},      {"TT", CH_TT, true},
+    {"BT", CH_BT, true},   {"LT", CH_LT, true},   {"RT", CH_RT, true},   {"BRC", CH_BRC, true},
+    {"BLC", CH_BLC, true}, {"TRC", CH_TRC, true}, {"TLC", CH_TLC, true}, {"-(", '{', false},
+    {")-", '}', false},    {"'g", '`', false},    {"S|", '$', false},    {"$|", '$', false},
 };
 
 // A Latin letter: its ISO 8859-1 code and its Mac Roman code (letters that page lacks fall back to
@@ -42,16 +42,16 @@ const LatinRow latin_table[] = {
     {"I'", 205, 234},  // Í
     {"O'", 211, 238},  // Ó
     {"U'", 218, 242},  // Ú
-    {"a'g", 224, 136},  // à
-    {"e'g", 232, 143},  // è
-    {"i'g", 236, 147},  // ì
-    {"o'g", 242, 152},  // ò
-    {"u'g", 249, 157},  // ù
-    {"A'g", 192, 203},  // À
-    {"E'g", 200, 233},  // È
-    {"I'g", 204, 237},  // Ì
-    {"O'g", 210, 241},  // Ò
-    {"U'g", 217, 244},  // Ù
+    {"a'g", 224, 136}, // à
+    {"e'g", 232, 143}, // è
+    {"i'g", 236, 147}, // ì
+    {"o'g", 242, 152}, // ò
+    {"u'g", 249, 157}, // ù
+    {"A'g", 192, 203}, // À
+    {"E'g", 200, 233}, // È
+    {"I'g", 204, 237}, // Ì
+    {"O'g", 210, 241}, // Ò
+    {"U'g", 217, 244}, // Ù
     {"a^", 226, 137},  // â
     {"e^", 234, 144},  // ê
     {"i^", 238, 148},  // î
@@ -86,7 +86,7 @@ const LatinRow latin_table[] = {
     {"o/", 248, 191},  // ø
     {"O/", 216, 175},  // Ø
     {"y'", 253, 121},  // ý
-    {"Y'", 221, 89},  // Ý
+    {"Y'", 221, 89},   // Ý
     {"y:", 255, 216},  // ÿ
     {"r!", 161, 193},  // ¡
     {"r?", 191, 192},  // ¿
@@ -104,7 +104,7 @@ int hex_digit(char c) {
 
 bool is(std::string_view name, const char *z) { return name.size() == std::strlen(z) && name == z; }
 
-}  // namespace
+} // namespace
 
 int char_code(std::string_view name, bool *linedraw) {
     *linedraw = false;
@@ -133,4 +133,4 @@ int char_code(std::string_view name, bool *linedraw) {
     return -1;
 }
 
-}  // namespace out
+} // namespace out

@@ -33,7 +33,7 @@ void link_entry_open(RimuStream *s) {
     s->linkState = 2;
     s->linkStart = s->lineLength;
     if (s->linkBytes + need > LINK_TABLE_MAX) {
-        s->linkHead = -1;  // no room on this line: the text shows without an entry
+        s->linkHead = -1; // no room on this line: the text shows without an entry
         return;
     }
     uint8_t *e = s->linkTable + s->linkBytes;
@@ -50,7 +50,7 @@ void link_entry_open(RimuStream *s) {
 void link_entry_close(RimuStream *s) {
     if (s->linkHead < 0) return;
     if (s->lineLength == s->linkStart)
-        s->linkBytes = s->linkHead;  // nothing was shown: the entry goes
+        s->linkBytes = s->linkHead; // nothing was shown: the entry goes
     else
         s->linkTable[s->linkHead + 1] = (uint8_t)s->lineLength;
     s->linkHead = -1;
@@ -80,7 +80,7 @@ void para_write(RimuStream *s, const char *p, size_t n) {
     for (size_t i = 0; i < n; ++i) {
         char c = p[i];
         if (c == '\n' || c == '\t') {
-            para_blank(s);  // a line end or a tab counts as two blanks
+            para_blank(s); // a line end or a tab counts as two blanks
             para_blank(s);
         } else if (c == ' ' && s->bindDepth == 0) {
             para_blank(s);
@@ -139,7 +139,7 @@ void end_paragraph(RimuStream *s) {
     s->width = s->rightMarginWidth;
 }
 
-}  // namespace
+} // namespace
 
 void line_reset(RimuStream *s) {
     if (s->linkState == 2) s->linkState = 3;
@@ -159,7 +159,8 @@ void line_begin(RimuStream *s) {
     if (s->mode != MODE_PARA) return;
     s->lineContinued = s->paragraphLines > 0;
     if (s->firstIndent > 0 && s->firstIndent < s->width - 5) {
-        for (int k = s->firstIndent; k > 0; k -= 64) line_raw(s, blanks64, k < 64 ? k : 64, COL_TEXT);
+        for (int k = s->firstIndent; k > 0; k -= 64)
+            line_raw(s, blanks64, k < 64 ? k : 64, COL_TEXT);
     }
     s->firstIndent = s->nextIndent;
 }
@@ -169,7 +170,8 @@ void line_raw(RimuStream *s, const char *p, int n, uint8_t sty) {
     if (n <= 0) return;
     add_run(s, sty);
     char *d = s->lineText + s->lineLength;
-    for (int i = 0; i < n; ++i) d[i] = p[i] == (char)CH_NBSP ? ' ' : p[i];
+    for (int i = 0; i < n; ++i)
+        d[i] = p[i] == (char)CH_NBSP ? ' ' : p[i];
     s->lineLength += n;
 }
 
@@ -201,11 +203,12 @@ void line_write(RimuStream *s, const char *p, size_t n, uint8_t sty) {
 }
 
 void line_blanks(RimuStream *s, int n) {
-    for (; n > 0; n -= 64) line_write(s, blanks64, n < 64 ? n : 64, s->style);
+    for (; n > 0; n -= 64)
+        line_write(s, blanks64, n < 64 ? n : 64, s->style);
 }
 
 void finish_line(RimuStream *s) {
-    if (s->linkState == 2) {  // cut at the line's end, to be reopened on the next
+    if (s->linkState == 2) { // cut at the line's end, to be reopened on the next
         link_entry_close(s);
         s->linkState = 3;
     }
@@ -262,7 +265,9 @@ void text_write_styled(RimuStream *s, const char *p, size_t n, uint8_t sty) {
 // when two were seen; else one. None at the start of a line.
 void word_done(RimuStream *s, int extra, bool forced) {
     if (s->wordLen == 0) return;
-    int sep = s->spaceState == 2 ? (s->spacesSeen ? 1 : 0) : s->spaceState == 1 ? (s->spacesSeen > 1 ? 2 : 1) : 1;
+    int sep = s->spaceState == 2   ? (s->spacesSeen ? 1 : 0)
+              : s->spaceState == 1 ? (s->spacesSeen > 1 ? 2 : 1)
+                                   : 1;
     if (s->lineEmpty) {
         sep = 0;
     } else if (s->lineLength + sep + s->wordLen + extra > s->width) {
@@ -301,7 +306,7 @@ bool para_begin(RimuStream *s, int first, int next, int margin, int lineWidth) {
     stream_set_mode(s, MODE_PARA);
     if (lineWidth) s->width = lineWidth;
     s->width -= margin;
-    s->firstIndent = first;  // the first line starts again under the paragraph's width
+    s->firstIndent = first; // the first line starts again under the paragraph's width
     line_begin(s);
     std::memcpy(s->markers, marks, markBytes);
     s->markerBytes = markBytes;
@@ -310,7 +315,7 @@ bool para_begin(RimuStream *s, int first, int next, int margin, int lineWidth) {
 
 void stream_set_mode(RimuStream *s, int newMode) {
     int old = s->mode;
-    if (s->pendingLen && old != MODE_OLDHELP) {  // an unclosed tag shows as it stands
+    if (s->pendingLen && old != MODE_OLDHELP) { // an unclosed tag shows as it stands
         char held[PENDING_MAX];
         int n = s->pendingLen;
         std::memcpy(held, s->pendingTag, n);
@@ -352,4 +357,4 @@ void stream_set_mode(RimuStream *s, int newMode) {
     line_begin(s);
 }
 
-}  // namespace out
+} // namespace out

@@ -18,11 +18,10 @@ struct OldLinkRow {
 };
 
 const OldLinkRow oldlink_table[] = {
-    {"http", 9, 0},       {"browser", 9, 0},  {"web", 9, 0},       {"search", 14, 0},
-    {"back", 11, 1},      {"net", 15, 0},     {"netfrom", 4, 1},   {"nsdialog", 3, 1},
-    {"sdialog", 5, 1},    {"ado", 16, 0},     {"adosearch", 1, 1}, {"cdialog", 2, 1},
-    {"vdialog", 7, 1},    {"update", 17, 0},  {"adorm", 10, 2},    {"rnethelp", 18, 2},
-    {"updatebox", 6, 1},
+    {"http", 9, 0},      {"browser", 9, 0},   {"web", 9, 0},      {"search", 14, 0}, {"back", 11, 1},
+    {"net", 15, 0},      {"netfrom", 4, 1},   {"nsdialog", 3, 1}, {"sdialog", 5, 1}, {"ado", 16, 0},
+    {"adosearch", 1, 1}, {"cdialog", 2, 1},   {"vdialog", 7, 1},  {"update", 17, 0}, {"adorm", 10, 2},
+    {"rnethelp", 18, 2}, {"updatebox", 6, 1},
 };
 
 // A line of only "." and "-", with blanks between and behind, is a rule.
@@ -90,7 +89,7 @@ void oldhelp_line(RimuStream *s, const char *L, int len) {
     while (i < len) {
         char c = L[i];
         if (c == '^' || c == '@') {
-            if (i + 1 < len && L[i + 1] == c) {  // doubled: the marker itself
+            if (i + 1 < len && L[i + 1] == c) { // doubled: the marker itself
                 plain(s, L + i, 1);
                 i += 2;
                 continue;
@@ -133,14 +132,15 @@ void oldhelp_line(RimuStream *s, const char *L, int len) {
             continue;
         }
         int k = i;
-        while (k < len && L[k] != '^' && L[k] != '@' && L[k] != '\t') ++k;
+        while (k < len && L[k] != '^' && L[k] != '@' && L[k] != '\t')
+            ++k;
         plain(s, L + i, k - i);
         i = k;
     }
     finish_line(s);
 }
 
-}  // namespace
+} // namespace
 
 // A partial line waits in pendingTag; a line longer than OLDHELP_LINE_MAX is cut by a forced newline.
 void oldhelp_feed(RimuStream *s, const char *p, size_t n) {
@@ -184,4 +184,4 @@ void oldhelp_flush(RimuStream *s) {
     oldhelp_line(s, s->pendingTag, len);
 }
 
-}  // namespace out
+} // namespace out

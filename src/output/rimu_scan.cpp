@@ -21,13 +21,15 @@ struct Span {
 // {name args:text}, already cut out of the input with its balancing brace.
 struct Dir {
     Span src;
-    Span rest;  // behind the name, up to the closing brace
+    Span rest; // behind the name, up to the closing brace
     bool optional = false;
 };
 
 Span trim(Span s) {
-    while (s.n && (s.p[0] == ' ' || s.p[0] == '\t' || s.p[0] == '\n')) ++s.p, --s.n;
-    while (s.n && (s.p[s.n - 1] == ' ' || s.p[s.n - 1] == '\t' || s.p[s.n - 1] == '\n')) --s.n;
+    while (s.n && (s.p[0] == ' ' || s.p[0] == '\t' || s.p[0] == '\n'))
+        ++s.p, --s.n;
+    while (s.n && (s.p[s.n - 1] == ' ' || s.p[s.n - 1] == '\t' || s.p[s.n - 1] == '\n'))
+        --s.n;
     return s;
 }
 
@@ -38,7 +40,8 @@ bool is_blank(Span s) { return trim(s).n == 0; }
 enum { TK_END = -1, TK_COLON = -2, TK_LONG = -3 };
 
 int next_token(const char *&p, const char *e, char *out) {
-    while (p < e && (*p == ' ' || *p == '\t' || *p == '\n')) ++p;
+    while (p < e && (*p == ' ' || *p == '\t' || *p == '\n'))
+        ++p;
     if (p >= e) return TK_END;
     if (*p == ':') {
         ++p;
@@ -68,7 +71,8 @@ int next_token(const char *&p, const char *e, char *out) {
         p = q < e ? q + 2 : e;
     } else {
         b = p;
-        while (p < e && *p != ' ' && *p != ':' && *p != '\t' && *p != '\n') ++p;
+        while (p < e && *p != ' ' && *p != ':' && *p != '\t' && *p != '\n')
+            ++p;
         q = p;
     }
     size_t len = q - b;
@@ -193,7 +197,8 @@ void render(RimuStream *s, Span t, uint8_t mask, uint8_t bits) {
 
 void dashes(RimuStream *s, int n) {
     static const char d[] = "----------------------------------------------------------------";
-    for (; n > 0; n -= 64) line_write(s, d, n < 64 ? n : 64, (uint8_t)(s->style | STY_LINEDRAW));
+    for (; n > 0; n -= 64)
+        line_write(s, d, n < 64 ? n : 64, (uint8_t)(s->style | STY_LINEDRAW));
 }
 
 // Splits ":text" off; fails when anything but blanks stands before it or when has doesn't match need.
@@ -448,7 +453,8 @@ bool dir_dup(RimuStream *s, const Dir &d, int) {
     bool has;
     int v[1];
     if (!split(d, a, t, has) || !has || numbers(a, 1, -1, v) != 1 || v[0] > 32767) return false;
-    for (int i = 0; i < v[0]; ++i) scan_nested(s, t.p, t.n);
+    for (int i = 0; i < v[0]; ++i)
+        scan_nested(s, t.p, t.n);
     return true;
 }
 
@@ -518,7 +524,7 @@ bool dir_ccl(RimuStream *s, const Dir &d, int) {
 }
 
 void add_marker(RimuStream *s, const char *name, int len) {
-    if (s->markerBytes + len + 1 > MARKER_MAX) return;  // the block is full: the mark is dropped
+    if (s->markerBytes + len + 1 > MARKER_MAX) return; // the block is full: the mark is dropped
     std::memcpy(s->markers + s->markerBytes, name, len);
     s->markerBytes += len;
     s->markers[s->markerBytes++] = 0;
@@ -555,7 +561,7 @@ bool dir_link(RimuStream *s, const Dir &d, int row) {
     if (!split(d, a, t, has)) return false;
     int al = join_args(a, arg);
     if (al < 0 || (rule == LINK_NOARG && al > 0) || (!has && al == 0)) return false;
-    if (s->linkOpen) return false;  // a link in a link
+    if (s->linkOpen) return false; // a link in a link
     if (s->mode != MODE_PARA && s->linkBytes + 4 + al + 1 > LINK_TABLE_MAX) return false;
     if (s->mode == MODE_PARA && s->wordLen > 0) {
         // The pending word goes out now, kept on one line with the link's first word, which joins it.
@@ -582,7 +588,7 @@ bool dir_link(RimuStream *s, const Dir &d, int row) {
     s->style = (uint8_t)((s->style & ~mask) | (old & mask));
     s->linkOpen = 0;
     if (s->mode == MODE_PARA && s->wordLen > 0 && s->linkState != 1) {
-        s->linkPending = 1;  // closes when the word buffer goes out
+        s->linkPending = 1; // closes when the word buffer goes out
         s->linkCloseAt = s->wordLen;
     } else {
         link_close(s);
@@ -715,7 +721,7 @@ bool two_column_row(RimuStream *s, int c1, int c2, int c3, int rm, Span first) {
         int pad = c2 - c1 - w > 255 ? 255 : c2 - c1 - w;
         std::memset(nb, CH_NBSP, pad);
         text_write_styled(s, nb, pad, COL_TEXT);
-        word_done(s, 0, true);  // the second column joins the padded first without a blank
+        word_done(s, 0, true); // the second column joins the padded first without a blank
     }
     return true;
 }
@@ -889,7 +895,8 @@ bool dir_dlgtab(RimuStream *s, const Dir &d, int) {
     }
     int w = measure(std::string_view(t.p, t.n));
     Built b;
-    b.addf("{space %d}{c TLC}{hline %d}{c TRC}\n{space %d}{hline %d}{c BRC} {bf:", v[0], w + 2, v[1], v[0] - v[1]);
+    b.addf("{space %d}{c TLC}{hline %d}{c TRC}\n{space %d}{hline %d}{c BRC} {bf:", v[0], w + 2, v[1],
+           v[0] - v[1]);
     b.add(t);
     b.add("} {c BLC}{hline}");
     return run_built(s, b);
@@ -906,27 +913,48 @@ struct DirRow {
 constexpr int ind(int first, int next) { return first | next << 8; }
 
 const DirRow dir_table[] = {
-    {"res", dir_colour, COL_RESULT}, {"result", dir_colour, COL_RESULT},
-    {"ye", dir_colour, COL_RESULT}, {"yellow", dir_colour, COL_RESULT},
-    {"txt", dir_colour, COL_TEXT}, {"text", dir_colour, COL_TEXT},
-    {"gr", dir_colour, COL_TEXT}, {"green", dir_colour, COL_TEXT},
-    {"err", dir_colour, COL_ERROR}, {"error", dir_colour, COL_ERROR},
-    {"re", dir_colour, COL_ERROR}, {"red", dir_colour, COL_ERROR},
-    {"com", dir_colour, COL_INPUT}, {"command", dir_colour, COL_INPUT},
-    {"inp", dir_colour, COL_INPUT}, {"input", dir_colour, COL_INPUT},
-    {"wh", dir_colour, COL_INPUT}, {"white", dir_colour, COL_INPUT},
-    {"hi", dir_colour, COL_HILITE}, {"hilite", dir_colour, COL_HILITE}, {"cmd", dir_colour, COL_HILITE},
-    {"sf", dir_font, FONT_SF}, {"rm", dir_font, FONT_SF}, {"it", dir_font, FONT_IT}, {"bf", dir_font, FONT_BF},
+    {"res", dir_colour, COL_RESULT},
+    {"result", dir_colour, COL_RESULT},
+    {"ye", dir_colour, COL_RESULT},
+    {"yellow", dir_colour, COL_RESULT},
+    {"txt", dir_colour, COL_TEXT},
+    {"text", dir_colour, COL_TEXT},
+    {"gr", dir_colour, COL_TEXT},
+    {"green", dir_colour, COL_TEXT},
+    {"err", dir_colour, COL_ERROR},
+    {"error", dir_colour, COL_ERROR},
+    {"re", dir_colour, COL_ERROR},
+    {"red", dir_colour, COL_ERROR},
+    {"com", dir_colour, COL_INPUT},
+    {"command", dir_colour, COL_INPUT},
+    {"inp", dir_colour, COL_INPUT},
+    {"input", dir_colour, COL_INPUT},
+    {"wh", dir_colour, COL_INPUT},
+    {"white", dir_colour, COL_INPUT},
+    {"hi", dir_colour, COL_HILITE},
+    {"hilite", dir_colour, COL_HILITE},
+    {"cmd", dir_colour, COL_HILITE},
+    {"sf", dir_font, FONT_SF},
+    {"rm", dir_font, FONT_SF},
+    {"it", dir_font, FONT_IT},
+    {"bf", dir_font, FONT_BF},
     {"ul", dir_ul, 0},
     {"reset", dir_reset, 0},
     {"asis", dir_mode, MODE_ASIS},
     {"o6hlp", dir_mode, MODE_OLDHELP},
     {"p", dir_p, 0},
     {"p_end", dir_p_end, 0},
-    {"pstd", dir_pshort, ind(4, 4)}, {"psee", dir_pshort, ind(4, 13)}, {"phang", dir_pshort, ind(4, 8)},
-    {"pmore", dir_pshort, ind(8, 8)}, {"pin", dir_pshort, ind(8, 8)}, {"phang2", dir_pshort, ind(8, 12)},
-    {"pmore2", dir_pshort, ind(12, 12)}, {"pin2", dir_pshort, ind(12, 12)},
-    {"phang3", dir_pshort, ind(12, 16)}, {"pmore3", dir_pshort, ind(16, 16)}, {"pin3", dir_pshort, ind(16, 16)},
+    {"pstd", dir_pshort, ind(4, 4)},
+    {"psee", dir_pshort, ind(4, 13)},
+    {"phang", dir_pshort, ind(4, 8)},
+    {"pmore", dir_pshort, ind(8, 8)},
+    {"pin", dir_pshort, ind(8, 8)},
+    {"phang2", dir_pshort, ind(8, 12)},
+    {"pmore2", dir_pshort, ind(12, 12)},
+    {"pin2", dir_pshort, ind(12, 12)},
+    {"phang3", dir_pshort, ind(12, 16)},
+    {"pmore3", dir_pshort, ind(16, 16)},
+    {"pin3", dir_pshort, ind(16, 16)},
     {"hline", dir_hline, 0},
     {".-", dir_rule, 0},
     {"...", dir_join, 0},
@@ -934,11 +962,15 @@ const DirRow dir_table[] = {
     {"space", dir_space, 0},
     {"tab", dir_tab, 0},
     {"right", dir_align, AL_RIGHT},
-    {"lalign", dir_align, AL_LEFT_N}, {"ralign", dir_align, AL_RIGHT_N},
-    {"center", dir_align, AL_CENTER}, {"centre", dir_align, AL_CENTER},
-    {"rcenter", dir_align, AL_RCENTER}, {"rcentre", dir_align, AL_RCENTER},
+    {"lalign", dir_align, AL_LEFT_N},
+    {"ralign", dir_align, AL_RIGHT_N},
+    {"center", dir_align, AL_CENTER},
+    {"centre", dir_align, AL_CENTER},
+    {"rcenter", dir_align, AL_RCENTER},
+    {"rcentre", dir_align, AL_RCENTER},
     {"dup", dir_dup, 0},
-    {"c", dir_char, 0}, {"char", dir_char, 0},
+    {"c", dir_char, 0},
+    {"char", dir_char, 0},
     {"title", dir_title, 0},
     {"bind", dir_bind, 0},
     {"break", dir_break, 0},
@@ -946,22 +978,35 @@ const DirRow dir_table[] = {
     {"marker", dir_marker, 0},
     {"newpage", dir_newpage, 0},
     // help-writing shorthands
-    {"opt", dir_opt, 0}, {"opth", dir_opt, 1},
+    {"opt", dir_opt, 0},
+    {"opth", dir_opt, 1},
     {"cmdab", dir_cmdab, 0},
-    {"manhelp", dir_manhelp, 0}, {"manhelpi", dir_manhelp, 1},
-    {"var", dir_var, 0}, {"varname", dir_var, 0}, {"vars", dir_var, 1}, {"varlist", dir_var, 1},
-    {"newvar", dir_var, 2}, {"depvar", dir_var, 3}, {"depvars", dir_var, 4}, {"depvarlist", dir_var, 4},
+    {"manhelp", dir_manhelp, 0},
+    {"manhelpi", dir_manhelp, 1},
+    {"var", dir_var, 0},
+    {"varname", dir_var, 0},
+    {"vars", dir_var, 1},
+    {"varlist", dir_var, 1},
+    {"newvar", dir_var, 2},
+    {"depvar", dir_var, 3},
+    {"depvars", dir_var, 4},
+    {"depvarlist", dir_var, 4},
     {"indepvars", dir_var, 5},
-    {"weight", dir_fixed, 0}, {"ifin", dir_fixed, 1}, {"dtype", dir_fixed, 2},
+    {"weight", dir_fixed, 0},
+    {"ifin", dir_fixed, 1},
+    {"dtype", dir_fixed, 2},
     {"dlgtab", dir_dlgtab, 0},
     {"syntab", dir_syntab, 0},
     {"synopt", dir_synopt, 0},
     {"synopthdr", dir_synopthdr, 0},
     {"synoptline", dir_synoptline, 0},
     {"synoptset", dir_synoptset, 0},
-    {"p2col", dir_p2col, 0}, {"p2coldent", dir_p2col, 1},
-    {"p2colset", dir_p2colset, 0}, {"p2colreset", dir_p2colreset, 0},
-    {"p2line", dir_p2line, 0}, {"p2linedent", dir_p2line, 1},
+    {"p2col", dir_p2col, 0},
+    {"p2coldent", dir_p2col, 1},
+    {"p2colset", dir_p2colset, 0},
+    {"p2colreset", dir_p2colreset, 0},
+    {"p2line", dir_p2line, 0},
+    {"p2linedent", dir_p2line, 1},
     // links
     {"orvat", dir_link, link_row(KIND_COMMAND, LINK_ANY, false)},
     {"kilncmd", dir_link, link_row(KIND_KILN, LINK_ANY, false)},
@@ -979,13 +1024,20 @@ const DirRow dir_table[] = {
     {"back", dir_link, link_row(11, LINK_NOARG, false)},
     {"clearmore", dir_link, link_row(8, LINK_NOARG, false)},
     {"dialog", dir_link, link_row(25, LINK_ANY, false)},
-    {"ado_d", dir_link, link_row(1, LINK_NOARG, false)}, {"asdialog", dir_link, link_row(1, LINK_NOARG, false)},
-    {"help_d", dir_link, link_row(2, LINK_NOARG, false)}, {"cdialog", dir_link, link_row(2, LINK_NOARG, false)},
-    {"net_d", dir_link, link_row(3, LINK_NOARG, false)}, {"nsdialog", dir_link, link_row(3, LINK_NOARG, false)},
-    {"netfrom_d", dir_link, link_row(4, LINK_NOARG, false)}, {"nfdialog", dir_link, link_row(4, LINK_NOARG, false)},
-    {"search_d", dir_link, link_row(5, LINK_NOARG, false)}, {"sdialog", dir_link, link_row(5, LINK_NOARG, false)},
-    {"update_d", dir_link, link_row(6, LINK_NOARG, false)}, {"ufdialog", dir_link, link_row(6, LINK_NOARG, false)},
-    {"view_d", dir_link, link_row(7, LINK_NOARG, false)}, {"vdialog", dir_link, link_row(7, LINK_NOARG, false)},
+    {"ado_d", dir_link, link_row(1, LINK_NOARG, false)},
+    {"asdialog", dir_link, link_row(1, LINK_NOARG, false)},
+    {"help_d", dir_link, link_row(2, LINK_NOARG, false)},
+    {"cdialog", dir_link, link_row(2, LINK_NOARG, false)},
+    {"net_d", dir_link, link_row(3, LINK_NOARG, false)},
+    {"nsdialog", dir_link, link_row(3, LINK_NOARG, false)},
+    {"netfrom_d", dir_link, link_row(4, LINK_NOARG, false)},
+    {"nfdialog", dir_link, link_row(4, LINK_NOARG, false)},
+    {"search_d", dir_link, link_row(5, LINK_NOARG, false)},
+    {"sdialog", dir_link, link_row(5, LINK_NOARG, false)},
+    {"update_d", dir_link, link_row(6, LINK_NOARG, false)},
+    {"ufdialog", dir_link, link_row(6, LINK_NOARG, false)},
+    {"view_d", dir_link, link_row(7, LINK_NOARG, false)},
+    {"vdialog", dir_link, link_row(7, LINK_NOARG, false)},
 };
 
 const DirRow *find_directive(const char *name, size_t len) {
@@ -997,7 +1049,8 @@ const DirRow *find_directive(const char *name, size_t len) {
 // Runs "{...}"; false when it fails, and the caller shows it as it stands.
 bool directive(RimuStream *s, const char *src, size_t len) {
     const char *b = src + 1, *e = src + len - 1;
-    while (b < e && *b == ' ') ++b;
+    while (b < e && *b == ' ')
+        ++b;
     Dir d;
     d.src = Span{src, len};
     if (b < e && *b == '?') {
@@ -1005,7 +1058,8 @@ bool directive(RimuStream *s, const char *src, size_t len) {
         ++b;
     }
     const char *ne = b;
-    while (ne < e && *ne != ' ' && *ne != ':') ++ne;
+    while (ne < e && *ne != ' ' && *ne != ':')
+        ++ne;
     size_t nameLen = ne - b;
     if (nameLen < 1 || nameLen > 13) return false;
     d.rest = Span{ne, (size_t)(e - ne)};
@@ -1098,13 +1152,16 @@ bool blank_line(const char *p, size_t n) {
 // Text in the as-is and old-help modes does not go through the directive scanner: true when it went
 // to its own writer.
 bool passed_on(RimuStream *s, const char *p, size_t n) {
-    if (s->mode == MODE_ASIS) text_write(s, p, n);
-    else if (s->mode == MODE_OLDHELP) oldhelp_feed(s, p, n);
-    else return false;
+    if (s->mode == MODE_ASIS)
+        text_write(s, p, n);
+    else if (s->mode == MODE_OLDHELP)
+        oldhelp_feed(s, p, n);
+    else
+        return false;
     return true;
 }
 
-}  // namespace
+} // namespace
 
 void scan_piece(RimuStream *s, const char *p, size_t n, bool steps) {
     if (n == 0 || passed_on(s, p, n)) return;
@@ -1149,4 +1206,4 @@ void scan_nested(RimuStream *s, const char *p, size_t n) {
     s->inputDepth = saved;
 }
 
-}  // namespace out
+} // namespace out

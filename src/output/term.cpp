@@ -1,4 +1,5 @@
-// The terminal: set-up from the termcap description, buffered output to fd 1, keys, modes and the console sink.
+// The terminal: set-up from the termcap description, buffered output to fd 1, keys, modes and the console
+// sink.
 #include "output/term.h"
 
 #include <poll.h>
@@ -52,11 +53,13 @@ int key_match(const KeyTable &t, const char *bytes, int n) {
 std::string strip_padding(const char *s) {
     std::string r;
     if (!s) return r;
-    while ((*s >= '0' && *s <= '9') || *s == '*') ++s;
+    while ((*s >= '0' && *s <= '9') || *s == '*')
+        ++s;
     while (*s) {
         if (s[0] == '$' && s[1] == '<') {
             const char *q = s + 2;
-            while (*q >= '0' && *q <= '9') ++q;
+            while (*q >= '0' && *q <= '9')
+                ++q;
             if (q > s + 2 && *q == '>') {
                 s = q + 1;
                 continue;
@@ -80,7 +83,7 @@ void write_all(const char *p, size_t n) {
         ssize_t w = ::write(1, p, n);
         if (w < 0) {
             if (errno == EINTR) continue;
-            return;  // the terminal is gone; output is dropped silently
+            return; // the terminal is gone; output is dropped silently
         }
         if (w == 0) return;
         p += w;
@@ -88,7 +91,7 @@ void write_all(const char *p, size_t n) {
     }
 }
 
-}  // namespace
+} // namespace
 
 void term_flush() {
     if (ofill > 0) write_all(obuf, ofill);
@@ -143,16 +146,18 @@ void update_underline_resets() {
     ch.console->underlineResets = conren.ulon.len && (conren.uloff.len || conren.reset.len);
 }
 
-}  // namespace
+} // namespace
 
 void conren_defaults(bool colour) {
     conren = Conren{};
     if (colour) {
         // Colours in table order: result, text, blue, error, input, link, hilite.
-        static const char *const colours[7] = {"\x1b[1m", "", "\x1b[34m", "\x1b[31m", "", "\x1b[36m", "\x1b[1m"};
+        static const char *const colours[7] = {"\x1b[1m", "",         "\x1b[34m", "\x1b[31m",
+                                               "",        "\x1b[36m", "\x1b[1m"};
         static const char *const fonts[3] = {"", "\x1b[3m", "\x1b[1m"};
         for (int f = 0; f < 3; ++f)
-            for (int c = 0; c < 7; ++c) set_seq(conren.tab[f * 7 + c], std::string(fonts[f]) + colours[c]);
+            for (int c = 0; c < 7; ++c)
+                set_seq(conren.tab[f * 7 + c], std::string(fonts[f]) + colours[c]);
         set_seq(conren.reset, "\x1b[0m");
         set_seq(conren.ulon, "\x1b[4m");
         set_seq(conren.uloff, "\x1b[24m");
@@ -206,7 +211,8 @@ void term_setup(bool batch, const char *name) {
     add_cap_key("kb", KEY_BS);
     add_cap_key("kh", KEY_HOME);
     static const char *const fkeys[9] = {"k1", "k2", "k3", "k4", "k5", "k6", "k7", "k8", "k9"};
-    for (int i = 0; i < 9; ++i) add_cap_key(fkeys[i], KEY_F1 + i);
+    for (int i = 0; i < 9; ++i)
+        add_cap_key(fkeys[i], KEY_F1 + i);
     if (std::strcmp(term.name, "sun") == 0 || std::strcmp(term.name, "sunkbrd") == 0) {
         key_add(term.keys, "\x1b[214z", KEY_HOME);
         key_add(term.keys, "\x1b[220z", KEY_END);
@@ -249,7 +255,7 @@ void term_setup(bool batch, const char *name) {
 namespace {
 struct termios saved_modes;
 bool modes_saved = false;
-}  // namespace
+} // namespace
 
 void term_modes_set() {
     if (!term.editing || modes_saved) return;
@@ -283,7 +289,8 @@ void term_modes_restore() {
 void on_winch(int) {
     int saved = errno;
     struct winsize ws;
-    if ((ioctl(1, TIOCGWINSZ, &ws) == 0 || ioctl(0, TIOCGWINSZ, &ws) == 0) && ws.ws_col > 0 && ws.ws_row > 0) {
+    if ((ioctl(1, TIOCGWINSZ, &ws) == 0 || ioctl(0, TIOCGWINSZ, &ws) == 0) && ws.ws_col > 0 &&
+        ws.ws_row > 0) {
         term.cols = ws.ws_col;
         term.lines = ws.ws_row;
     }
@@ -312,7 +319,7 @@ int read_byte(unsigned char *c) {
             poll(&p, 1, -1);
             continue;
         }
-        return 0;  // a read error ends input like end of file
+        return 0; // a read error ends input like end of file
     }
 }
 
@@ -322,7 +329,7 @@ bool byte_follows(int ms) {
     return poll(&p, 1, ms) == 1 && (p.revents & POLLIN);
 }
 
-}  // namespace
+} // namespace
 
 int term_getkey() {
     unsigned char c;
@@ -396,12 +403,13 @@ void show_line(const uint8_t *image, int code) {
     if (len < 0) len = 0;
     if (len > LINE_TEXT_MAX) len = LINE_TEXT_MAX;
     bool draw = false;
-    for (int i = 0; i < v.runCount; ++i) draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < v.runCount; ++i)
+        draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
     char text[LINE_TEXT_MAX + 1];
     for (int i = 0; i < len; ++i) {
         char c = v.text[i];
         if (draw && c >= 1 && c <= 8) c = c <= 2 ? '-' : c <= 4 ? '|' : '+';
-        if (c == 19) c = ' ';  // a hard blank
+        if (c == 19) c = ' '; // a hard blank
         text[i] = c;
     }
     // After a partial line only the columns not yet written go out.
@@ -434,7 +442,8 @@ int more_wait() {
     send_style(COL_LINK);
     term_put_flush("--more--");
     int k;
-    do k = term_getkey();
+    do
+        k = term_getkey();
     while (k == KEY_RESIZE || k == KEY_NONE);
     term_put_flush("\b\b\b\b\b\b\b\b        \b\b\b\b\b\b\b\b");
     if (k == KEY_BREAK) return 3;
@@ -442,7 +451,7 @@ int more_wait() {
     return k;
 }
 
-}  // namespace
+} // namespace
 
 int console_sink(void *, const uint8_t *image, int code) {
     switch (code) {
@@ -484,7 +493,8 @@ int conren_parse_bytes(std::string_view words, ConSeq &seq) {
             continue;
         }
         size_t j = i;
-        while (j < words.size() && words[j] != ' ') ++j;
+        while (j < words.size() && words[j] != ' ')
+            ++j;
         std::string_view w = words.substr(i, j - i);
         i = j;
         if (w.size() > 1 && w[0] == '<') {
@@ -509,18 +519,21 @@ namespace {
 
 struct ColourWord {
     const char *name;
-    int minlen;  // 0: the word in full only
+    int minlen; // 0: the word in full only
     int colour;
 };
 
 // Colour words and their shortest forms, in the order the listing shows them.
 constexpr ColourWord colour_words[] = {
-    {"text", 4, COL_TEXT},     {"result", 3, COL_RESULT}, {"link", 2, COL_LINK}, {"hilite", 2, COL_HILITE},
-    {"input", 3, COL_INPUT},   {"error", 3, COL_ERROR},   {"blue", 2, COL_BLUE},
+    {"text", 4, COL_TEXT},   {"result", 3, COL_RESULT}, {"link", 2, COL_LINK}, {"hilite", 2, COL_HILITE},
+    {"input", 3, COL_INPUT}, {"error", 3, COL_ERROR},   {"blue", 2, COL_BLUE},
 };
 // Other names of colours.
 constexpr ColourWord colour_aliases[] = {
-    {"txt", 0, COL_TEXT}, {"rt", 0, COL_RESULT}, {"et", 0, COL_ERROR}, {"ct", 0, COL_INPUT},
+    {"txt", 0, COL_TEXT},
+    {"rt", 0, COL_RESULT},
+    {"et", 0, COL_ERROR},
+    {"ct", 0, COL_INPUT},
 };
 constexpr const char *font_words[3] = {"sf", "it", "bf"};
 
@@ -573,7 +586,7 @@ int conren_list() {
     return out_rimu("on the -{cmd:set conren}- command.\n");
 }
 
-}  // namespace
+} // namespace
 
 int set_conren(int) {
     std::string w = session::gettok(session::SEP_STD);
@@ -586,7 +599,10 @@ int set_conren(int) {
     int font = find_font(w);
     if (font >= 0) w = session::gettok(session::SEP_STD);
     if (w == "off") return 0;
-    ConSeq *single = w == "uloff" ? &conren.uloff : w == "ulon" ? &conren.ulon : w == "reset" ? &conren.reset : nullptr;
+    ConSeq *single = w == "uloff"   ? &conren.uloff
+                     : w == "ulon"  ? &conren.ulon
+                     : w == "reset" ? &conren.reset
+                                    : nullptr;
     int colour = single ? 0 : find_colour(w);
     if (!single && !colour) return session::error(198);
     ConSeq seq;
@@ -597,11 +613,12 @@ int set_conren(int) {
     } else if (font >= 0) {
         conren.tab[font * 7 + colour - 1] = seq;
     } else {
-        for (int f = 0; f < 3; ++f) conren.tab[f * 7 + colour - 1] = seq;
+        for (int f = 0; f < 3; ++f)
+            conren.tab[f * 7 + colour - 1] = seq;
     }
     // The next style change sends the new sequences.
     con.lastStyle = -1;
     return 0;
 }
 
-}  // namespace out
+} // namespace out

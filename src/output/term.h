@@ -1,4 +1,5 @@
-// The terminal: set-up from the termcap description, buffered output to fd 1, keys, modes and the console sink.
+// The terminal: set-up from the termcap description, buffered output to fd 1, keys, modes and the console
+// sink.
 #pragma once
 #include <csignal>
 #include <cstdint>
@@ -9,7 +10,7 @@ namespace out {
 
 // Internal codes of keys that terminals send as sequences; plain bytes keep their own value (0-255).
 enum : int {
-    KEY_F1 = 315,  // k1 .. k9 are KEY_F1 .. KEY_F1 + 8; F10 is KEY_F1 + 9
+    KEY_F1 = 315, // k1 .. k9 are KEY_F1 .. KEY_F1 + 8; F10 is KEY_F1 + 9
     KEY_UP = 328,
     KEY_DOWN = 329,
     KEY_RIGHT = 330,
@@ -51,19 +52,19 @@ struct Term {
     int cols = 80;
     int lines = 25;
     int tabsize = 8;
-    int pagesize = 0;         // default of the session's pagesize: lines - 2 when lines > 4, else 0 (no pager)
-    int linesize = 79;        // columns - 1, clamped to 40..255
+    int pagesize = 0;  // default of the session's pagesize: lines - 2 when lines > 4, else 0 (no pager)
+    int linesize = 79; // columns - 1, clamped to 40..255
     bool batch = false;
-    bool described = false;   // tgetent found the terminal
-    bool editing = false;     // command line editing: a described terminal on fd 0 and fd 1, not batch
-    bool colour = false;      // the default colour table is in use
-    bool in_tty = false;      // isatty(0)
-    bool out_tty = false;     // isatty(1): escape sequences are written only then
+    bool described = false; // tgetent found the terminal
+    bool editing = false;   // command line editing: a described terminal on fd 0 and fd 1, not batch
+    bool colour = false;    // the default colour table is in use
+    bool in_tty = false;    // isatty(0)
+    bool out_tty = false;   // isatty(1): escape sequences are written only then
     char name[512] = {};
     // Screen-editing strings, padding stripped. bc is what moves the cursor one column left.
     std::string bc = "\b", ce, cd, dc, ic, so, se, cm, up, ks, ke;
     KeyTable keys;
-    volatile sig_atomic_t resized = 0;  // set by on_winch, cleared by whoever takes the new size
+    volatile sig_atomic_t resized = 0; // set by on_winch, cleared by whoever takes the new size
 };
 extern Term term;
 
@@ -91,11 +92,11 @@ int term_getkey();
 
 // The console sink and its state.
 struct Console {
-    int shownColumn = 0;     // columns of the current line already written
-    int lastStyle = -1;      // style of the last sequences sent; -1 unknown
-    bool underline = false;  // the underline-on sequence is in force
-    bool freshRow = false;   // the cursor stands at the start of an empty row (the line editor left it there)
-    char partial[256] = {};  // plain text of the partial line shown last (the prompt, for redraws)
+    int shownColumn = 0;    // columns of the current line already written
+    int lastStyle = -1;     // style of the last sequences sent; -1 unknown
+    bool underline = false; // the underline-on sequence is in force
+    bool freshRow = false;  // the cursor stands at the start of an empty row (the line editor left it there)
+    char partial[256] = {}; // plain text of the partial line shown last (the prompt, for redraws)
 };
 extern Console con;
 int console_sink(void *ctx, const uint8_t *image, int code);
@@ -123,4 +124,4 @@ void conren_defaults(bool colour);
 // set conren [clear | [font] colour|uloff|ulon|reset|off [bytes]]
 int set_conren(int);
 
-}  // namespace out
+} // namespace out

@@ -57,19 +57,15 @@ struct OptDef {
     const char *name;
     OptKind kind;
     const char *def;
-    const char *choices;  // O_CHOICE: the words, blank-separated
+    const char *choices; // O_CHOICE: the words, blank-separated
 };
 
 // Plain text.
 const OptDef text_opts[] = {
-    {"cmdnumber", O_ONOFF, "off", nullptr},
-    {"header", O_ONOFF, "off", nullptr},
-    {"headertext", O_TEXT, "", nullptr},
-    {"projecttext", O_TEXT, "", nullptr},
-    {"user", O_TEXT, "", nullptr},
-    {"linesize", O_NUM, "0", nullptr},  // 0: the session's linesize
-    {"lmargin", O_NUM, "0", nullptr},
-    {"pagelines", O_NUM, "0", nullptr},
+    {"cmdnumber", O_ONOFF, "off", nullptr}, {"header", O_ONOFF, "off", nullptr},
+    {"headertext", O_TEXT, "", nullptr},    {"projecttext", O_TEXT, "", nullptr},
+    {"user", O_TEXT, "", nullptr},          {"linesize", O_NUM, "0", nullptr}, // 0: the session's linesize
+    {"lmargin", O_NUM, "0", nullptr},       {"pagelines", O_NUM, "0", nullptr},
 };
 
 // Text-based PostScript.
@@ -137,12 +133,12 @@ const OptSet SET_GPH = {gph_opts, (int)(sizeof gph_opts / sizeof gph_opts[0])};
 
 struct Translator {
     const char *name;
-    int code;        // 0 for those without one
+    int code; // 0 for those without one
     Kind from, to;
     const char *from_text, *to_text;
-    const char *format;  // in "(file ... written in %s format)"
+    const char *format; // in "(file ... written in %s format)"
     const OptSet *opts;
-    bool built;      // false: says so and returns 199
+    bool built; // false: says so and returns 199
 };
 
 const Translator translators[] = {
@@ -168,7 +164,8 @@ std::vector<std::string> &values_of(int t) {
     std::vector<std::string> &v = values[t];
     if (v.empty()) {
         const OptSet &s = *translators[t].opts;
-        for (int i = 0; i < s.count; ++i) v.push_back(s.defs[i].def);
+        for (int i = 0; i < s.count; ++i)
+            v.push_back(s.defs[i].def);
     }
     return v;
 }
@@ -176,7 +173,8 @@ std::vector<std::string> &values_of(int t) {
 void reset_values(int t) {
     std::vector<std::string> &v = values_of(t);
     const OptSet &s = *translators[t].opts;
-    for (int i = 0; i < s.count; ++i) v[i] = s.defs[i].def;
+    for (int i = 0; i < s.count; ++i)
+        v[i] = s.defs[i].def;
 }
 
 int find_translator(const std::string &name) {
@@ -198,7 +196,9 @@ int fail_text(int rc, const std::string &s) {
     return rc;
 }
 
-int translator_not_found(const std::string &name) { return fail_text(111, "translator " + name + " not found\n"); }
+int translator_not_found(const std::string &name) {
+    return fail_text(111, "translator " + name + " not found\n");
+}
 
 int not_built(const Translator &t) {
     return fail_text(199, std::string("translator ") + t.name + " is not available in this build\n");
@@ -241,7 +241,8 @@ int check_value(const OptDef &d, std::string &v) {
         bool ok = true;
         std::string norm;
         while (*p) {
-            while (*p == ' ') ++p;
+            while (*p == ' ')
+                ++p;
             if (!*p) break;
             char *end;
             long c = std::strtol(p, &end, 10);
@@ -257,7 +258,8 @@ int check_value(const OptDef &d, std::string &v) {
         v = norm;
         break;
     }
-    case O_TEXT: break;
+    case O_TEXT:
+        break;
     }
     return 0;
 }
@@ -323,7 +325,8 @@ int text_sink(void *ctx, const uint8_t *img, int code) {
     if (code != SINK_LINE || !img) return 0;
     LineView v = line_view(img);
     bool draw = false;
-    for (int i = 0; i < v.runCount; ++i) draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < v.runCount; ++i)
+        draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
     std::string line(t->lmargin, ' ');
     size_t at = line.size();
     line.append(v.text, v.textLength);
@@ -349,7 +352,7 @@ int text_sink(void *ctx, const uint8_t *img, int code) {
 // Sends a piece of one line (ending in a newline, or the file's last piece) to the engine.
 void feed_line(TextTarget *t, std::string_view piece) { stream_put_rimu(t->stream, piece); }
 
-}  // namespace
+} // namespace
 
 void rimu_to_text_begin(TextTarget *t) {
     t->stream = stream_new();
@@ -383,7 +386,7 @@ void rimu_to_text_end(TextTarget *t) {
         feed_line(t, t->carry);
         t->carry.clear();
     }
-    stream_set_mode(t->stream, MODE_LINE);  // the last paragraph or line is finished
+    stream_set_mode(t->stream, MODE_LINE); // the last paragraph or line is finished
     stream_free(t->stream);
     t->stream = nullptr;
     std::string rest;
@@ -412,7 +415,8 @@ namespace {
 // Reads "(value)" after an option word: the text up to the closing parenthesis.
 bool paren_value(std::string &v) {
     const char *p = session::tk.tokpos;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     if (*p != '(') return false;
     const char *q = std::strchr(p + 1, ')');
     if (!q) return false;
@@ -470,8 +474,10 @@ int translate_files() {
             }
             std::string v;
             if (!paren_value(v)) return fail_text(198, "option " + w + " not allowed\n");
-            if (cmdmatch(w.c_str(), "translator", 5)) tname = trim(v);
-            else overrides.push_back({w, v});
+            if (cmdmatch(w.c_str(), "translator", 5))
+                tname = trim(v);
+            else
+                overrides.push_back({w, v});
         }
     }
 
@@ -576,7 +582,7 @@ int query_one(int t) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int cmd_translate(int) { return translate_files(); }
 
@@ -608,7 +614,8 @@ int cmd_translator(int) {
         std::string name = gettok(SEP_STD);
         if (*gettok(SEP_STD)) return session::error(198);
         if (name.empty()) {
-            for (int t = 0; t < n_translators; ++t) reset_values(t);
+            for (int t = 0; t < n_translators; ++t)
+                reset_values(t);
             return 0;
         }
         int t = find_translator(name);
@@ -619,4 +626,4 @@ int cmd_translator(int) {
     return session::error(198);
 }
 
-}  // namespace out
+} // namespace out

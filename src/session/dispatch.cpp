@@ -5,7 +5,6 @@
 #include <cstring>
 #include <vector>
 
-#include "lang/macro.h"
 #include "data/assert.h"
 #include "data/dataset.h"
 #include "data/formatcmd.h"
@@ -13,6 +12,7 @@
 #include "data/list.h"
 #include "data/varlist.h"
 #include "lang/flow.h"
+#include "lang/macro.h"
 #include "lang/prog.h"
 #include "matrix/results.h"
 #include "output/channel.h"
@@ -52,11 +52,16 @@ const Index &index() {
 
 bool version_ok(VersionTest t) {
     switch (t) {
-    case V_ANY: return true;
-    case V_GE600: return lp.version >= 600;
-    case V_GE800: return lp.version >= 800;
-    case V_LT600: return lp.version < 600;
-    case V_LT800: return lp.version < 800;
+    case V_ANY:
+        return true;
+    case V_GE600:
+        return lp.version >= 600;
+    case V_GE800:
+        return lp.version >= 800;
+    case V_LT600:
+        return lp.version < 600;
+    case V_LT800:
+        return lp.version < 800;
     }
     return false;
 }
@@ -70,14 +75,14 @@ struct SkipRow {
 };
 int skip_nothing(int) { return 0; }
 const SkipRow skip_rows[] = {
-    {"_byobs", 6, skip_nothing, 0},        {"_cls", 4, skip_nothing, 0},
-    {"break", 5, cmd_break, 0},            {"capture", 3, cmd_capture, 0},
-    {"class", 5, skip_nothing, 0},         {"else", 4, lang::cmd_else, 0},
-    {"foreach", 7, lang::cmd_foreach, 0},  {"forvalues", 4, lang::cmd_forvalues, 0},
-    {"if", 2, lang::cmd_if, 0},            {"m", 1, skip_nothing, 0},
-    {"kiln", 4, skip_nothing, 0},          {"noisily", 1, cmd_noisily, 0},
-    {"nobreak", 7, cmd_nobreak, 0},        {"quietly", 3, cmd_quietly, 0},
-    {"version", 4, cmd_version, 0},        {"while", 2, lang::cmd_if, 1},
+    {"_byobs", 6, skip_nothing, 0},       {"_cls", 4, skip_nothing, 0},
+    {"break", 5, cmd_break, 0},           {"capture", 3, cmd_capture, 0},
+    {"class", 5, skip_nothing, 0},        {"else", 4, lang::cmd_else, 0},
+    {"foreach", 7, lang::cmd_foreach, 0}, {"forvalues", 4, lang::cmd_forvalues, 0},
+    {"if", 2, lang::cmd_if, 0},           {"m", 1, skip_nothing, 0},
+    {"kiln", 4, skip_nothing, 0},         {"noisily", 1, cmd_noisily, 0},
+    {"nobreak", 7, cmd_nobreak, 0},       {"quietly", 3, cmd_quietly, 0},
+    {"version", 4, cmd_version, 0},       {"while", 2, lang::cmd_if, 1},
 };
 
 bool valid_name(const char *w) {
@@ -88,7 +93,7 @@ bool valid_name(const char *w) {
     return true;
 }
 
-}  // namespace
+} // namespace
 
 const CmdRow *find_command(const char *word) {
     for (int i : index().by_first[(unsigned char)word[0]]) {
@@ -164,4 +169,4 @@ int dispatch_rest() {
     return dispatch();
 }
 
-}  // namespace session
+} // namespace session

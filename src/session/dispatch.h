@@ -1,8 +1,8 @@
 // The command table and the dispatcher's look-up.
 #pragma once
 
-#include "data/datacmd.h"  // handlers of the data-management rows
-#include "data/scalar.h"   // the scalar command
+#include "data/datacmd.h" // handlers of the data-management rows
+#include "data/scalar.h"  // the scalar command
 #include "output/log.h"   // log, cmdlog, translate, translator, chelp/man, view
 
 namespace session {
@@ -11,7 +11,7 @@ namespace session {
 // arg is the row's constant (shared handlers tell their commands apart by it).
 using Handler = int (*)(int arg);
 
-}  // namespace session
+} // namespace session
 
 namespace session {
 
@@ -47,4 +47,4 @@ int cmd_pref(int);
 // Reads the next token as a command word and dispatches the rest of the line (prefix commands).
 int dispatch_rest();
 
-}  // namespace session
+} // namespace session

@@ -27,7 +27,7 @@ enum ErrKind { EK_TEXT, EK_RIMU, EK_NUMLIST, EK_MATSIZE, EK_SOFT, EK_TMPDIR, EK_
 struct ErrRow {
     int code;
     ErrKind kind;
-    int pub;  // the code error() returns
+    int pub; // the code error() returns
     const char *text;
 };
 
@@ -115,7 +115,7 @@ const NumlistRow *find_numlist(int code) {
 void err_text(std::string_view s) { out::out_error(s); }
 
 void err_rimu(std::string_view s) {
-    out::out_error("");  // class, markup mode and colour, nothing printed
+    out::out_error(""); // class, markup mode and colour, nothing printed
     out::out_rimu(s);
 }
 
@@ -147,11 +147,21 @@ std::string expand_note(const char *text) {
     for (const char *p = text; *p; ++p) {
         long long v;
         switch (*p) {
-        case '\001': v = st.maxvar; break;
-        case '\002': v = st.maxvar - 1; break;
-        case '\003': v = st.matsize; break;
-        case '\004': v = 12LL * st.maxvar; break;
-        default: s += *p; continue;
+        case '\001':
+            v = st.maxvar;
+            break;
+        case '\002':
+            v = st.maxvar - 1;
+            break;
+        case '\003':
+            v = st.matsize;
+            break;
+        case '\004':
+            v = 12LL * st.maxvar;
+            break;
+        default:
+            s += *p;
+            continue;
         }
         s += std::to_string(v);
     }
@@ -160,13 +170,21 @@ std::string expand_note(const char *text) {
 
 int write_row(const ErrRow &r) {
     switch (r.kind) {
-    case EK_TEXT: err_text(r.text); break;
-    case EK_RIMU: err_rimu(r.text); break;
-    case EK_NUMLIST: err_text(find_numlist(r.code)->list); break;
+    case EK_TEXT:
+        err_text(r.text);
+        break;
+    case EK_RIMU:
+        err_rimu(r.text);
+        break;
+    case EK_NUMLIST:
+        err_text(find_numlist(r.code)->list);
+        break;
     case EK_MATSIZE:
         err_text(r.text);
-        if (st.matsize < MATSIZE_REMARK_BELOW) err_rimu(MATSIZE_REMARK);
-        else err_text("\n");
+        if (st.matsize < MATSIZE_REMARK_BELOW)
+            err_rimu(MATSIZE_REMARK);
+        else
+            err_text("\n");
         break;
     case EK_SOFT:
         if (!by_silent()) {
@@ -180,8 +198,12 @@ int write_row(const ErrRow &r) {
         err_text(st.tmpdir);
         err_text(TMPDIR_TAIL);
         break;
-    case EK_ALIAS: err_text(r.text); break;
-    case EK_NOTE: note_text(r.text); break;
+    case EK_ALIAS:
+        err_text(r.text);
+        break;
+    case EK_NOTE:
+        note_text(r.text);
+        break;
     }
     return r.pub;
 }
@@ -189,9 +211,12 @@ int write_row(const ErrRow &r) {
 std::string brace_escaped(std::string_view s) {
     std::string o;
     for (char c : s) {
-        if (c == '{') o += "{c -(}";
-        else if (c == '}') o += "{c )-}";
-        else o += c;
+        if (c == '{')
+            o += "{c -(}";
+        else if (c == '}')
+            o += "{c )-}";
+        else
+            o += c;
     }
     return o;
 }
@@ -211,7 +236,7 @@ int kind_not_found(const char *kind, std::string_view name, int rc) {
 // The name of a time-series operator, then ":  " for a short name or a new line for a long one.
 std::string op_head(std::string_view name) { return std::string(name) + (name.size() < 30 ? ":  " : "\n"); }
 
-}  // namespace
+} // namespace
 
 int error(int code) {
     if (code == 0) return 0;
@@ -232,9 +257,15 @@ int error_cmd_show(int code) {
         if (code >= r.first && code <= r.last) row = &r;
     if (!row) return error(code);
     switch (row->how) {
-    case SH_CODE: error(row->code); break;
-    case SH_TEXT: fail(code, row->text); break;
-    case SH_FILE: file_error(code, ""); break;
+    case SH_CODE:
+        error(row->code);
+        break;
+    case SH_TEXT:
+        fail(code, row->text);
+        break;
+    case SH_FILE:
+        file_error(code, "");
+        break;
     case SH_SOFT:
         if (by_silent()) {
             lp.exitlevel = 1;
@@ -257,7 +288,7 @@ int cmd_error(int) {
     out::ch.OutputLevel = level;
     if (rc) return 197;
     double n = std::trunc(v.num);
-    int code = (n < 0 || n >= 100001) ? 100000 : (int)n;  // a missing value is beyond every code
+    int code = (n < 0 || n >= 100001) ? 100000 : (int)n; // a missing value is beyond every code
     return error_cmd_show(code);
 }
 
@@ -354,9 +385,11 @@ int out_of_memory_for(std::string_view name, int storetype) {
     if (storetype >= ST_LOCAL_FIRST && storetype <= ST_LOCAL_LAST && !name.empty() && name[0] == '_')
         name.remove_prefix(1);
     std::string s = "insufficient memory for " + kind;
-    if (!kind.empty() && kind.back() == '(') s += std::string(name) + ")";
-    else s += " " + std::string(name);
+    if (!kind.empty() && kind.back() == '(')
+        s += std::string(name) + ")";
+    else
+        s += " " + std::string(name);
     return fail(0, s + "\n");
 }
 
-}  // namespace session
+} // namespace session

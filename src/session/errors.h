@@ -11,33 +11,33 @@ int error(int code);
 // The `error` command's view of a code: a few codes are shown with another code's text.
 int error_cmd_show(int code);
 
-int not_allowed(std::string_view what);               // 101
-int required(std::string_view what);                  // 100
-int invalid_text(std::string_view text);              // 198
-int invalid_name(std::string_view word);              // 198
-int invalid_varname(std::string_view word);           // 198
-int already_defined(std::string_view word);           // 110
-int ambiguous(std::string_view word);                 // 111
-int not_found(std::string_view word);                 // 111
-int not_labeled(std::string_view word);               // 182
-int matrix_not_found(std::string_view name);          // 111
-int label_not_found(std::string_view name);           // 111
-int regressor_not_found(std::string_view name);       // 111
-int variable_not_found(std::string_view name);        // 111
-int equation_not_found(std::string_view name);        // 111
-int equation_missing(std::string_view name);          // 303
-int macro_not_found(std::string_view name);           // 111
-int unmatched_quote();                                // 198
-int quotes_unbalanced();                              // 198
-int brace_not_found();                                // 198
-int code_after_brace(char c);                         // 198
-int no_observations();                                // 0, text class
-int op_too_long(std::string_view name);               // 1000
-int op_invalid_diff(std::string_view name);           // 198
-int found_where_expected(std::string_view found, std::string_view expected);  // 198
-int file_error(int code, std::string_view name);      // the code (697, 698 are notes)
-int numlist_error(int code, bool single);             // the code
-int out_of_memory_for(std::string_view name, int storetype);  // 0; the caller returns 950
+int not_allowed(std::string_view what);                                      // 101
+int required(std::string_view what);                                         // 100
+int invalid_text(std::string_view text);                                     // 198
+int invalid_name(std::string_view word);                                     // 198
+int invalid_varname(std::string_view word);                                  // 198
+int already_defined(std::string_view word);                                  // 110
+int ambiguous(std::string_view word);                                        // 111
+int not_found(std::string_view word);                                        // 111
+int not_labeled(std::string_view word);                                      // 182
+int matrix_not_found(std::string_view name);                                 // 111
+int label_not_found(std::string_view name);                                  // 111
+int regressor_not_found(std::string_view name);                              // 111
+int variable_not_found(std::string_view name);                               // 111
+int equation_not_found(std::string_view name);                               // 111
+int equation_missing(std::string_view name);                                 // 303
+int macro_not_found(std::string_view name);                                  // 111
+int unmatched_quote();                                                       // 198
+int quotes_unbalanced();                                                     // 198
+int brace_not_found();                                                       // 198
+int code_after_brace(char c);                                                // 198
+int no_observations();                                                       // 0, text class
+int op_too_long(std::string_view name);                                      // 1000
+int op_invalid_diff(std::string_view name);                                  // 198
+int found_where_expected(std::string_view found, std::string_view expected); // 198
+int file_error(int code, std::string_view name);                             // the code (697, 698 are notes)
+int numlist_error(int code, bool single);                                    // the code
+int out_of_memory_for(std::string_view name, int storetype);                 // 0; the caller returns 950
 
 // The `error` command: error exp.
 int cmd_error(int);
@@ -45,4 +45,4 @@ int cmd_error(int);
 // Session flag: empty groups are normal (2000 becomes a note); set while a by-group runs.
 extern bool empty_groups_normal;
 
-}  // namespace session
+} // namespace session

@@ -17,15 +17,18 @@ int hexdigit(char c) {
     return -1;
 }
 
-}  // namespace
+} // namespace
 
 // hexfloat := ['-'] hexdigits ['.' hexdigits] ('x'|'X') ['+'|'-'] hexdigits
 bool hexfloat(const char *text, double *out) {
     const char *p = text;
     bool neg = false;
-    if (*p == '-') { neg = true; ++p; }
+    if (*p == '-') {
+        neg = true;
+        ++p;
+    }
     uint64_t mant = 0;
-    int shift = 0;  // binary places after the point held in mant
+    int shift = 0; // binary places after the point held in mant
     int digits = 0;
     bool any = false;
     for (; hexdigit(*p) >= 0; ++p) {
@@ -38,7 +41,7 @@ bool hexfloat(const char *text, double *out) {
         ++p;
         for (; hexdigit(*p) >= 0; ++p) {
             if (digits >= 15) {
-                if (hexdigit(*p) != 0) return false;  // more precision than a double holds
+                if (hexdigit(*p) != 0) return false; // more precision than a double holds
                 continue;
             }
             mant = mant * 16 + hexdigit(*p);
@@ -50,7 +53,10 @@ bool hexfloat(const char *text, double *out) {
     if (!any || (*p != 'x' && *p != 'X')) return false;
     ++p;
     bool eneg = false;
-    if (*p == '+' || *p == '-') { eneg = *p == '-'; ++p; }
+    if (*p == '+' || *p == '-') {
+        eneg = *p == '-';
+        ++p;
+    }
     int e = 0;
     bool edig = false;
     for (; hexdigit(*p) >= 0; ++p) {
@@ -99,4 +105,4 @@ bool compute_limits() {
     return true;
 }
 
-}  // namespace session
+} // namespace session

@@ -15,8 +15,8 @@ struct Limits {
     double legacy_missing; // missing in data files older than format 108
     double maxdouble;      // largest non-missing double
     double neg_maxdouble;
-    double mindouble;      // smallest (most negative) double
-    double tiny_normal;    // smallest positive normalised double above the guard
+    double mindouble;   // smallest (most negative) double
+    double tiny_normal; // smallest positive normalised double above the guard
     double epsdouble;
     double smallestdouble; // smallest positive double
     float maxfloat;
@@ -29,4 +29,4 @@ extern Limits lim;
 // Computes the limits from their texts; false when the reader or the arithmetic self test fails.
 bool compute_limits();
 
-}  // namespace session
+} // namespace session

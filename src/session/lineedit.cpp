@@ -22,12 +22,18 @@ namespace session {
 
 std::string fkey_default(int n) {
     switch (n) {
-    case 1: return "help ";
-    case 2: return "#review;";
-    case 3: return "describe;";
-    case 7: return "save ";
-    case 8: return "use ";
-    default: return "";
+    case 1:
+        return "help ";
+    case 2:
+        return "#review;";
+    case 3:
+        return "describe;";
+    case 7:
+        return "save ";
+    case 8:
+        return "use ";
+    default:
+        return "";
     }
 }
 
@@ -42,7 +48,7 @@ namespace {
 struct Review {
     std::unique_ptr<char[]> ring;
     int size = 0;
-    int pos = 0;  // where the next byte goes; the byte before it is the marker that ends the newest line
+    int pos = 0; // where the next byte goes; the byte before it is the marker that ends the newest line
 };
 Review rv;
 
@@ -56,23 +62,25 @@ void review_ready() {
 int review_lines(int n, std::string *lines) {
     review_ready();
     int R = rv.size;
-    auto at = [&](int d) { return rv.ring[((rv.pos - d) % R + R) % R]; };  // d bytes back from pos
-    int end = 1;  // distance of the marker that ends the current line
+    auto at = [&](int d) { return rv.ring[((rv.pos - d) % R + R) % R]; }; // d bytes back from pos
+    int end = 1; // distance of the marker that ends the current line
     int got = 0;
     while (got < n) {
         int d = end + 1;
-        while (d <= R && at(d) != MARK) ++d;
+        while (d <= R && at(d) != MARK)
+            ++d;
         if (d > R) break;
         std::string &s = lines[got++];
         s.clear();
-        for (int k = d - 1; k > end; --k) s += at(k);
+        for (int k = d - 1; k > end; --k)
+            s += at(k);
         end = d;
         if (end >= R) break;
     }
     return got;
 }
 
-}  // namespace
+} // namespace
 
 void review_init(int size) {
     rv.ring.reset(new char[size]);
@@ -84,7 +92,8 @@ void review_init(int size) {
 void review_add(const char *line) {
     review_ready();
     size_t n = std::strlen(line);
-    while (n > 0 && line[n - 1] == ' ') --n;
+    while (n > 0 && line[n - 1] == ' ')
+        --n;
     if (n == 0 || (int)n > rv.size - 2) return;
     for (size_t i = 0; i < n; ++i) {
         rv.ring[rv.pos] = line[i];
@@ -118,7 +127,7 @@ void review_show(int n, int m) {
         started = true;
         out::out_textf("%d ", k);
         out::out_text(s);
-        if (out::out_newline()) break;  // Break, or q at --more--
+        if (out::out_newline()) break; // Break, or q at --more--
     }
 }
 
@@ -147,8 +156,10 @@ int plain_byte(unsigned char *c) {
             pl.eof = true;
             return 0;
         } else if (errno == EINTR) {
-            if (out::term.resized) out::term.resized = 0;
-            else if (lp.PendingBreak) return -1;
+            if (out::term.resized)
+                out::term.resized = 0;
+            else if (lp.PendingBreak)
+                return -1;
         } else {
             pl.eof = true;
             return 0;
@@ -171,7 +182,7 @@ int read_plain_line(char *buf, int cap) {
         if (r == 0) {
             buf[n] = '\0';
             if (!any) {
-                pl.eof = false;  // a later read may find more (a terminal after its end-of-file key)
+                pl.eof = false; // a later read may find more (a terminal after its end-of-file key)
                 return -1;
             }
             break;
@@ -187,7 +198,7 @@ int read_plain_line(char *buf, int cap) {
             continue;
         }
         if (c < 32 || c > 254) continue;
-        if (n < cap - 1) buf[n++] = (char)c;  // past the capacity the rest of the line is read and dropped
+        if (n < cap - 1) buf[n++] = (char)c; // past the capacity the rest of the line is read and dropped
         ++col;
     }
     buf[n] = '\0';
@@ -196,7 +207,7 @@ int read_plain_line(char *buf, int cap) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 // ---------------------------------------------------------------------------------------------------------
 // The line editor.
@@ -204,8 +215,27 @@ int read_plain_line(char *buf, int cap) {
 namespace {
 
 // What a key does.
-enum Act { A_NONE, A_UP, A_DN, A_RGT, A_LFT, A_HOME, A_EOL, A_BS, A_ERA, A_HACK, A_INS, A_DEL, A_FWD, A_BCK,
-           A_SK, A_PGUP, A_PGDN, A_FKEY, A_ENTER };
+enum Act {
+    A_NONE,
+    A_UP,
+    A_DN,
+    A_RGT,
+    A_LFT,
+    A_HOME,
+    A_EOL,
+    A_BS,
+    A_ERA,
+    A_HACK,
+    A_INS,
+    A_DEL,
+    A_FWD,
+    A_BCK,
+    A_SK,
+    A_PGUP,
+    A_PGDN,
+    A_FKEY,
+    A_ENTER
+};
 
 struct KeyRow {
     int key;
@@ -214,14 +244,37 @@ struct KeyRow {
 
 // Control characters and the codes of the terminal's key sequences.
 constexpr KeyRow key_rows[] = {
-    {15, A_UP},   {out::KEY_UP, A_UP},       {14, A_DN},   {out::KEY_DOWN, A_DN},
-    {12, A_RGT},  {out::KEY_RIGHT, A_RGT},   {8, A_LFT},   {out::KEY_LEFT, A_LFT},
-    {11, A_HOME}, {out::KEY_HOME, A_HOME},   {16, A_EOL},  {out::KEY_END, A_EOL},
-    {20, A_BS},   {127, A_BS},               {out::KEY_BS, A_BS},
-    {21, A_ERA},  {24, A_HACK},              {5, A_INS},   {out::KEY_INS, A_INS},
-    {4, A_DEL},   {out::KEY_DEL, A_DEL},     {9, A_FWD},   {7, A_BCK},
-    {23, A_SK},   {18, A_PGUP},              {out::KEY_PGUP, A_PGUP},
-    {2, A_PGDN},  {out::KEY_PGDN, A_PGDN},   {6, A_FKEY},  {13, A_ENTER},  {10, A_ENTER},
+    {15, A_UP},
+    {out::KEY_UP, A_UP},
+    {14, A_DN},
+    {out::KEY_DOWN, A_DN},
+    {12, A_RGT},
+    {out::KEY_RIGHT, A_RGT},
+    {8, A_LFT},
+    {out::KEY_LEFT, A_LFT},
+    {11, A_HOME},
+    {out::KEY_HOME, A_HOME},
+    {16, A_EOL},
+    {out::KEY_END, A_EOL},
+    {20, A_BS},
+    {127, A_BS},
+    {out::KEY_BS, A_BS},
+    {21, A_ERA},
+    {24, A_HACK},
+    {5, A_INS},
+    {out::KEY_INS, A_INS},
+    {4, A_DEL},
+    {out::KEY_DEL, A_DEL},
+    {9, A_FWD},
+    {7, A_BCK},
+    {23, A_SK},
+    {18, A_PGUP},
+    {out::KEY_PGUP, A_PGUP},
+    {2, A_PGDN},
+    {out::KEY_PGDN, A_PGDN},
+    {6, A_FKEY},
+    {13, A_ENTER},
+    {10, A_ENTER},
 };
 
 Act action_of(int key) {
@@ -238,26 +291,28 @@ struct Ed {
     char *buf;
     int cap;
     int len = 0;
-    int cur = 0;         // byte index of the cursor
+    int cur = 0; // byte index of the cursor
     int plen = 0;
-    int P = 0;           // screen position of the terminal's cursor
-    int shownEnd = 0;    // screen position past the last column that may still show text
-    bool insert = true;  // insert mode (Ctrl-E toggles to overwrite)
-    int recall = 0;      // how far back the last recall went
-    std::string typed;   // the line as typed, kept while recalled lines are shown
+    int P = 0;          // screen position of the terminal's cursor
+    int shownEnd = 0;   // screen position past the last column that may still show text
+    bool insert = true; // insert mode (Ctrl-E toggles to overwrite)
+    int recall = 0;     // how far back the last recall went
+    std::string typed;  // the line as typed, kept while recalled lines are shown
 };
 
 int C() { return out::term.cols > 1 ? out::term.cols : 80; }
 
 int next_ix(const Ed &e, int i) {
     if (i < e.len) ++i;
-    while (i < e.len && cont_byte(e.buf[i])) ++i;
+    while (i < e.len && cont_byte(e.buf[i]))
+        ++i;
     return i;
 }
 
 int prev_ix(const Ed &e, int i) {
     if (i > 0) --i;
-    while (i > 0 && cont_byte(e.buf[i])) --i;
+    while (i > 0 && cont_byte(e.buf[i]))
+        --i;
     return i;
 }
 
@@ -286,7 +341,7 @@ void write_span(Ed &e, int from, int to) {
     size_t plen = std::strlen(out::con.partial);
     for (int P = from; P < to; ++P) {
         if (P < e.plen) {
-            put((size_t)P < plen ? out::con.partial + P : " ", 1);  // a prompt that spans rows
+            put((size_t)P < plen ? out::con.partial + P : " ", 1); // a prompt that spans rows
         } else if (i < e.len) {
             int j = next_ix(e, i);
             put(e.buf + i, j - i);
@@ -312,13 +367,16 @@ void go(Ed &e, int P) {
     int c = C();
     int r1 = e.P / c, c1 = e.P % c, r2 = P / c, c2 = P % c;
     if (r2 < r1) {
-        for (int k = r2; k < r1; ++k) out::term_put(out::term.up);
+        for (int k = r2; k < r1; ++k)
+            out::term_put(out::term.up);
     } else if (r2 > r1) {
-        for (int k = r1; k < r2; ++k) put("\r\n", 2);
+        for (int k = r1; k < r2; ++k)
+            put("\r\n", 2);
         c1 = 0;
     }
     if (c2 < c1) {
-        for (int k = c2; k < c1; ++k) out::term_put(out::term.bc);
+        for (int k = c2; k < c1; ++k)
+            out::term_put(out::term.bc);
     } else if (c2 > c1) {
         write_span(e, r2 * c + c1, r2 * c + c2);
     }
@@ -374,7 +432,8 @@ void erase_bytes(Ed &e, int a, int b) {
 
 void replace_line(Ed &e, const std::string &s) {
     int n = (int)std::min<size_t>(s.size(), (size_t)(e.cap - 1));
-    while (n > 0 && n < (int)s.size() && cont_byte(s[n])) --n;  // never keep half a character
+    while (n > 0 && n < (int)s.size() && cont_byte(s[n]))
+        --n; // never keep half a character
     std::memcpy(e.buf, s.data(), n);
     e.len = n;
     e.cur = n;
@@ -450,10 +509,10 @@ int edit_line(char *buf, int cap) {
     e.cap = cap;
     e.plen = out::con.shownColumn;
     e.P = e.shownEnd = e.plen;
-    out::term.resized = 0;  // the prompt was just drawn at the present size
+    out::term.resized = 0; // the prompt was just drawn at the present size
     settle(e);
     out::term_flush();
-    int pending = 0;  // a key read ahead that still has to be acted on
+    int pending = 0; // a key read ahead that still has to be acted on
     for (;;) {
         int k = pending ? pending : out::term_getkey();
         pending = 0;
@@ -481,8 +540,10 @@ int edit_line(char *buf, int cap) {
             fkey = k - out::KEY_F1 + 1;
         } else if (a == A_FKEY) {
             int d = out::term_getkey();
-            if (d >= '0' && d <= '9') fkey = d == '0' ? 10 : d - '0';
-            else pending = d;
+            if (d >= '0' && d <= '9')
+                fkey = d == '0' ? 10 : d - '0';
+            else
+                pending = d;
             if (d == out::KEY_EOF || d == out::KEY_BREAK) pending = d;
         }
         if (fkey) {
@@ -490,8 +551,10 @@ int edit_line(char *buf, int cap) {
             bool enter = !t.empty() && t.back() == ';';
             if (enter) t.pop_back();
             insert_text(e, t);
-            if (enter) a = A_ENTER;
-            else a = A_NONE;
+            if (enter)
+                a = A_ENTER;
+            else
+                a = A_NONE;
         }
         int c = C();
         switch (a) {
@@ -502,21 +565,33 @@ int edit_line(char *buf, int cap) {
         case A_UP: {
             // Up a row; on the first row there is nothing above, so the previous command comes instead.
             int P = pos_of(e, e.cur);
-            if (P / c > e.plen / c) set_cursor(e, index_at(e, std::max(P - c, e.plen)));
-            else recall(e, e.recall + 1);
+            if (P / c > e.plen / c)
+                set_cursor(e, index_at(e, std::max(P - c, e.plen)));
+            else
+                recall(e, e.recall + 1);
             break;
         }
         case A_DN: {
             // Down a row; on the last row the next command comes instead.
             int P = pos_of(e, e.cur), end = pos_of(e, e.len);
-            if (P / c < end / c) set_cursor(e, index_at(e, std::min(P + c, end)));
-            else if (e.recall > 0) recall(e, e.recall - 1);
+            if (P / c < end / c)
+                set_cursor(e, index_at(e, std::min(P + c, end)));
+            else if (e.recall > 0)
+                recall(e, e.recall - 1);
             break;
         }
-        case A_RGT: set_cursor(e, next_ix(e, e.cur)); break;
-        case A_LFT: set_cursor(e, prev_ix(e, e.cur)); break;
-        case A_HOME: set_cursor(e, 0); break;
-        case A_EOL: set_cursor(e, e.len); break;
+        case A_RGT:
+            set_cursor(e, next_ix(e, e.cur));
+            break;
+        case A_LFT:
+            set_cursor(e, prev_ix(e, e.cur));
+            break;
+        case A_HOME:
+            set_cursor(e, 0);
+            break;
+        case A_EOL:
+            set_cursor(e, e.len);
+            break;
         case A_BS:
             if (e.cur > 0) erase_bytes(e, prev_ix(e, e.cur), e.cur);
             break;
@@ -528,20 +603,24 @@ int edit_line(char *buf, int cap) {
             e.len = e.cur;
             redraw_from(e, e.cur);
             break;
-        case A_INS: e.insert = !e.insert; break;
+        case A_INS:
+            e.insert = !e.insert;
+            break;
         case A_DEL:
             if (e.cur < e.len) erase_bytes(e, e.cur, next_ix(e, e.cur));
             break;
         case A_FWD: {
             if (complete(e)) break;
             int i = e.cur;
-            for (int n = 0; n < 8; ++n) i = next_ix(e, i);
+            for (int n = 0; n < 8; ++n)
+                i = next_ix(e, i);
             set_cursor(e, i);
             break;
         }
         case A_BCK: {
             int i = e.cur;
-            for (int n = 0; n < 8; ++n) i = prev_ix(e, i);
+            for (int n = 0; n < 8; ++n)
+                i = prev_ix(e, i);
             set_cursor(e, i);
             break;
         }
@@ -550,11 +629,14 @@ int edit_line(char *buf, int cap) {
             std::string t(e.buf, e.len);
             char *end;
             long n = std::strtol(t.c_str(), &end, 10);
-            while (*end == ' ') ++end;
+            while (*end == ' ')
+                ++end;
             if (!t.empty() && *end == '\0' && n >= 1 && n <= 100000) recall(e, (int)n);
             break;
         }
-        case A_PGUP: recall(e, e.recall + 1); break;
+        case A_PGUP:
+            recall(e, e.recall + 1);
+            break;
         case A_PGDN:
             if (e.recall > 0) recall(e, e.recall - 1);
             break;
@@ -581,7 +663,7 @@ int edit_line(char *buf, int cap) {
     }
 }
 
-}  // namespace
+} // namespace
 
 int read_terminal_line(char *buf, int cap) {
     if (cap < 1) return -1;
@@ -590,4 +672,4 @@ int read_terminal_line(char *buf, int cap) {
     return edit_line(buf, cap);
 }
 
-}  // namespace session
+} // namespace session

@@ -32,4 +32,4 @@ int review_get(int k, std::string &out);
 // n is held to 0..100; empty lines at the old end are left out.
 void review_show(int n, int m);
 
-}  // namespace session
+} // namespace session

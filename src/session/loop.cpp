@@ -35,12 +35,12 @@ struct FileSource {
     int pos = 0;
     int len = 0;
     bool eof = false;
-    bool pending_cr = false;  // a CR was the last byte read: a following LF belongs to it
-    int comment_depth = 0;    // /* */ nesting carried across lines
-    std::string ahead;          // the rest of a physical line after a ';', read before the buffer
+    bool pending_cr = false; // a CR was the last byte read: a following LF belongs to it
+    int comment_depth = 0;   // /* */ nesting carried across lines
+    std::string ahead;       // the rest of a physical line after a ';', read before the buffer
     size_t ahead_pos = 0;
-    bool echoed_ahead = false;  // the next physical line was echoed with the line before it
-    const char *prompt = nullptr;  // echoed before each physical line (". " for do), none to echo nothing
+    bool echoed_ahead = false;    // the next physical line was echoed with the line before it
+    const char *prompt = nullptr; // echoed before each physical line (". " for do), none to echo nothing
 };
 
 FileSource *file_open(const char *path) {
@@ -68,7 +68,8 @@ int file_byte(FileSource *f) {
         if (f->pos >= f->len) {
             if (f->eof) return -1;
             ssize_t n;
-            do n = ::read(f->fd, f->buf, sizeof f->buf);
+            do
+                n = ::read(f->fd, f->buf, sizeof f->buf);
             while (n < 0 && errno == EINTR && !lp.PendingBreak);
             if (n <= 0) {
                 f->eof = true;
@@ -99,7 +100,8 @@ void echo_physical(const std::string &text, const char *prefix) {
         out::out_text(prefix);
     }
     out::ClassScope cs(out::CLS_INFO);
-    for (size_t i = 0; i < text.size(); i += 500) out::out_text(std::string_view(text).substr(i, 500));
+    for (size_t i = 0; i < text.size(); i += 500)
+        out::out_text(std::string_view(text).substr(i, 500));
     out::out_text("\n");
 }
 
@@ -108,13 +110,15 @@ void echo_physical(const std::string &text, const char *prefix) {
 int file_read_command(FileSource *f, char *out, int cap) {
     int n = 0;
     bool too_long = false;
-    bool in_dq = false;   // inside "..."
-    int cq = 0;           // inside `"..."' (nesting)
+    bool in_dq = false; // inside "..."
+    int cq = 0;         // inside `"..."' (nesting)
     bool seen_text = false;
     bool first_physical = true;
     auto put = [&](char c) {
-        if (n < cap - 1) out[n++] = c;
-        else too_long = true;
+        if (n < cap - 1)
+            out[n++] = c;
+        else
+            too_long = true;
     };
     for (;;) {
         // Read one physical line, expanding tabs and dropping control bytes.
@@ -146,22 +150,27 @@ int file_read_command(FileSource *f, char *out, int cap) {
                 }
                 return 1;
             }
-            break;  // end of file inside a command: what we have is the command
+            break; // end of file inside a command: what we have is the command
         }
         if (!f->echoed_ahead) echo_physical(phys, first_physical ? f->prompt : (f->prompt ? "> " : nullptr));
         f->echoed_ahead = false;
         first_physical = false;
 
         bool joined = false;
-        bool ended = !lp.delimiter_semi;  // in cr mode the line ends at the line end
+        bool ended = !lp.delimiter_semi; // in cr mode the line ends at the line end
         if (lp.delimiter_semi && !phys.empty() && phys[0] == '#' && n == 0) ended = true;
         size_t i = 0;
         for (; i < phys.size(); ++i) {
             char ch = phys[i];
             char nx = i + 1 < phys.size() ? phys[i + 1] : '\0';
             if (f->comment_depth > 0) {
-                if (ch == '/' && nx == '*') { ++f->comment_depth; ++i; }
-                else if (ch == '*' && nx == '/') { --f->comment_depth; ++i; }
+                if (ch == '/' && nx == '*') {
+                    ++f->comment_depth;
+                    ++i;
+                } else if (ch == '*' && nx == '/') {
+                    --f->comment_depth;
+                    ++i;
+                }
                 continue;
             }
             if (in_dq) {
@@ -170,17 +179,45 @@ int file_read_command(FileSource *f, char *out, int cap) {
                 continue;
             }
             if (cq > 0) {
-                if (ch == '`' && nx == '"') { ++cq; put(ch); put(nx); ++i; continue; }
-                if (ch == '"' && nx == '\'') { --cq; put(ch); put(nx); ++i; continue; }
+                if (ch == '`' && nx == '"') {
+                    ++cq;
+                    put(ch);
+                    put(nx);
+                    ++i;
+                    continue;
+                }
+                if (ch == '"' && nx == '\'') {
+                    --cq;
+                    put(ch);
+                    put(nx);
+                    ++i;
+                    continue;
+                }
                 put(ch);
                 continue;
             }
-            if (ch == '`' && nx == '"') { cq = 1; put(ch); put(nx); ++i; seen_text = true; continue; }
-            if (ch == '"') { in_dq = true; put(ch); seen_text = true; continue; }
-            if (ch == '/' && nx == '*') { ++f->comment_depth; ++i; continue; }
+            if (ch == '`' && nx == '"') {
+                cq = 1;
+                put(ch);
+                put(nx);
+                ++i;
+                seen_text = true;
+                continue;
+            }
+            if (ch == '"') {
+                in_dq = true;
+                put(ch);
+                seen_text = true;
+                continue;
+            }
+            if (ch == '/' && nx == '*') {
+                ++f->comment_depth;
+                ++i;
+                continue;
+            }
             if (ch == '/' && nx == '/' && (i == 0 || phys[i - 1] == ' ')) {
                 if (i + 2 < phys.size() && phys[i + 2] == '/' && !lp.delimiter_semi) joined = true;
-                break;  // rest of the line is a comment
+                break; // rest of the line is a comment
             }
             if (lp.delimiter_semi && ch == ';' && !(n == 0 && phys[0] == '#')) {
                 // The command ends here; what follows on the physical line is the next command's.
@@ -202,7 +239,8 @@ int file_read_command(FileSource *f, char *out, int cap) {
         // ';' mode, no terminator yet: a line end becomes one blank once text has been seen.
         if (seen_text) put(' ');
     }
-    while (n > 0 && out[n - 1] == ' ') --n;
+    while (n > 0 && out[n - 1] == ' ')
+        --n;
     out[n] = '\0';
     if (too_long) {
         out::ClassScope cs(out::CLS_ERROR);
@@ -219,7 +257,7 @@ void hash_command(const char *line) {
     const char *w = gettok(SEP_STD);
     std::string word = w;
     if (!word.empty() && cmdmatch(word.c_str(), "delimit", 1)) {
-        if (!lp.curfile) return;  // obeyed only in a file
+        if (!lp.curfile) return; // obeyed only in a file
         std::string arg = gettok(SEP_STD);
         out::ClassScope cs(out::CLS_TEXT);
         if (arg == "cr") {
@@ -247,7 +285,8 @@ void hash_command(const char *line) {
 }
 
 bool skippable(const char *p) {
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return *p == '\0' || *p == '*';
 }
 
@@ -262,7 +301,7 @@ double now_seconds() {
 int read_console_line() {
     int r = read_terminal_line(tk.cmdbuf, maxcmdlen + 1);
     if (r == -1) return 1;
-    if (r == -2) tk.cmdbuf[0] = '\0';  // Break while typing: an empty line
+    if (r == -2) tk.cmdbuf[0] = '\0'; // Break while typing: an empty line
     // The typed line goes to the logs as input; the screen already shows it.
     out::RimuStream *s = out::ch.current;
     if (s == out::ch.console && !st.noninteractive) {
@@ -282,7 +321,7 @@ int read_console_line() {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int getline(int from_program, int prompt_flag) {
     (void)prompt_flag;
@@ -312,16 +351,18 @@ int getline(int from_program, int prompt_flag) {
             out::out_flush();
             r = read_console_line();
             if (r == 1) {
-                out::out_text("\n");  // end the prompt's line before the session ends
+                out::out_text("\n"); // end the prompt's line before the session ends
                 return 1;
             }
         }
         // Strip trailing blanks.
         size_t n = std::strlen(tk.cmdbuf);
-        while (n > 0 && tk.cmdbuf[n - 1] == ' ') tk.cmdbuf[--n] = '\0';
+        while (n > 0 && tk.cmdbuf[n - 1] == ' ')
+            tk.cmdbuf[--n] = '\0';
         out::cmdlog_line(tk.cmdbuf);
         const char *p = tk.cmdbuf;
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         if (*p == '#') {
             hash_command(p);
             if (lp.curfile) continue;
@@ -368,7 +409,7 @@ void report_outcome(int rc, double t0) {
             out::out_rimu("\n{hline 2}Break{hline 2}\n");
         }
         out::ClassScope cs(out::CLS_INFO);
-        out::out_text("");  // the colour of the class, before the markup
+        out::out_text(""); // the colour of the class, before the markup
         out::out_rimuf("{search r(%d):r(%d);}", rc, rc);
         if (!lp.rmsg) out::out_rimu("\n");
     } else if (lp.rmsg) {
@@ -376,7 +417,7 @@ void report_outcome(int rc, double t0) {
         out::out_text("r;");
     }
     if (lp.rmsg) {
-        double el = t0 ? now_seconds() - t0 : 0;  // 0 for the line that turned rmsg on
+        double el = t0 ? now_seconds() - t0 : 0; // 0 for the line that turned rmsg on
         if (el < 0) el = 0;
         lp.rmsg_time = el;
         long hund = (long)(el * 100 + 0.5);
@@ -389,7 +430,7 @@ void report_outcome(int rc, double t0) {
     }
 }
 
-}  // namespace
+} // namespace
 
 int execline() {
     lp.exitlevel = 0;
@@ -459,4 +500,4 @@ void prompt_loop() {
     }
 }
 
-}  // namespace session
+} // namespace session

@@ -5,34 +5,34 @@
 
 namespace session {
 
-struct FileSource;  // a do-file being read (loop.cpp)
+struct FileSource; // a do-file being read (loop.cpp)
 
 struct Loop {
-    uint8_t execflag = 1;        // commands are carried out (0 while a branch is skipped)
-    uint8_t in_prog = 0;         // lines come from a stored program or file rather than the terminal
-    FileSource *curfile = nullptr;  // the do-file being read; none means the terminal
-    void *curprog = nullptr;     // the stored program being run
-    int curline = 0;             // index of its next line
+    uint8_t execflag = 1;          // commands are carried out (0 while a branch is skipped)
+    uint8_t in_prog = 0;           // lines come from a stored program or file rather than the terminal
+    FileSource *curfile = nullptr; // the do-file being read; none means the terminal
+    void *curprog = nullptr;       // the stored program being run
+    int curline = 0;               // index of its next line
     char progname[33] = {};
     char ownername[33] = {};
     char cmdword[33] = {};
     int linerc = 0;
-    uint8_t delimiter_semi = 0;  // #delimit ; in force for the current file
+    uint8_t delimiter_semi = 0; // #delimit ; in force for the current file
     int PendingBreak = 0;
     int breakheld = 0;
     int breakenabled = 1;
-    int execdepth = 0;           // execline calls in progress; a Break is forgotten only at depth 0
+    int execdepth = 0; // execline calls in progress; a Break is forgotten only at depth 0
     uint8_t exitlevel = 0;
     uint8_t exitsession = 0;
-    int capture_rc = 0;          // _rc
+    int capture_rc = 0; // _rc
     int32_t cmdserial = 0;
     int16_t version = 1010;
     uint8_t modernmissing = 1;
     uint8_t rmsg = 0;
     uint8_t loopliteral = 0;
     uint8_t at_prompt = 0;
-    uint8_t byprefix = 0;        // a by-prefix is running this line
-    double rmsg_time = 0;        // c(rmsg_time)
+    uint8_t byprefix = 0; // a by-prefix is running this line
+    double rmsg_time = 0; // c(rmsg_time)
 };
 extern Loop lp;
 
@@ -62,4 +62,4 @@ void set_prompt(FileSource *f, const char *prompt);
 // Runs the prompt loop at the top level until exit or end of input.
 void prompt_loop();
 
-}  // namespace session
+} // namespace session

@@ -61,9 +61,12 @@ int show_table(const double (&fig)[F_COUNT]) {
             out::ClassScope cs(out::CLS_TEXT);
             out::out_text("");
             out::out_blanks(l.indent);
-            if (l.kind == L_HEAD) out::out_rimu(std::string(l.label) + "{col 43}MB");
-            else if (l.kind == L_FIG) out::out_rimu(std::string(l.label) + "{col 35}");
-            else if (l.kind == L_RULE) out::out_rimu("{col 35}{hline 10}");
+            if (l.kind == L_HEAD)
+                out::out_rimu(std::string(l.label) + "{col 43}MB");
+            else if (l.kind == L_FIG)
+                out::out_rimu(std::string(l.label) + "{col 35}");
+            else if (l.kind == L_RULE)
+                out::out_rimu("{col 35}{hline 10}");
         }
         if (l.kind == L_FIG) {
             out::ClassScope cs(out::CLS_RESULT);
@@ -80,7 +83,7 @@ void clear_r() { mat::r_clear(); }
 
 int post_scalar(const char *name, double v) { return mat::r_set_scalar(name, v); }
 
-}  // namespace
+} // namespace
 
 // memory
 int cmd_memory(int) {
@@ -104,18 +107,18 @@ int cmd_memory(int) {
         const char *name;
         double v;
     } results[] = {
-        {"N_cur", (double)f.N_cur},       {"N_curmax", (double)f.N_curmax},
-        {"k_cur", (double)f.k_cur},       {"w_cur", (double)f.w_cur},
-        {"M_total", (double)f.M_total},   {"M_data", (double)f.M_data},
-        {"M_dyn", (double)f.M_dyn},       {"size_ptr", (double)f.size_ptr},
-        {"width", (double)f.width},       {"adosize", (double)memory_adosize()},
-        {"matsize", (double)st.matsize},  {"n_repart", (double)f.n_repart},
-        {"n_shift", (double)f.n_shift},   {"M_oh", (double)f.M_oh},
-        {"M_matsize", fig[F_MATSIZE]},    {"M_dm", fig[F_DM]},
+        {"N_cur", (double)f.N_cur},      {"N_curmax", (double)f.N_curmax},
+        {"k_cur", (double)f.k_cur},      {"w_cur", (double)f.w_cur},
+        {"M_total", (double)f.M_total},  {"M_data", (double)f.M_data},
+        {"M_dyn", (double)f.M_dyn},      {"size_ptr", (double)f.size_ptr},
+        {"width", (double)f.width},      {"adosize", (double)memory_adosize()},
+        {"matsize", (double)st.matsize}, {"n_repart", (double)f.n_repart},
+        {"n_shift", (double)f.n_shift},  {"M_oh", (double)f.M_oh},
+        {"M_matsize", fig[F_MATSIZE]},   {"M_dm", fig[F_DM]},
     };
     for (const auto &r : results)
         if (int rc = post_scalar(r.name, r.v)) return rc;
     return 0;
 }
 
-}  // namespace session
+} // namespace session

@@ -10,4 +10,4 @@ int32_t memory_adosize();
 // memory
 int cmd_memory(int);
 
-}  // namespace session
+} // namespace session

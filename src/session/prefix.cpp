@@ -109,7 +109,8 @@ int month_of(const std::string &m) {
                                   "jul", "aug", "sep", "oct", "nov", "dec"};
     if (m.size() < 3) return 0;
     std::string low;
-    for (char c : m) low.push_back((char)std::tolower((unsigned char)c));
+    for (char c : m)
+        low.push_back((char)std::tolower((unsigned char)c));
     for (int i = 0; i < 12; ++i)
         if (low.compare(0, 3, names[i]) == 0) return i + 1;
     return 0;
@@ -119,17 +120,25 @@ int month_of(const std::string &m) {
 bool parse_born(const std::string &t, int *d, int *m, int *y) {
     size_t i = 0;
     auto skip = [&] {
-        while (i < t.size() && (t[i] == ' ' || t[i] == '-' || t[i] == '/' || t[i] == ',')) ++i;
+        while (i < t.size() && (t[i] == ' ' || t[i] == '-' || t[i] == '/' || t[i] == ','))
+            ++i;
     };
     skip();
     int day = 0, nd = 0;
-    while (i < t.size() && std::isdigit((unsigned char)t[i])) { day = day * 10 + (t[i++] - '0'); ++nd; }
+    while (i < t.size() && std::isdigit((unsigned char)t[i])) {
+        day = day * 10 + (t[i++] - '0');
+        ++nd;
+    }
     skip();
     std::string mon;
-    while (i < t.size() && std::isalpha((unsigned char)t[i])) mon.push_back(t[i++]);
+    while (i < t.size() && std::isalpha((unsigned char)t[i]))
+        mon.push_back(t[i++]);
     skip();
     int year = 0, ny = 0;
-    while (i < t.size() && std::isdigit((unsigned char)t[i])) { year = year * 10 + (t[i++] - '0'); ++ny; }
+    while (i < t.size() && std::isdigit((unsigned char)t[i])) {
+        year = year * 10 + (t[i++] - '0');
+        ++ny;
+    }
     skip();
     int month = month_of(mon);
     if (i != t.size() || nd == 0 || nd > 2 || ny != 4 || !month || day < 1 || day > 31) return false;
@@ -141,8 +150,10 @@ bool parse_born(const std::string &t, int *d, int *m, int *y) {
 
 std::string shown_number(double v) {
     char buf[40];
-    if (v == std::floor(v)) std::snprintf(buf, sizeof buf, "%.0f.0", v);
-    else std::snprintf(buf, sizeof buf, "%.9g", v);
+    if (v == std::floor(v))
+        std::snprintf(buf, sizeof buf, "%.0f.0", v);
+    else
+        std::snprintf(buf, sizeof buf, "%.9g", v);
     return buf;
 }
 
@@ -158,7 +169,7 @@ int run_under(int16_t v, uint8_t mm) {
     return rc;
 }
 
-}  // namespace
+} // namespace
 
 // version [#[.#]] [, missing born(date)] [: command]
 int cmd_version(int) {
@@ -253,4 +264,4 @@ int cmd_sleep(int) {
     return lp.PendingBreak ? 1 : 0;
 }
 
-}  // namespace session
+} // namespace session

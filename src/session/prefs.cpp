@@ -32,7 +32,7 @@ struct Entry {
 };
 
 struct Store {
-    std::string path;  // basedir/basename
+    std::string path; // basedir/basename
     std::vector<Entry> cache;
 };
 
@@ -43,10 +43,14 @@ Store *store_of(int h) { return h >= 0 && h < max_stores ? stores[h].get() : nul
 std::string escaped(std::string_view v) {
     std::string s;
     for (char c : v) {
-        if (c == '\\') s += "\\\\";
-        else if (c == '\t') s += "\\t";
-        else if (c == '\n') s += "\\n";
-        else s.push_back(c);
+        if (c == '\\')
+            s += "\\\\";
+        else if (c == '\t')
+            s += "\\t";
+        else if (c == '\n')
+            s += "\\n";
+        else
+            s.push_back(c);
     }
     return s;
 }
@@ -59,10 +63,14 @@ bool unescaped(std::string_view v, std::string &out) {
             continue;
         }
         if (++i >= v.size()) return false;
-        if (v[i] == '\\') out.push_back('\\');
-        else if (v[i] == 't') out.push_back('\t');
-        else if (v[i] == 'n') out.push_back('\n');
-        else return false;
+        if (v[i] == '\\')
+            out.push_back('\\');
+        else if (v[i] == 't')
+            out.push_back('\t');
+        else if (v[i] == 'n')
+            out.push_back('\n');
+        else
+            return false;
     }
     return true;
 }
@@ -124,11 +132,12 @@ void too_many() {
 
 int session_store = -1;
 
-}  // namespace
+} // namespace
 
 int pref_open(const std::string &basedir, const std::string &basename) {
     int h = 0;
-    while (h < max_stores && stores[h]) ++h;
+    while (h < max_stores && stores[h])
+        ++h;
     if (h == max_stores) return -1;
     auto s = std::make_unique<Store>();
     std::string dir = basedir;
@@ -293,11 +302,12 @@ int handle_arg(int *h) {
 
 int list_entries(const std::vector<Entry> &v) {
     out::ClassScope cs(out::CLS_RESULT);
-    for (const Entry &e : v) out::out_text(e.group + " " + e.key + " = " + e.value + "\n");
+    for (const Entry &e : v)
+        out::out_text(e.group + " " + e.key + " = " + e.value + "\n");
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int cmd_pref(int) {
     std::string sub = gettok(SEP_STD);
@@ -333,8 +343,10 @@ int cmd_pref(int) {
     if (sub == "close" || sub == "write") {
         if (int rc = handle_arg(&h)) return rc;
         if (*tokrest()) return error(198);
-        if (sub == "close") pref_close(h);
-        else pref_write(h);
+        if (sub == "close")
+            pref_close(h);
+        else
+            pref_write(h);
         return 0;
     }
     if (sub == "save" || sub == "get") {
@@ -358,8 +370,10 @@ int cmd_pref(int) {
         std::string t = tokrest();
         if (!t.empty() && t[0] == '"' && t.size() >= 2 && t.back() == '"') t = t.substr(1, t.size() - 2);
         std::string r;
-        if (sub == "encrypt") r = scramble(t);
-        else if (!unscramble(t, r)) return error(198);
+        if (sub == "encrypt")
+            r = scramble(t);
+        else if (!unscramble(t, r))
+            return error(198);
         out::ClassScope cs(out::CLS_RESULT);
         out::out_text(r + "\n");
         return 0;
@@ -367,4 +381,4 @@ int cmd_pref(int) {
     return error(198);
 }
 
-}  // namespace session
+} // namespace session

@@ -32,4 +32,4 @@ bool pref_set(std::string_view group, std::string_view key, std::string_view val
 // pref {dump|cache|open|close|write|save|get|encrypt|decrypt} ...
 int cmd_pref(int);
 
-}  // namespace session
+} // namespace session

@@ -40,21 +40,20 @@ Startup st;
 
 namespace {
 
-const char usage_text[] =
-    "\norvat-px:  usage:  orvat-px [-h -k# -m# -q -s -b] [\"orvat command\"]\n"
-    "        where:\n"
-    "             -h      show this display\n"
-    "             -k#     set data memory to #k, default is 1024\n"
-    "             -m#     set data memory to #m, -m1 same as -k1024\n"
-    "             -q      suppress logo, initialization messages\n"
-    "             -s      \"batch\" mode creating .rimu log\n"
-    "             -b      \"batch\" mode creating .log file\n"
-    "\n"
-    "        Notes:\n"
-    "             xorvat-px is the command to launch the GUI version of Orvat/PX\n"
-    "             orvat-px  is the command to launch the console version of Orvat/PX\n"
-    "\n"
-    "             -b is better than \"orvat-px < filename > filename\".\n";
+const char usage_text[] = "\norvat-px:  usage:  orvat-px [-h -k# -m# -q -s -b] [\"orvat command\"]\n"
+                          "        where:\n"
+                          "             -h      show this display\n"
+                          "             -k#     set data memory to #k, default is 1024\n"
+                          "             -m#     set data memory to #m, -m1 same as -k1024\n"
+                          "             -q      suppress logo, initialization messages\n"
+                          "             -s      \"batch\" mode creating .rimu log\n"
+                          "             -b      \"batch\" mode creating .log file\n"
+                          "\n"
+                          "        Notes:\n"
+                          "             xorvat-px is the command to launch the GUI version of Orvat/PX\n"
+                          "             orvat-px  is the command to launch the console version of Orvat/PX\n"
+                          "\n"
+                          "             -b is better than \"orvat-px < filename > filename\".\n";
 
 constexpr int64_t default_memory = 10485760;
 constexpr int32_t default_maxvar = 5000;
@@ -149,7 +148,8 @@ bool readable(const std::string &p) {
 // Where a profile is looked for: the system directory, the name as it stands, PATH, the system
 // directory again, then the ado path.
 std::string find_profile(const std::string &name) {
-    if (name.find('/') == std::string::npos && readable(st.sysdir_orvat + name)) return st.sysdir_orvat + name;
+    if (name.find('/') == std::string::npos && readable(st.sysdir_orvat + name))
+        return st.sysdir_orvat + name;
     std::string as_is = home_expand(name);
     if (readable(as_is)) return as_is;
     size_t start = 0;
@@ -193,8 +193,8 @@ int open_batch_log(const std::string &cmd) {
             }
         }
     }
-    int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
-                    (mode_t)((st.umask0 ^ 0777) & 0666));
+    int fd =
+        ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, (mode_t)((st.umask0 ^ 0777) & 0666));
     if (fd < 0) {
         std::string m = "unable to open `" + name + "'\n";
         to_stderr(m.c_str());
@@ -212,16 +212,21 @@ std::string initial_command(int argc, char **argv, int first) {
         std::string a = argv[i];
         if (i == first && !a.empty()) {
             std::string low;
-            for (char c : a) low.push_back((char)std::tolower((unsigned char)c));
+            for (char c : a)
+                low.push_back((char)std::tolower((unsigned char)c));
             if (!low.empty() && low.back() == '"') low.pop_back();
             auto ends = [&](const char *sfx) {
                 size_t n = std::strlen(sfx);
                 return low.size() >= n && low.compare(low.size() - n, n, sfx) == 0;
             };
-            if (ends(".dta")) cmd += "use ";
-            else if (ends(".do")) cmd += "do ";
-            else if (ends(".rimu")) cmd += "view ";
-            else if (ends(".gph")) cmd += "graph use ";
+            if (ends(".dta"))
+                cmd += "use ";
+            else if (ends(".do"))
+                cmd += "do ";
+            else if (ends(".rimu"))
+                cmd += "view ";
+            else if (ends(".gph"))
+                cmd += "graph use ";
         }
         cmd += a;
         cmd += ' ';
@@ -234,18 +239,16 @@ void on_sigfpe(int) {
     signal(SIGFPE, on_sigfpe);
 }
 
-void on_sigint(int) {
-    break_signal();
-}
+void on_sigint(int) { break_signal(); }
 
 void install_signals() {
     struct sigaction sa {};
     sa.sa_handler = on_sigfpe;
     sigaction(SIGFPE, &sa, nullptr);
-    signal(SIGPIPE, SIG_IGN);  // a closed standard output must not end the session
+    signal(SIGPIPE, SIG_IGN); // a closed standard output must not end the session
     if (!st.noninteractive) {
         struct sigaction si {};
-        si.sa_handler = on_sigint;  // no SA_RESTART: a blocked read returns so Break is seen
+        si.sa_handler = on_sigint; // no SA_RESTART: a blocked read returns so Break is seen
         sigaction(SIGINT, &si, nullptr);
         struct sigaction sw {};
         sw.sa_handler = out::on_winch;
@@ -280,7 +283,8 @@ void notes() {
     FILE *m = std::fopen((st.sysdir_orvat + "orvat.msg").c_str(), "r");
     if (m) {
         char line[512];
-        while (std::fgets(line, sizeof line, m)) out::out_rimu(line);
+        while (std::fgets(line, sizeof line, m))
+            out::out_rimu(line);
         std::fclose(m);
     }
 }
@@ -304,8 +308,8 @@ void fallback_note() {
 bool allocate_memory() {
     if (st.memory_bytes <= 0 || st.memory_bytes < 102400) st.memory_bytes = default_memory;
     if (data::data_init(st.memory_bytes, st.maxvar, st.matsize) == 0) return true;
-    bool defaults = st.memory_bytes == default_memory && st.maxvar == default_maxvar &&
-                    st.matsize == default_matsize;
+    bool defaults =
+        st.memory_bytes == default_memory && st.maxvar == default_maxvar && st.matsize == default_matsize;
     if (!defaults) {
         to_stderr("Could not initialize using set memory, set maxvar,\n");
         to_stderr("and set matsize preferences and/or start-up options.\n");
@@ -354,7 +358,7 @@ bool locate_leapseconds(char *path, int cap) {
 
 std::unique_ptr<char[]> g_cmdbuf;
 
-}  // namespace
+} // namespace
 
 // The default directories of the ado path, by their sysdir names.
 int set_sysdirs() {
@@ -365,7 +369,8 @@ int set_sysdirs() {
     const char *home = std::getenv("HOME");
     std::string h = home ? with_slash(home) : "~/";
     struct stat sb;
-    bool old_plus = ::stat((h + "ado/ojbplus/").c_str(), &sb) == 0 && ::stat((h + "ado/plus/").c_str(), &sb) != 0;
+    bool old_plus =
+        ::stat((h + "ado/ojbplus/").c_str(), &sb) == 0 && ::stat((h + "ado/plus/").c_str(), &sb) != 0;
     st.sysdirs.UPDATES = sd + "ado/updates/";
     st.sysdirs.BASE = sd + "ado/base/";
     st.sysdirs.SITE = parent + "ado/";
@@ -423,12 +428,25 @@ int session_main(int argc, char **argv) {
         char letter = (char)std::toupper((unsigned char)a[1]);
         long long n = 0;
         switch (letter) {
-        case 'B': st.batchmode = 1; st.logtype_rimu = 0; break;
-        case 'S': st.batchmode = 1; st.logtype_rimu = 1; break;
-        case 'C': st.dp_comma = 1; break;
-        case 'Q': st.quiet = 1; break;
-        case 'L': break;
-        case 'U': swap = true; break;
+        case 'B':
+            st.batchmode = 1;
+            st.logtype_rimu = 0;
+            break;
+        case 'S':
+            st.batchmode = 1;
+            st.logtype_rimu = 1;
+            break;
+        case 'C':
+            st.dp_comma = 1;
+            break;
+        case 'Q':
+            st.quiet = 1;
+            break;
+        case 'L':
+            break;
+        case 'U':
+            swap = true;
+            break;
         case 'K':
             if (!option_number(a + 2, &n) || n < 10 || n > LLONG_MAX / 1024) usage();
             st.memory_bytes = n * 1024;
@@ -565,8 +583,8 @@ int session_main(int argc, char **argv) {
     if (!waiting) {
         st.initstage = 19;
         load_stored_level();
-    }
-    else if (!st.quiet) out::out_text("\n");
+    } else if (!st.quiet)
+        out::out_text("\n");
 
     // Step 14: the profiles, each run as one command.
     for (const char *prof : {"sysprofile.do", "profile.do"}) {
@@ -582,7 +600,8 @@ int session_main(int argc, char **argv) {
 
     // Step 15: the command from the command line.
     if (waiting) {
-        while (!command.empty() && command.back() == ' ') command.pop_back();
+        while (!command.empty() && command.back() == ' ')
+            command.pop_back();
         if (st.batchmode != 2) out::out_echo(". " + command + "\n");
         execute_text(command.c_str());
     }
@@ -615,4 +634,4 @@ void exit_path(int status) {
     std::exit(status);
 }
 
-}  // namespace session
+} // namespace session

@@ -44,14 +44,14 @@ constexpr const char *SET_C = "set_c";
 constexpr const char *MEM_SE_C = "mem_se_c";
 
 enum Kind : uint8_t {
-    K_ONOFF,    // on | off
-    K_INT,      // an integer from lo to hi
-    K_LONG,     // a 64-bit integer, at least lo
-    K_CHOICE,   // one of the words in choices, held as its 1-based position
-    K_TEXT,     // the rest of the line
-    K_IRREL1,   // accepted and ignored: "is irrelvant nowadays"
-    K_IRREL2,   // accepted and ignored: "irrelevant in this version"
-    K_SPECIAL,  // a handler reads and sets the value
+    K_ONOFF,   // on | off
+    K_INT,     // an integer from lo to hi
+    K_LONG,    // a 64-bit integer, at least lo
+    K_CHOICE,  // one of the words in choices, held as its 1-based position
+    K_TEXT,    // the rest of the line
+    K_IRREL1,  // accepted and ignored: "is irrelvant nowadays"
+    K_IRREL2,  // accepted and ignored: "irrelevant in this version"
+    K_SPECIAL, // a handler reads and sets the value
 };
 
 // What a special setting does: read the value with the tokenizer (the rest must be empty), set it,
@@ -61,7 +61,7 @@ using Shower = std::string (*)();
 
 struct SetRow {
     const char *name;
-    int minlen;  // 0: only in exact form; -1: no `set` word, shown by query and c() only
+    int minlen; // 0: only in exact form; -1: no `set` word, shown by query and c() only
     Kind kind;
     bool *b = nullptr;
     int *i = nullptr;
@@ -70,17 +70,18 @@ struct SetRow {
     long long *ll = nullptr;
     const char *choices = nullptr;
     int lo = 0, hi = 0;
-    const char *group = nullptr;  // preference group; null when the setting lasts the session only
+    const char *group = nullptr; // preference group; null when the setting lasts the session only
     Reader read = nullptr;
     Shower show = nullptr;
-    bool numeric = false;  // c() of a special setting is a number
+    bool numeric = false; // c() of a special setting is a number
 };
 
 // ---- value readers ----
 
 std::string rest_trimmed() {
     std::string r = tokrest();
-    while (!r.empty() && r.back() == ' ') r.pop_back();
+    while (!r.empty() && r.back() == ' ')
+        r.pop_back();
     return r;
 }
 
@@ -112,9 +113,12 @@ int read_int_range(int *v, int lo, int hi) {
 
 int read_onoff(bool *v) {
     std::string w = gettok(SEP_STD);
-    if (w == "on") *v = true;
-    else if (w == "off") *v = false;
-    else return required("on or off");
+    if (w == "on")
+        *v = true;
+    else if (w == "off")
+        *v = false;
+    else
+        return required("on or off");
     return end_of_value();
 }
 
@@ -126,7 +130,8 @@ int choice_index(const char *choices, const std::string &w) {
         ++k;
         if (w.size() == n && std::strncmp(p, w.c_str(), n) == 0) return k;
         p += n;
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
     }
     return 0;
 }
@@ -169,10 +174,14 @@ int rd_output() {
     std::string w = gettok(SEP_STD);
     if (w.empty()) return error(198);
     uint8_t lvl;
-    if (cmdmatch(w.c_str(), "proc", 1)) lvl = out::LVL_NORMAL;
-    else if (cmdmatch(w.c_str(), "inform", 1)) lvl = out::LVL_INFORM;
-    else if (cmdmatch(w.c_str(), "error", 1)) lvl = out::LVL_QUIET;
-    else return invalid_text(w);
+    if (cmdmatch(w.c_str(), "proc", 1))
+        lvl = out::LVL_NORMAL;
+    else if (cmdmatch(w.c_str(), "inform", 1))
+        lvl = out::LVL_INFORM;
+    else if (cmdmatch(w.c_str(), "error", 1))
+        lvl = out::LVL_QUIET;
+    else
+        return invalid_text(w);
     if (int rc = end_of_value()) return rc;
     out::ch.OutputLevel = lvl;
     return 0;
@@ -314,9 +323,12 @@ std::string sh_scheme() { return se.scheme; }
 
 std::string memory_text(int64_t b) {
     char buf[40];
-    if (b % 1048576 == 0) std::snprintf(buf, sizeof buf, "%lldM", (long long)(b / 1048576));
-    else if (b % 1024 == 0) std::snprintf(buf, sizeof buf, "%lldk", (long long)(b / 1024));
-    else std::snprintf(buf, sizeof buf, "%lldb", (long long)b);
+    if (b % 1048576 == 0)
+        std::snprintf(buf, sizeof buf, "%lldM", (long long)(b / 1048576));
+    else if (b % 1024 == 0)
+        std::snprintf(buf, sizeof buf, "%lldk", (long long)(b / 1024));
+    else
+        std::snprintf(buf, sizeof buf, "%lldb", (long long)b);
     return buf;
 }
 
@@ -434,27 +446,78 @@ std::string sh_adosize() { return std::to_string(se.adosize); }
 // only in exact form; then values that query and c() show but `set` does not change.
 const SetRow rows[] = {
     {.name = "ANSI", .minlen = 1, .kind = K_IRREL2},
-    {.name = "adosize", .minlen = 1, .kind = K_SPECIAL, .group = SET_C, .read = rd_adosize, .show = sh_adosize, .numeric = true},
+    {.name = "adosize",
+     .minlen = 1,
+     .kind = K_SPECIAL,
+     .group = SET_C,
+     .read = rd_adosize,
+     .show = sh_adosize,
+     .numeric = true},
     {.name = "beep", .minlen = 1, .kind = K_ONOFF, .b = &se.beep},
     {.name = "eolchar", .minlen = 5, .kind = K_IRREL1},
     {.name = "help", .minlen = 1, .kind = K_IRREL2},
-    {.name = "level", .minlen = 1, .kind = K_SPECIAL, .group = SET_C, .read = rd_level, .show = sh_level, .numeric = true},
+    {.name = "level",
+     .minlen = 1,
+     .kind = K_SPECIAL,
+     .group = SET_C,
+     .read = rd_level,
+     .show = sh_level,
+     .numeric = true},
     {.name = "linegap", .minlen = 5, .kind = K_IRREL1},
-    {.name = "linesize", .minlen = 2, .kind = K_SPECIAL, .read = rd_linesize, .show = sh_linesize, .numeric = true},
-    {.name = "matsize", .minlen = 3, .kind = K_SPECIAL, .group = MEM_SE_C, .read = rd_matsize, .show = sh_matsize, .numeric = true},
+    {.name = "linesize",
+     .minlen = 2,
+     .kind = K_SPECIAL,
+     .read = rd_linesize,
+     .show = sh_linesize,
+     .numeric = true},
+    {.name = "matsize",
+     .minlen = 3,
+     .kind = K_SPECIAL,
+     .group = MEM_SE_C,
+     .read = rd_matsize,
+     .show = sh_matsize,
+     .numeric = true},
     {.name = "maxdb", .minlen = 5, .kind = K_IRREL1},
     {.name = "maxiter", .minlen = 7, .kind = K_INT, .i = &se.maxiter, .lo = 0, .hi = 16000, .group = SET_C},
     {.name = "maxobs", .minlen = 4, .kind = K_SPECIAL, .read = rd_oldmemory},
-    {.name = "memory", .minlen = 3, .kind = K_SPECIAL, .group = MEM_SE_C, .read = rd_memory, .show = sh_memory, .numeric = true},
-    {.name = "maxvar", .minlen = 6, .kind = K_SPECIAL, .group = MEM_SE_C, .read = rd_maxvar, .show = sh_maxvar, .numeric = true},
+    {.name = "memory",
+     .minlen = 3,
+     .kind = K_SPECIAL,
+     .group = MEM_SE_C,
+     .read = rd_memory,
+     .show = sh_memory,
+     .numeric = true},
+    {.name = "maxvar",
+     .minlen = 6,
+     .kind = K_SPECIAL,
+     .group = MEM_SE_C,
+     .read = rd_maxvar,
+     .show = sh_maxvar,
+     .numeric = true},
     {.name = "more", .minlen = 2, .kind = K_SPECIAL, .group = SET_C, .read = rd_more, .show = sh_more},
     {.name = "macgphengine", .minlen = 6, .kind = K_IRREL1},
-    {.name = "kilncache", .minlen = 4, .kind = K_INT, .i = &se.kilncache, .lo = 10, .hi = 2097151, .group = SET_C},
+    {.name = "kilncache",
+     .minlen = 4,
+     .kind = K_INT,
+     .i = &se.kilncache,
+     .lo = 10,
+     .hi = 2097151,
+     .group = SET_C},
     {.name = "netdebug", .minlen = 8, .kind = K_ONOFF, .b = &se.netdebug, .group = SET_C},
     {.name = "notifyuser", .minlen = 10, .kind = K_IRREL1},
     {.name = "old_maxvar", .minlen = 4, .kind = K_SPECIAL, .read = rd_oldmemory},
-    {.name = "pagesize", .minlen = 2, .kind = K_SPECIAL, .read = rd_pagesize, .show = sh_pagesize, .numeric = true},
-    {.name = "processors", .minlen = 9, .kind = K_SPECIAL, .read = rd_processors, .show = sh_processors, .numeric = true},
+    {.name = "pagesize",
+     .minlen = 2,
+     .kind = K_SPECIAL,
+     .read = rd_pagesize,
+     .show = sh_pagesize,
+     .numeric = true},
+    {.name = "processors",
+     .minlen = 9,
+     .kind = K_SPECIAL,
+     .read = rd_processors,
+     .show = sh_processors,
+     .numeric = true},
     {.name = "rmsg", .minlen = 1, .kind = K_SPECIAL, .group = SET_C, .read = rd_rmsg, .show = sh_rmsg},
     {.name = "uncompress", .minlen = 10, .kind = K_IRREL2},
     {.name = "varlabelpos", .minlen = 6, .kind = K_IRREL1},
@@ -475,7 +538,12 @@ const SetRow rows[] = {
     {.name = "scrollbufsize", .minlen = 13, .kind = K_IRREL1},
     {.name = "smoothfonts", .minlen = 7, .kind = K_IRREL1},
     {.name = "smoothsize", .minlen = 7, .kind = K_IRREL1},
-    {.name = "searchdefault", .minlen = 7, .kind = K_CHOICE, .i = &se.searchdefault, .choices = "local net all", .group = SET_C},
+    {.name = "searchdefault",
+     .minlen = 7,
+     .kind = K_CHOICE,
+     .i = &se.searchdefault,
+     .choices = "local net all",
+     .group = SET_C},
     {.name = "seed", .minlen = 2, .kind = K_SPECIAL, .read = rd_seed, .show = sh_seed},
     {.name = "seed0", .minlen = 5, .kind = K_LONG, .ll = &se.seed0, .lo = 0},
     {.name = "smalldlg", .minlen = 8, .kind = K_IRREL1},
@@ -487,8 +555,18 @@ const SetRow rows[] = {
     {.name = "noprefix", .minlen = 1, .kind = K_IRREL2},
     {.name = "profiling", .minlen = 9, .kind = K_ONOFF, .b = &se.profiling},
     {.name = "output", .minlen = 2, .kind = K_SPECIAL, .read = rd_output},
-    {.name = "kilnfavor", .minlen = 4, .kind = K_CHOICE, .i = &se.kilnfavor, .choices = "speed space", .group = SET_C},
-    {.name = "logtype", .minlen = 4, .kind = K_SPECIAL, .group = SET_C, .read = rd_logtype, .show = sh_logtype},
+    {.name = "kilnfavor",
+     .minlen = 4,
+     .kind = K_CHOICE,
+     .i = &se.kilnfavor,
+     .choices = "speed space",
+     .group = SET_C},
+    {.name = "logtype",
+     .minlen = 4,
+     .kind = K_SPECIAL,
+     .group = SET_C,
+     .read = rd_logtype,
+     .show = sh_logtype},
     {.name = "icmap", .minlen = 5, .kind = K_IRREL1},
     {.name = "httpproxy", .minlen = 9, .kind = K_ONOFF, .b = &se.httpproxy},
     {.name = "httpproxyauth", .minlen = 10, .kind = K_ONOFF, .b = &se.httpproxyauth},
@@ -507,8 +585,18 @@ const SetRow rows[] = {
     {.name = "kilndebug", .minlen = 0, .kind = K_INT, .i = &se.kilndebug, .lo = 0, .hi = 1000},
     {.name = "type", .minlen = 0, .kind = K_SPECIAL, .group = SET_C, .read = rd_type, .show = sh_type},
     {.name = "scheme", .minlen = 0, .kind = K_SPECIAL, .group = SET_C, .read = rd_scheme, .show = sh_scheme},
-    {.name = "printcolor", .minlen = 0, .kind = K_SPECIAL, .group = SET_C, .read = rd_printcolor, .show = sh_printcolor},
-    {.name = "odbcmgr", .minlen = 0, .kind = K_CHOICE, .i = &se.odbcmgr, .choices = "iodbc unixodbc", .group = SET_C},
+    {.name = "printcolor",
+     .minlen = 0,
+     .kind = K_SPECIAL,
+     .group = SET_C,
+     .read = rd_printcolor,
+     .show = sh_printcolor},
+    {.name = "odbcmgr",
+     .minlen = 0,
+     .kind = K_CHOICE,
+     .i = &se.odbcmgr,
+     .choices = "iodbc unixodbc",
+     .group = SET_C},
     {.name = "dp", .minlen = 0, .kind = K_SPECIAL, .group = SET_C, .read = rd_dp, .show = sh_dp},
     {.name = "term", .minlen = 0, .kind = K_TEXT, .s = &se.term},
     {.name = "timeout1", .minlen = 0, .kind = K_INT, .i = &se.timeout1, .lo = 1, .hi = 32000, .group = SET_C},
@@ -522,7 +610,12 @@ const SetRow rows[] = {
     {.name = "update_prompt", .minlen = 0, .kind = K_ONOFF, .b = &se.update_prompt},
     {.name = "update_oride", .minlen = 0, .kind = K_INT, .i = &se.update_oride, .lo = 0, .hi = 1},
     {.name = "sortseed", .minlen = 0, .kind = K_LONG, .ll = &se.sortseed, .lo = 0},
-    {.name = "charset", .minlen = 0, .kind = K_SPECIAL, .group = SET_C, .read = rd_charset, .show = sh_charset},
+    {.name = "charset",
+     .minlen = 0,
+     .kind = K_SPECIAL,
+     .group = SET_C,
+     .read = rd_charset,
+     .show = sh_charset},
     {.name = "log", .minlen = 0, .kind = K_IRREL2},
     {.name = "__profile", .minlen = 0, .kind = K_IRREL2},
     {.name = "obs", .minlen = 0, .kind = K_SPECIAL, .read = rd_obs, .show = sh_obs, .numeric = true},
@@ -552,14 +645,21 @@ bool irrelevant(const SetRow &r) { return r.kind == K_IRREL1 || r.kind == K_IRRE
 // The value as query shows it and as the preference store keeps it.
 std::string value_text(const SetRow &r) {
     switch (r.kind) {
-    case K_ONOFF: return on_off(*r.b);
-    case K_INT: return std::to_string(*r.i);
-    case K_LONG: return std::to_string(*r.ll);
-    case K_CHOICE: return choice_word(r.choices, *r.i);
-    case K_TEXT: return *r.s;
+    case K_ONOFF:
+        return on_off(*r.b);
+    case K_INT:
+        return std::to_string(*r.i);
+    case K_LONG:
+        return std::to_string(*r.ll);
+    case K_CHOICE:
+        return choice_word(r.choices, *r.i);
+    case K_TEXT:
+        return *r.s;
     case K_IRREL1:
-    case K_IRREL2: return "(not relevant)";
-    case K_SPECIAL: return r.show ? r.show() : "";
+    case K_IRREL2:
+        return "(not relevant)";
+    case K_SPECIAL:
+        return r.show ? r.show() : "";
     }
     return "";
 }
@@ -578,8 +678,10 @@ std::string stored_text(const SetRow &r) {
 // Reads and sets the value of r from the tokenizer; the rest of the value text must be empty.
 int apply(const SetRow &r) {
     switch (r.kind) {
-    case K_ONOFF: return read_onoff(r.b);
-    case K_INT: return read_int_range(r.i, r.lo, r.hi);
+    case K_ONOFF:
+        return read_onoff(r.b);
+    case K_INT:
+        return read_int_range(r.i, r.lo, r.hi);
     case K_LONG: {
         long long v;
         if (int rc = read_long(&v)) return rc;
@@ -602,8 +704,10 @@ int apply(const SetRow &r) {
         *r.s = t;
         return 0;
     }
-    case K_SPECIAL: return r.read();
-    default: return 0;
+    case K_SPECIAL:
+        return r.read();
+    default:
+        return 0;
     }
 }
 
@@ -611,13 +715,15 @@ int apply(const SetRow &r) {
 size_t option_comma(const std::string &s) {
     bool dq = false;
     for (size_t i = 0; i < s.size(); ++i) {
-        if (s[i] == '"') dq = !dq;
-        else if (s[i] == ',' && !dq) return i;
+        if (s[i] == '"')
+            dq = !dq;
+        else if (s[i] == ',' && !dq)
+            return i;
     }
     return std::string::npos;
 }
 
-}  // namespace
+} // namespace
 
 // set word [value] [, permanently]
 int cmd_set(int) {
@@ -634,8 +740,10 @@ int cmd_set(int) {
     if (irrelevant(*r)) {
         settok("");
         out::ClassScope cs(out::CLS_TEXT);
-        if (r->kind == K_IRREL1) out::out_text(std::string("(-set ") + r->name + "- is irrelvant nowadays)\n");
-        else out::out_text(std::string("(-set ") + r->name + "- irrelevant in this version of Orvat)\n");
+        if (r->kind == K_IRREL1)
+            out::out_text(std::string("(-set ") + r->name + "- is irrelvant nowadays)\n");
+        else
+            out::out_text(std::string("(-set ") + r->name + "- irrelevant in this version of Orvat)\n");
         return 0;
     }
     if (r->read == rd_conren || r->read == rd_tracehilite) return r->read();
@@ -647,7 +755,8 @@ int cmd_set(int) {
         for (;;) {
             std::string o = gettok(SEP_STD);
             if (o.empty()) break;
-            if (cmdmatch(o.c_str(), "permanently", 4)) perm = true;
+            if (cmdmatch(o.c_str(), "permanently", 4))
+                perm = true;
             else {
                 out::ClassScope cs(out::CLS_ERROR);
                 out::out_error("option " + o + " not allowed\n");
@@ -694,13 +803,17 @@ void apply_stored(const SetRow &r, const std::string &text) {
     } else if (r.read == rd_dp) {
         st.dp_comma = t == "2";
     } else if (r.read == rd_logtype || r.read == rd_charset || r.read == rd_printcolor) {
-        const char *ch = r.read == rd_logtype ? "text rimu" : r.read == rd_charset ? "latin1 mac"
-                                                                                  : "automatic asis gs1 gs2 gs3";
+        const char *ch = r.read == rd_logtype   ? "text rimu"
+                         : r.read == rd_charset ? "latin1 mac"
+                                                : "automatic asis gs1 gs2 gs3";
         int k = std::atoi(t.c_str());
         if (!choice_word(ch, k).empty()) {
-            if (r.read == rd_logtype) se.logtype = k;
-            else if (r.read == rd_charset) se.charset = k;
-            else se.printcolor = k;
+            if (r.read == rd_logtype)
+                se.logtype = k;
+            else if (r.read == rd_charset)
+                se.charset = k;
+            else
+                se.printcolor = k;
         }
     } else {
         settok(t.c_str());
@@ -709,7 +822,7 @@ void apply_stored(const SetRow &r, const std::string &text) {
     out::ch.OutputLevel = level;
 }
 
-}  // namespace
+} // namespace
 
 void load_stored_settings() {
     for (const SetRow &r : rows) {
@@ -739,32 +852,56 @@ namespace {
 // Each row: a setting name, then after '|' the remark shown at column 40.
 const char *const q_memory[] = {"memory", "maxvar|2048-32767; max. vars allowed",
                                 "matsize|10-11000; max. # vars in models", "virtual", nullptr};
-const char *const q_output[] = {"more",    "rmsg",    "dp|may be {res:period} or {res:comma}",
-                                "linesize|characters", "pagesize|lines",
+const char *const q_output[] = {"more",
+                                "rmsg",
+                                "dp|may be {res:period} or {res:comma}",
+                                "linesize|characters",
+                                "pagesize|lines",
                                 "logtype|may be {res:text} or {res:rimu}",
-                                "charset|may be {res:latin1} or {res:mac}", "eolchar", "notifyuser", "playsnd",
-                                "beep",    nullptr};
-const char *const q_interface[] = {"linegap",  "scrollbufsize", "varlabelpos", "reventries",
-                                   "maxdb",    "smalldlg",      "varkeyboard", "revkeyboard",
-                                   "smoothfonts", "cmdtitle",   "textsize",    nullptr};
-const char *const q_graphics[] = {"graphics", "scheme",
-                                  "printcolor|may be {res:automatic}, {res:asis}, {res:gs1}, {res:gs2}, {res:gs3}",
-                                  "copyaspict", "piccomments", "macgphengine", nullptr};
+                                "charset|may be {res:latin1} or {res:mac}",
+                                "eolchar",
+                                "notifyuser",
+                                "playsnd",
+                                "beep",
+                                nullptr};
+const char *const q_interface[] = {"linegap",     "scrollbufsize", "varlabelpos", "reventries",
+                                   "maxdb",       "smalldlg",      "varkeyboard", "revkeyboard",
+                                   "smoothfonts", "cmdtitle",      "textsize",    nullptr};
+const char *const q_graphics[] = {
+    "graphics",
+    "scheme",
+    "printcolor|may be {res:automatic}, {res:asis}, {res:gs1}, {res:gs2}, {res:gs3}",
+    "copyaspict",
+    "piccomments",
+    "macgphengine",
+    nullptr};
 const char *const q_efficiency[] = {"adosize|kilobytes", "processors", nullptr};
-const char *const q_network[] = {"checksum", "timeout1|seconds", "timeout2|seconds",
+const char *const q_network[] = {"checksum",
+                                 "timeout1|seconds",
+                                 "timeout2|seconds",
                                  "searchdefault|may be {res:local}, {res:net}, or {res:all}",
-                                 "httpproxy", "httpproxyhost", "httpproxyport", "httpproxyauth",
-                                 "httpproxyuser", "httpproxypw", nullptr};
+                                 "httpproxy",
+                                 "httpproxyhost",
+                                 "httpproxyport",
+                                 "httpproxyauth",
+                                 "httpproxyuser",
+                                 "httpproxypw",
+                                 nullptr};
 const char *const q_update[] = {"update_query", "update_interval|days", "update_prompt", nullptr};
-const char *const q_trace[] = {"trace",       "tracedepth",  "tracesep", "traceindent",
+const char *const q_trace[] = {"trace",       "tracedepth",  "tracesep",    "traceindent",
                                "traceexpand", "tracenumber", "tracehilite", nullptr};
-const char *const q_kiln[] = {"kilnstrict", "kilnlnum", "kilnoptimize",
-                              "kilnfavor|may be {res:speed} or {res:space}", "kilncache|kilobytes",
-                              "kilnlibs", "kilnkofirst", nullptr};
-const char *const q_other[] = {"type|may be {res:float} or {res:double}", "maxiter|max iterations for estimation",
-                               "level|default confidence level", "seed", "varabbrev",
-                               "odbcmgr|may be {res:iodbc} or {res:unixodbc}", nullptr};
-const char *const q_debug[] = {"netdebug", "profiling", "tracecode", "tracetime", "kilndebug", "tol", nullptr};
+const char *const q_kiln[] = {
+    "kilnstrict",          "kilnlnum", "kilnoptimize", "kilnfavor|may be {res:speed} or {res:space}",
+    "kilncache|kilobytes", "kilnlibs", "kilnkofirst",  nullptr};
+const char *const q_other[] = {"type|may be {res:float} or {res:double}",
+                               "maxiter|max iterations for estimation",
+                               "level|default confidence level",
+                               "seed",
+                               "varabbrev",
+                               "odbcmgr|may be {res:iodbc} or {res:unixodbc}",
+                               nullptr};
+const char *const q_debug[] = {"netdebug",  "profiling", "tracecode", "tracetime",
+                               "kilndebug", "tol",       nullptr};
 
 struct Group {
     const char *word;
@@ -795,9 +932,12 @@ std::string row_name(const char *spec) {
 std::string brace_escaped(const std::string &t) {
     std::string s;
     for (char c : t) {
-        if (c == '{') s += "{c -(}";
-        else if (c == '}') s += "{c )-}";
-        else s.push_back(c);
+        if (c == '{')
+            s += "{c -(}";
+        else if (c == '}')
+            s += "{c )-}";
+        else
+            s.push_back(c);
     }
     return s;
 }
@@ -819,7 +959,7 @@ int show_group(const Group &g, bool first) {
     return out::out_rimu(s);
 }
 
-}  // namespace
+} // namespace
 
 // query [group | born | compilenumber | pagesize | sortseed]
 int cmd_query(int) {
@@ -857,11 +997,13 @@ struct CVal {
 CVal N(double v) { return {false, v, ""}; }
 CVal S(std::string v) { return {true, 0, std::move(v)}; }
 
-const char *const month_abbr[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+const char *const month_abbr[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 const char *const month_full[] = {"January", "February", "March",     "April",   "May",      "June",
                                   "July",    "August",   "September", "October", "November", "December"};
 const char *const wday_abbr[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-const char *const wday_full[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+const char *const wday_full[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                 "Thursday", "Friday", "Saturday"};
 
 std::string joined(const char *const *w, int n) {
     std::string s;
@@ -885,7 +1027,7 @@ std::string global_text(const char *name) {
 }
 
 struct CRow {
-    const char *heading;  // null: shown by c() and not by `creturn list`
+    const char *heading; // null: shown by c() and not by `creturn list`
     const char *name;
     CVal (*get)();
 };
@@ -899,13 +1041,15 @@ const char *const H_DATA = "Current dataset";
 const char *const H_OTHER = "Other";
 
 const CRow crows[] = {
-    {H_SYS, "current_date", [] {
+    {H_SYS, "current_date",
+     [] {
          struct tm t = now_tm();
          char b[40];
          std::snprintf(b, sizeof b, "%d %s %d", t.tm_mday, month_abbr[t.tm_mon], t.tm_year + 1900);
          return S(b);
      }},
-    {H_SYS, "current_time", [] {
+    {H_SYS, "current_time",
+     [] {
          struct tm t = now_tm();
          char b[40];
          std::snprintf(b, sizeof b, "%02d:%02d:%02d", t.tm_hour, t.tm_min, t.tm_sec);
@@ -920,13 +1064,15 @@ const CRow crows[] = {
     {H_SYS, "processors_mach", [] { return N(est::processors_max()); }},
     {H_SYS, "processors_max", [] { return N(est::processors_max()); }},
     {H_SYS, "console", [] { return S("console"); }},
-    {H_SYS, "osdtl", [] {
+    {H_SYS, "osdtl",
+     [] {
          struct utsname u;
          return S(uname(&u) == 0 ? std::string(u.release) : "");
      }},
     {H_SYS, "machine_type", [] { return S("PC (64-bit x86-64)"); }},
     {H_SYS, "byteorder", [] { return S("lohi"); }},
-    {H_SYS, "username", [] {
+    {H_SYS, "username",
+     [] {
          struct passwd *pw = getpwuid(getuid());
          if (pw && pw->pw_name) return S(pw->pw_name);
          const char *u = std::getenv("USER");
@@ -1025,8 +1171,10 @@ bool setting_value(std::string_view name, CVal &v) {
             if (!r || irrelevant(*r)) return false;
             std::string t = value_text(*r);
             if (r->kind == K_INT || r->kind == K_LONG || r->numeric) {
-                if (r->read == rd_memory) v = N((double)st.memory_bytes);
-                else v = N(std::strtod(t.c_str(), nullptr));
+                if (r->read == rd_memory)
+                    v = N((double)st.memory_bytes);
+                else
+                    v = N(std::strtod(t.c_str(), nullptr));
             } else {
                 v = S(t);
             }
@@ -1044,14 +1192,16 @@ bool c_lookup(std::string_view name, CVal &v) {
     return setting_value(name, v);
 }
 
-}  // namespace
+} // namespace
 
 bool creturn_value(std::string_view name, double *num, std::string *str, bool *is_string) {
     CVal v;
     if (!c_lookup(name, v)) return false;
     *is_string = v.str;
-    if (v.str) *str = v.s;
-    else *num = v.num;
+    if (v.str)
+        *str = v.s;
+    else
+        *num = v.num;
     return true;
 }
 
@@ -1067,8 +1217,10 @@ namespace {
 
 int creturn_line(const std::string &name, const CVal &v) {
     std::string s = "{col 5}c(" + name + "){col 25}= ";
-    if (v.str) s += "{res}\"" + brace_escaped(v.s) + "\"{txt}\n";
-    else s += "{res}" + lang::number_text(v.num) + "{txt}\n";
+    if (v.str)
+        s += "{res}\"" + brace_escaped(v.s) + "\"{txt}\n";
+    else
+        s += "{res}" + lang::number_text(v.num) + "{txt}\n";
     out::ClassScope cs(out::CLS_TEXT);
     return out::out_rimu(s);
 }
@@ -1078,7 +1230,7 @@ int creturn_heading(const char *h) {
     return out::out_rimu(std::string("\n{txt}    ") + h + "\n{hline}\n");
 }
 
-}  // namespace
+} // namespace
 
 // creturn list
 int cmd_creturn(int) {
@@ -1130,4 +1282,4 @@ int creturn_for_expressions(const char *name, double *v, char *buf) {
     return 1;
 }
 
-}  // namespace session
+} // namespace session

@@ -15,22 +15,22 @@ int cmd_creturn(int);
 struct Settings {
     int linesize = 79;
     int pagesize = 23;
-    int adosize = 1000;          // units of 1000 bytes
-    int kilncache = 400;         // kilobytes
-    int kilnfavor = 1;           // speed, space
+    int adosize = 1000;  // units of 1000 bytes
+    int kilncache = 400; // kilobytes
+    int kilnfavor = 1;   // speed, space
     bool kilnstrict = false;
     bool kilnkofirst = false;
     bool kilnlnum = false;
     bool kilnoptimize = true;
     int kilndebug = 0;
-    std::string kilnlibs;        // empty: the built-in list
-    int charset = 1;             // latin1, mac
+    std::string kilnlibs; // empty: the built-in list
+    int charset = 1;      // latin1, mac
     bool checksum = false;
-    int logtype = 2;             // text, rimu
+    int logtype = 2; // text, rimu
     int maxiter = 16000;
     bool netdebug = false;
-    int printcolor = 1;          // automatic, asis, gs1, gs2, gs3
-    int searchdefault = 1;       // local, net, all
+    int printcolor = 1;    // automatic, asis, gs1, gs2, gs3
+    int searchdefault = 1; // local, net, all
     int timeout1 = 120;
     int timeout2 = 300;
     bool trace = false;
@@ -43,8 +43,8 @@ struct Settings {
     bool tracehilite_word = false;
     bool tracecode = false;
     bool tracetime = false;
-    int type = 254;              // default storage type: 254 float, 255 double
-    int odbcmgr = 1;             // iodbc, unixodbc
+    int type = 254;  // default storage type: 254 float, 255 double
+    int odbcmgr = 1; // iodbc, unixodbc
     std::string scheme = "s2color";
     std::string level = "95";
     bool beep = true;
@@ -82,4 +82,4 @@ int creturn_for_expressions(const char *name, double *v, char *buf);
 void load_stored_settings();
 void load_stored_level();
 
-}  // namespace session
+} // namespace session

@@ -69,8 +69,10 @@ bool valid_type(int type) { return type >= 1 && type < STORE_TYPES; }
 bool same_name(const StoreRecord *r, const char *name) { return std::strncmp(r->name, name, NAMELEN) == 0; }
 
 void unlink_bucket(StoreRecord *r) {
-    if (r->hashprev) r->hashprev->hashnext = r->hashnext;
-    else buckets[r->bucket] = r->hashnext;
+    if (r->hashprev)
+        r->hashprev->hashnext = r->hashnext;
+    else
+        buckets[r->bucket] = r->hashnext;
     if (r->hashnext) r->hashnext->hashprev = r->hashprev;
     r->hashprev = r->hashnext = nullptr;
 }
@@ -96,14 +98,15 @@ void default_on_delete_program(void *payload) {
     if (lp.curprog == payload) lp.curprog = nullptr;
 }
 
-}  // namespace
+} // namespace
 
 void (*store_on_delete_program)(void *payload) = default_on_delete_program;
 int store_fail_countdown = 0;
 
 uint32_t store_hash(const char *name) {
     uint32_t h = 0;
-    for (int i = 0; i < NAMELEN && name[i]; ++i) h = h * 31u + (unsigned char)name[i];
+    for (int i = 0; i < NAMELEN && name[i]; ++i)
+        h = h * 31u + (unsigned char)name[i];
     return h % STORE_BUCKETS;
 }
 
@@ -180,8 +183,10 @@ void *store_next(void *payload, int type) {
 
 void *store_walk(void *payload, const char **name_out, int type, int32_t *length_out) {
     StoreRecord *r;
-    if (payload) r = store_header(payload)->typenext;
-    else r = valid_type(type) ? typeheads[type] : nullptr;
+    if (payload)
+        r = store_header(payload)->typenext;
+    else
+        r = valid_type(type) ? typeheads[type] : nullptr;
     if (!r) return nullptr;
     if (name_out) *name_out = r->name;
     if (length_out) *length_out = r->length;
@@ -193,8 +198,10 @@ void store_delete(void *payload) {
     if (!r) return;
     if (r->type == ST_PROGRAM && store_on_delete_program) store_on_delete_program(payload);
     unlink_bucket(r);
-    if (r->typeprev) r->typeprev->typenext = r->typenext;
-    else typeheads[r->type] = r->typenext;
+    if (r->typeprev)
+        r->typeprev->typenext = r->typenext;
+    else
+        typeheads[r->type] = r->typenext;
     if (r->typenext) r->typenext->typeprev = r->typeprev;
     total_bytes -= (int64_t)HEADER + r->allocated;
     --total_count;
@@ -203,11 +210,12 @@ void store_delete(void *payload) {
 
 void store_drop_type(int type) {
     if (!valid_type(type)) return;
-    while (typeheads[type]) store_delete(payload_of(typeheads[type]));
+    while (typeheads[type])
+        store_delete(payload_of(typeheads[type]));
 }
 
 int64_t store_bytes() { return total_bytes; }
 
 int64_t store_count() { return total_count; }
 
-}  // namespace session
+} // namespace session

@@ -6,21 +6,50 @@
 namespace session {
 
 inline constexpr int STORE_BUCKETS = 20009;
-inline constexpr int STORE_TYPES = 4496;  // list heads; type numbers 1 to 4495
+inline constexpr int STORE_TYPES = 4496; // list heads; type numbers 1 to 4495
 inline constexpr int NAMELEN = 32;
 
 // Type numbers.
 enum : int {
-    ST_VALLABEL = 1, ST_GLOBAL = 2, ST_VARLIST = 3, ST_LASTCMD = 4, ST_ESTRESULT = 5, ST_VARLABEL = 6,
-    ST_PROGRAM = 7, ST_MATRIX = 9, ST_MATRIX_R = 10, ST_MATRIX_C = 11, ST_CMDBUF = 12, ST_CONSTRAINT = 13,
-    ST_GRAPH = 14, ST_SCALAR = 15, ST_ESTPRESERVE = 16, ST_CHAR = 17, ST_POSTFILE = 18, ST_TMPMATRIX = 19,
-    ST_R_SCALAR = 20, ST_R_MACRO = 21, ST_R_MATRIX = 22, ST_E_SCALAR = 25, ST_E_MACRO = 26, ST_E_MATRIX = 27,
-    ST_S_MACRO = 30, ST_PLUGIN = 31, ST_BYOBS = 33, ST_FILEHANDLE = 36, ST_PROGINDEX = 37,
-    ST_HELD_FIRST = 50, ST_HELD_LAST = 3360,
-    ST_LOCAL_FIRST = 3361, ST_LOCAL_LAST = 3424,          // one per level
-    ST_RETSCALAR_FIRST = 3425, ST_RETSCALAR_LAST = 3488,
-    ST_RETMACRO_FIRST = 3489, ST_RETMACRO_LAST = 3552,
-    ST_RETMATRIX_FIRST = 3553, ST_RETMATRIX_LAST = 3744,
+    ST_VALLABEL = 1,
+    ST_GLOBAL = 2,
+    ST_VARLIST = 3,
+    ST_LASTCMD = 4,
+    ST_ESTRESULT = 5,
+    ST_VARLABEL = 6,
+    ST_PROGRAM = 7,
+    ST_MATRIX = 9,
+    ST_MATRIX_R = 10,
+    ST_MATRIX_C = 11,
+    ST_CMDBUF = 12,
+    ST_CONSTRAINT = 13,
+    ST_GRAPH = 14,
+    ST_SCALAR = 15,
+    ST_ESTPRESERVE = 16,
+    ST_CHAR = 17,
+    ST_POSTFILE = 18,
+    ST_TMPMATRIX = 19,
+    ST_R_SCALAR = 20,
+    ST_R_MACRO = 21,
+    ST_R_MATRIX = 22,
+    ST_E_SCALAR = 25,
+    ST_E_MACRO = 26,
+    ST_E_MATRIX = 27,
+    ST_S_MACRO = 30,
+    ST_PLUGIN = 31,
+    ST_BYOBS = 33,
+    ST_FILEHANDLE = 36,
+    ST_PROGINDEX = 37,
+    ST_HELD_FIRST = 50,
+    ST_HELD_LAST = 3360,
+    ST_LOCAL_FIRST = 3361,
+    ST_LOCAL_LAST = 3424, // one per level
+    ST_RETSCALAR_FIRST = 3425,
+    ST_RETSCALAR_LAST = 3488,
+    ST_RETMACRO_FIRST = 3489,
+    ST_RETMACRO_LAST = 3552,
+    ST_RETMATRIX_FIRST = 3553,
+    ST_RETMATRIX_LAST = 3744,
 };
 
 struct StoreRecord {
@@ -60,4 +89,4 @@ extern void (*store_on_delete_program)(void *payload);
 // system had refused it.
 extern int store_fail_countdown;
 
-}  // namespace session
+} // namespace session

@@ -36,7 +36,8 @@ void restoretok(const TokState &st) {
 const char *tokrest() {
     if (!tk.tokpos) return "";
     const char *p = tk.tokpos;
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     return p;
 }
 
@@ -51,10 +52,14 @@ const char *gettok(const char *seps) {
     char *out = tk.token;
     int n = 0;
     const char *p = tk.tokpos ? tk.tokpos : "";
-    while (*p == ' ') ++p;
+    while (*p == ' ')
+        ++p;
     tk.tokstart = p;
     auto put = [&](char c) {
-        if (n < tokenlen) { out[n++] = c; return true; }
+        if (n < tokenlen) {
+            out[n++] = c;
+            return true;
+        }
         return false;
     };
     if (*p == '\0') {
@@ -67,7 +72,10 @@ const char *gettok(const char *seps) {
             if (p[0] == '`' && p[1] == '"') {
                 ++depth;
             } else if (p[0] == '"' && p[1] == '\'') {
-                if (--depth == 0) { p += 2; break; }
+                if (--depth == 0) {
+                    p += 2;
+                    break;
+                }
             }
             if (!put(*p)) break;
             ++p;
@@ -101,4 +109,4 @@ bool cmdmatch(const char *word, const char *name, int minlen) {
     return std::strncmp(word, name, wl) == 0;
 }
 
-}  // namespace session
+} // namespace session

@@ -15,7 +15,7 @@
 #include "session/tok.h"
 
 struct DataFixture : ::testing::Test {
-    std::string line;  // the command text; the tokenizer points into it
+    std::string line; // the command text; the tokenizer points into it
     std::unique_ptr<MsgCapture> cap;
 
     void SetUp() override {

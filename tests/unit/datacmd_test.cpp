@@ -8,9 +8,9 @@
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/varlist.h"
+#include "data_fixture.h"
 #include "lang/macro.h"
 #include "matrix/results.h"
-#include "data_fixture.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -50,8 +50,9 @@ TEST_F(DataCmd, DescribeShowsTheSummaryAndEachVariable) {
     std::snprintf(ds.fmt[1], FMTLEN + 1, "%%6.2f");
     std::snprintf(ds.vallab[0], VNAMELEN + 1, "idlab");
     const char lbl[] = "Price in dollars";
-    ASSERT_NE(session::store_add_copy("price", session::ST_VARLABEL, (int32_t)std::strlen(lbl), lbl, sizeof lbl),
-              nullptr);
+    ASSERT_NE(
+        session::store_add_copy("price", session::ST_VARLABEL, (int32_t)std::strlen(lbl), lbl, sizeof lbl),
+        nullptr);
     std::snprintf(ds.datalabel, LABELLEN + 1, "Test data");
     ds.sortlist[0] = 1;
     ds.sortlist[1] = 0;
@@ -61,22 +62,20 @@ TEST_F(DataCmd, DescribeShowsTheSummaryAndEachVariable) {
     char size[80];
     std::snprintf(size, sizeof size, " size:          88 (%.1f%% of memory free)\n",
                   100.0 * (double)(mi.M_total - 4 * mi.width - 4 * mi.size_ptr) / (double)mi.M_total);
-    EXPECT_EQ(msg(),
-              "Contains data\n"
-              "  obs:           4                            Test data\n"
-              " vars:           3\n" +
-                  std::string(size) +
-                  std::string(79, '-') +
-                  "\n"
-                  "variable        type    format     val. label variable label\n" +
-                  std::string(79, '-') +
-                  "\n"
-                  "id              double  %10.0g     idlab\n"
-                  "price           float   %6.2f                 Price in dollars\n"
-                  "name            str10   %10s\n" +
-                  std::string(79, '-') +
-                  "\n"
-                  "Sorted by:  id\n");
+    EXPECT_EQ(msg(), "Contains data\n"
+                     "  obs:           4                            Test data\n"
+                     " vars:           3\n" +
+                         std::string(size) + std::string(79, '-') +
+                         "\n"
+                         "variable        type    format     val. label variable label\n" +
+                         std::string(79, '-') +
+                         "\n"
+                         "id              double  %10.0g     idlab\n"
+                         "price           float   %6.2f                 Price in dollars\n"
+                         "name            str10   %10s\n" +
+                         std::string(79, '-') +
+                         "\n"
+                         "Sorted by:  id\n");
     EXPECT_EQ(rscalar("N"), 4);
     EXPECT_EQ(rscalar("k"), 3);
     EXPECT_EQ(rscalar("width"), 22);
@@ -97,7 +96,7 @@ TEST_F(DataCmd, DescribeShortListedAndLongNames) {
     EXPECT_EQ(run(cmd_describe, 0, "a_r* pr"), 0);
     EXPECT_NE(msg().find("\na_rather_lon~me byte    %8.0g\nprice "), std::string::npos) << msg();
     EXPECT_EQ(msg().find("\nid "), std::string::npos);
-    EXPECT_EQ(rscalar("k"), 4);  // the results describe the whole dataset
+    EXPECT_EQ(rscalar("k"), 4); // the results describe the whole dataset
     EXPECT_EQ(run(cmd_describe, 0, "a_r*, fullnames"), 0);
     EXPECT_NE(msg().find("\na_rather_long_variable_name\n                byte    %8.0g\n"), std::string::npos)
         << msg();
@@ -185,7 +184,7 @@ TEST_F(DataCmd, CompressAllOrListed) {
     EXPECT_EQ(run(cmd_compress, 0, "name"), 0);
     EXPECT_EQ(msg(), "name was str10 now str1\n");
     EXPECT_EQ(run(cmd_compress, 0, ""), 0);
-    EXPECT_EQ(msg(), "id was double now byte\n");  // price has fractions
+    EXPECT_EQ(msg(), "id was double now byte\n"); // price has fractions
     EXPECT_EQ(ds.vartype[0], T_BYTE);
     EXPECT_EQ(get_num(1, 4), 4);
     EXPECT_EQ(run(cmd_compress, 0, ""), 0);
@@ -235,4 +234,4 @@ TEST_F(DataCmd, RepartitionByWidth) {
     EXPECT_EQ(run(cmd_repart, 0, "0 0"), 198);
 }
 
-}  // namespace
+} // namespace

@@ -16,16 +16,15 @@ namespace {
 
 constexpr double DAY = 86400000.0;
 
-const char LEAPS[] =
-    "* days that ended with a leap second\n"
-    "30jun1972\t31dec1972\n"
-    "\n"
-    "   31dec2016   \n"
-    "*31dec1990 is a comment line too\n"
-    "30jun1981\n";
+const char LEAPS[] = "* days that ended with a leap second\n"
+                     "30jun1972\t31dec1972\n"
+                     "\n"
+                     "   31dec2016   \n"
+                     "*31dec1990 is a comment line too\n"
+                     "30jun1981\n";
 
 class Dates : public ::testing::Test {
-protected:
+  protected:
     static void SetUpTestSuite() { ASSERT_TRUE(session::compute_limits()); }
     void SetUp() override { leap_reset(); }
     void TearDown() override { leap_reset(); }
@@ -40,7 +39,7 @@ std::string show(double v, const char *fmt) {
     return out;
 }
 
-}  // namespace
+} // namespace
 
 // ---- the calendar ----
 
@@ -79,8 +78,8 @@ TEST_F(Dates, EveryDayOfTheRangeRoundTrips) {
 }
 
 TEST_F(Dates, LeapYearsAndCenturyRules) {
-    EXPECT_FALSE(isdot(mdy(2, 29, 2000)));  // divisible by 400
-    EXPECT_TRUE(isdot(mdy(2, 29, 1900)));   // a century
+    EXPECT_FALSE(isdot(mdy(2, 29, 2000))); // divisible by 400
+    EXPECT_TRUE(isdot(mdy(2, 29, 1900)));  // a century
     EXPECT_TRUE(isdot(mdy(2, 29, 1700)));
     EXPECT_FALSE(isdot(mdy(2, 29, 1600)));
     EXPECT_FALSE(isdot(mdy(2, 29, 2004)));
@@ -99,10 +98,10 @@ TEST_F(Dates, LeapYearsAndCenturyRules) {
 }
 
 TEST_F(Dates, PartsOfADay) {
-    EXPECT_EQ(dow(0), 5);  // a Friday
+    EXPECT_EQ(dow(0), 5); // a Friday
     EXPECT_EQ(dow(-1), 4);
     EXPECT_EQ(dow(mdy(1, 1, 2000)), 6);
-    EXPECT_EQ(dow(TD_MIN), 5);  // 01jan0100, proleptic
+    EXPECT_EQ(dow(TD_MIN), 5); // 01jan0100, proleptic
     EXPECT_EQ(day(mdy(7, 14, 1989)), 14);
     EXPECT_EQ(month(mdy(7, 14, 1989)), 7);
     EXPECT_EQ(year(mdy(7, 14, 1989)), 1989);
@@ -115,9 +114,9 @@ TEST_F(Dates, PartsOfADay) {
     EXPECT_TRUE(isdot(year(TD_MIN - 1)));
     EXPECT_EQ(week(mdy(1, 7, 2001)), 1);
     EXPECT_EQ(week(mdy(1, 8, 2001)), 2);
-    EXPECT_EQ(week(mdy(12, 23, 2001)), 51);  // day 357
+    EXPECT_EQ(week(mdy(12, 23, 2001)), 51); // day 357
     EXPECT_EQ(week(mdy(12, 24, 2001)), 52);
-    EXPECT_EQ(week(mdy(12, 31, 2001)), 52);  // the 52nd week takes the rest of the year
+    EXPECT_EQ(week(mdy(12, 31, 2001)), 52); // the 52nd week takes the rest of the year
     EXPECT_EQ(quarter(mdy(3, 31, 2001)), 1);
     EXPECT_EQ(quarter(mdy(4, 1, 2001)), 2);
     EXPECT_EQ(halfyear(mdy(6, 30, 2001)), 1);
@@ -148,15 +147,17 @@ TEST_F(Dates, CoarserKinds) {
     EXPECT_TRUE(isdot(yh(1961, 3)));
     EXPECT_EQ(dofm(ym(2000, 3)), mdy(3, 1, 2000));
     EXPECT_EQ(dofm(-1), mdy(12, 1, 1959));
-    EXPECT_EQ(dofw(51), mdy(12, 23, 1960));  // day 358: the 52nd week
+    EXPECT_EQ(dofw(51), mdy(12, 23, 1960)); // day 358: the 52nd week
     EXPECT_EQ(dofw(52), mdy(1, 1, 1961));
     EXPECT_EQ(dofq(-1), mdy(10, 1, 1959));
     EXPECT_EQ(dofh(1), mdy(7, 1, 1960));
     EXPECT_EQ(dofy(2000), 14610);
     EXPECT_TRUE(isdot(dofy(99)));
     EXPECT_TRUE(isdot(dofy(10000)));
-    for (int m = -22000; m < 30000; m += 7) ASSERT_EQ(mofd(dofm(m)), m);
-    for (int w = -3000; w < 3000; ++w) ASSERT_EQ(wofd(dofw(w)), w);
+    for (int m = -22000; m < 30000; m += 7)
+        ASSERT_EQ(mofd(dofm(m)), m);
+    for (int w = -3000; w < 3000; ++w)
+        ASSERT_EQ(wofd(dofw(w)), w);
 }
 
 // ---- clock times ----
@@ -206,12 +207,14 @@ TEST_F(Dates, LeapTableFaults) {
     EXPECT_EQ(leap.day[0], LEAP_SENTINEL);
 
     std::string many;
-    for (int i = 0; i < LEAP_MAX + 1; ++i) many += "30jun1972\n";
+    for (int i = 0; i < LEAP_MAX + 1; ++i)
+        many += "30jun1972\n";
     EXPECT_EQ(leap_load_text(many), 610);
     EXPECT_EQ(leap.n, 1);
 
     std::string full;
-    for (int i = 0; i < LEAP_MAX; ++i) full += "30jun1972\n";
+    for (int i = 0; i < LEAP_MAX; ++i)
+        full += "30jun1972\n";
     EXPECT_EQ(leap_load_text(full), 0);
 
     // a line is read 120 characters at a time: a date across the cut is two bad tokens
@@ -238,7 +241,7 @@ TEST_F(Dates, LeapTableFromFileAndLocator) {
         return true;
     };
     double c = mdyhms(7, 1, 1972, 0, 0, 0);
-    EXPECT_EQ(Cofc(c), c + 1000);  // read on first need
+    EXPECT_EQ(Cofc(c), c + 1000); // read on first need
     EXPECT_EQ(leap.n, 5);
     leap_locate = nullptr;
     std::remove(path);
@@ -263,7 +266,7 @@ TEST_F(Dates, LeapSecondsShiftClockTimes) {
     EXPECT_EQ(Cofd(mdy(1, 1, 2020)), cofd(mdy(1, 1, 2020)) + 4000);
 
     double leapsec = Cdhms(jun30, 23, 59, 60);
-    EXPECT_EQ(leapsec, cofd(jul1));  // 23:59:60 of 30jun1972 with no leap second before it
+    EXPECT_EQ(leapsec, cofd(jul1)); // 23:59:60 of 30jun1972 with no leap second before it
     EXPECT_EQ(Cmdyhms(6, 30, 1972, 23, 59, 60.25), leapsec + 250);
     EXPECT_TRUE(isdot(Cdhms(jun30 - 1, 23, 59, 60)));
     EXPECT_TRUE(isdot(dhms(jun30, 23, 59, 60)));
@@ -365,7 +368,7 @@ TEST_F(Dates, Literals) {
     EXPECT_EQ(date_literal('c', "13:42"), 49320000);
     EXPECT_EQ(date_literal('c', "9:05:01"), 32701000);
     EXPECT_EQ(date_literal('c', ":30:15"), 1815000);
-    EXPECT_TRUE(isdot(date_literal('c', ":30")));  // every field of the mask must be there
+    EXPECT_TRUE(isdot(date_literal('c', ":30"))); // every field of the mask must be there
     EXPECT_EQ(date_literal('c', "02jan1960"), DAY);
     EXPECT_EQ(date_literal('m', "1960m1"), 0);
     EXPECT_EQ(date_literal('q', "2000q1"), 160);

@@ -21,15 +21,13 @@ struct Shown {
 };
 
 // The code returned and what the user saw.
-template <class F>
-Shown run(F f) {
+template <class F> Shown run(F f) {
     MsgCapture c;
     int rc = f();
     return {rc, c.text()};
 }
 
-template <class F>
-Shown run_raw(F f) {
+template <class F> Shown run_raw(F f) {
     MsgCapture c;
     int rc = f();
     return {rc, c.raw()};
@@ -48,8 +46,7 @@ Shown errcmd(const char *args) {
 }
 
 // True when the message of f is shown at level 3, i.e. it went out in error class.
-template <class F>
-bool shown_when_quiet(F f) {
+template <class F> bool shown_when_quiet(F f) {
     MsgCapture c;
     out::ch.OutputLevel = out::LVL_QUIET;
     f();
@@ -67,7 +64,7 @@ struct Session {
     }
 };
 
-}  // namespace
+} // namespace
 
 TEST(ErrorTable, SampleOfTheTableIsWrittenExactly) {
     const struct {
@@ -170,10 +167,8 @@ TEST(ErrorTable, AliasesReturnThePublicCode) {
         int code, pub;
         const char *text;
     } rows[] = {
-        {5101, 101, "iweights not allowed with robust\n"},
-        {6101, 101, "time-series operators not allowed\n"},
-        {7196, 180, "invalid attempt to modify label\n"},
-        {7197, 198, "invalid file name\n"},
+        {5101, 101, "iweights not allowed with robust\n"}, {6101, 101, "time-series operators not allowed\n"},
+        {7196, 180, "invalid attempt to modify label\n"},  {7197, 198, "invalid file name\n"},
         {7198, 198, "multiple by's not allowed\n"},
     };
     for (const auto &r : rows) {
@@ -247,10 +242,9 @@ TEST(ErrorTable, NoObservationsInByOrWithEmptyGroupsIsANote) {
 
 TEST(ErrorTable, MatsizeRemarkOnlyBelowTheLimit) {
     Session keep;
-    const char *remark =
-        "too many variables or values (matsize too small)\n"
-        "You can increase matsize using the\n"
-        "{cmd:set matsize} command; see help {help matsize}.\n";
+    const char *remark = "too many variables or values (matsize too small)\n"
+                         "You can increase matsize using the\n"
+                         "{cmd:set matsize} command; see help {help matsize}.\n";
     st.matsize = 400;
     EXPECT_EQ(run_raw([] { return error(146); }).text, remark);
     st.matsize = 10999;
@@ -298,12 +292,11 @@ TEST(ErrorTable, TemporaryFileMessageNamesTheDirectory) {
     Session keep;
     st.tmpdir = "/var/tmp/q";
     Shown s = err(914);
-    EXPECT_EQ(s.text,
-              "op. sys. refused to allow Orvat to open temporary file.\n"
-              "    Unix told Orvat the temporary directory is \"/var/tmp/q\".\n"
-              "    Verify the directory exists and is writeable by you.\n"
-              "    You can change the identity of this directory by setting the\n"
-              "    Unix environment variable TMPDIR.\n");
+    EXPECT_EQ(s.text, "op. sys. refused to allow Orvat to open temporary file.\n"
+                      "    Unix told Orvat the temporary directory is \"/var/tmp/q\".\n"
+                      "    Verify the directory exists and is writeable by you.\n"
+                      "    You can change the identity of this directory by setting the\n"
+                      "    Unix environment variable TMPDIR.\n");
     EXPECT_EQ(s.rc, 914);
 }
 
@@ -312,79 +305,77 @@ TEST(ErrorNotes, VariablesNote) {
     st.maxvar = 5000;
     Shown s = run_raw([] { return error(900); });
     EXPECT_EQ(s.rc, 900);
-    EXPECT_EQ(s.text,
-              "no room to add more variables\n"
-              "{p 4 4}\n"
-              "An attempt was made to add a variable that would have\n"
-              "resulted in more than\n5000\nor\n4999\n"
-              "variables (Orvat reserves one variable for its own use).\n"
-              "{p_end}\n"
-              "{p 4 4}\n"
-              "You have the following alternatives:\n"
-              "{p_end}\n"
-              "{p 5 9}\n"
-              "1.  Drop some variables; see help {help drop}.\n"
-              "{p_end}\n"
-              "{p 5 9}\n"
-              "2.  If you are using Orvat/PX, increase maxvar;\n"
-              "see help {help maxvar}.\n"
-              "{p_end}\n");
+    EXPECT_EQ(s.text, "no room to add more variables\n"
+                      "{p 4 4}\n"
+                      "An attempt was made to add a variable that would have\n"
+                      "resulted in more than\n5000\nor\n4999\n"
+                      "variables (Orvat reserves one variable for its own use).\n"
+                      "{p_end}\n"
+                      "{p 4 4}\n"
+                      "You have the following alternatives:\n"
+                      "{p_end}\n"
+                      "{p 5 9}\n"
+                      "1.  Drop some variables; see help {help drop}.\n"
+                      "{p_end}\n"
+                      "{p 5 9}\n"
+                      "2.  If you are using Orvat/PX, increase maxvar;\n"
+                      "see help {help maxvar}.\n"
+                      "{p_end}\n");
 }
 
 TEST(ErrorNotes, ObservationsNote) {
     Shown s = run_raw([] { return error(901); });
-    EXPECT_EQ(s.text,
-              "no room to add more observations\n"
-              "{p 4 4}\n"
-              "An attempt was made to increase the number of\n"
-              "observations beyond what is currently possible.\n"
-              "{p_end}\n"
-              "{p 4 4}\n"
-              "You have the following alternatives:\n"
-              "{p_end}\n"
-              "{p 5 9}\n"
-              "1.  Store your variables more efficiently;\n"
-              "see help {help compress}.\n"
-              "(Think of Orvat's data area as the area of a rectangle;\n"
-              "Orvat can trade off width and length.)\n"
-              "{p_end}\n"
-              "{p 5 9}\n"
-              "2.  Drop some variables or observations;\n"
-              "see help {help drop}.\n"
-              "{p_end}\n"
-              "{p 5 9}\n"
-              "3.  Increase the amount of memory allocated to the\n"
-              "data area using the {cmd:set memory} command;\n"
-              "see help {help memory}.\n"
-              "{p_end}\n");
+    EXPECT_EQ(s.text, "no room to add more observations\n"
+                      "{p 4 4}\n"
+                      "An attempt was made to increase the number of\n"
+                      "observations beyond what is currently possible.\n"
+                      "{p_end}\n"
+                      "{p 4 4}\n"
+                      "You have the following alternatives:\n"
+                      "{p_end}\n"
+                      "{p 5 9}\n"
+                      "1.  Store your variables more efficiently;\n"
+                      "see help {help compress}.\n"
+                      "(Think of Orvat's data area as the area of a rectangle;\n"
+                      "Orvat can trade off width and length.)\n"
+                      "{p_end}\n"
+                      "{p 5 9}\n"
+                      "2.  Drop some variables or observations;\n"
+                      "see help {help drop}.\n"
+                      "{p_end}\n"
+                      "{p 5 9}\n"
+                      "3.  Increase the amount of memory allocated to the\n"
+                      "data area using the {cmd:set memory} command;\n"
+                      "see help {help memory}.\n"
+                      "{p_end}\n");
 }
 
 TEST(ErrorNotes, WidthNoteFollowsBoth902And903) {
-    const std::string note =
-        "{p 4 4}\n"
-        "An attempt was made to add a variable that would have increased\n"
-        "the memory required to store an observation beyond\n"
-        "what is currently possible.\n"
-        "{p_end}\n"
-        "{p 4 4}\n"
-        "You have the following alternatives:\n"
-        "{p_end}\n"
-        "{p 5 9}\n"
-        "1.  Store existing variables more efficiently;\n"
-        "see help {help compress}.\n"
-        "{p_end}\n"
-        "{p 5 9}\n"
-        "2.  Drop some variables or observations;\n"
-        "see help {help drop}.\n"
-        "(Think of Orvat's data area as the area of a rectangle;\n"
-        "Orvat can trade off width and length.)\n"
-        "{p_end}\n"
-        "{p 5 9}\n"
-        "3.  Increase the amount of memory allocated to the\n"
-        "data area using the {cmd:set memory} command;\n"
-        "see help {help memory}.\n"
-        "{p_end}\n";
-    EXPECT_EQ(run_raw([] { return error(902); }).text, "no room to add more variables because of width\n" + note);
+    const std::string note = "{p 4 4}\n"
+                             "An attempt was made to add a variable that would have increased\n"
+                             "the memory required to store an observation beyond\n"
+                             "what is currently possible.\n"
+                             "{p_end}\n"
+                             "{p 4 4}\n"
+                             "You have the following alternatives:\n"
+                             "{p_end}\n"
+                             "{p 5 9}\n"
+                             "1.  Store existing variables more efficiently;\n"
+                             "see help {help compress}.\n"
+                             "{p_end}\n"
+                             "{p 5 9}\n"
+                             "2.  Drop some variables or observations;\n"
+                             "see help {help drop}.\n"
+                             "(Think of Orvat's data area as the area of a rectangle;\n"
+                             "Orvat can trade off width and length.)\n"
+                             "{p_end}\n"
+                             "{p 5 9}\n"
+                             "3.  Increase the amount of memory allocated to the\n"
+                             "data area using the {cmd:set memory} command;\n"
+                             "see help {help memory}.\n"
+                             "{p_end}\n";
+    EXPECT_EQ(run_raw([] { return error(902); }).text,
+              "no room to add more variables because of width\n" + note);
     EXPECT_EQ(run_raw([] { return error(903); }).text,
               "no room to promote variable (e.g., change int to float) because of width\n" + note);
 }
@@ -429,17 +420,16 @@ TEST(ErrorNotes, MatsizeNote) {
     st.matsize = 800;
     Shown s = run_raw([] { return error(908); });
     EXPECT_EQ(s.rc, 908);
-    EXPECT_EQ(s.text,
-              "matsize too small\n"
-              "{p 4 4}\n"
-              "You have attempted to create a matrix with more than\n"
-              "800\nrows or columns or to fit a model with more than\n"
-              "800\nvariables plus ancillary parameters.\n"
-              "{p_end}\n"
-              "{p 4 4}\n"
-              "You need to increase matsize using the\n"
-              "{cmd:set matsize} command; see help {help matsize}.\n"
-              "{p_end}\n");
+    EXPECT_EQ(s.text, "matsize too small\n"
+                      "{p 4 4}\n"
+                      "You have attempted to create a matrix with more than\n"
+                      "800\nrows or columns or to fit a model with more than\n"
+                      "800\nvariables plus ancillary parameters.\n"
+                      "{p_end}\n"
+                      "{p 4 4}\n"
+                      "You need to increase matsize using the\n"
+                      "{cmd:set matsize} command; see help {help matsize}.\n"
+                      "{p_end}\n");
 }
 
 TEST(ErrorHelpers, WordMessages) {

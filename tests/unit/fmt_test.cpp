@@ -16,7 +16,7 @@ using namespace data;
 namespace {
 
 class Fmts : public ::testing::Test {
-protected:
+  protected:
     static void SetUpTestSuite() { ASSERT_TRUE(session::compute_limits()); }
 };
 
@@ -41,7 +41,7 @@ std::string showstr(const char *s, const char *fmt) {
     return out;
 }
 
-}  // namespace
+} // namespace
 
 // ---- grammar ----
 
@@ -98,11 +98,10 @@ TEST_F(Fmts, ParsesStringAndDateForms) {
 
 TEST_F(Fmts, RefusesInvalidFormatsWith120) {
     const char *bad[] = {
-        "%0.0g",  "%300s",  "%245s",   "%245.0g", "%9.9f",   "%9.10g", "%~9.0g", "%~9.2f",
-        "%9.2ec", "%9.2fx", "%9.2gcc", "%22x",    "%21.0x",  "%12H",   "%16X",   "%9s1",
-        "9.0g",   "%",      "%9",      "%9.",     "%9.2",    "%9.2q",  "%.2f",   "%-",
-        "%tgDD",  "%tdQQ",  "%t",      "%tz",     "%~td",    "%tdDD!", "%tds",   "%td DD",
-        "%09s",   "%016H",  "",        "%9.0G",   "%9..2f",  "%-~9s",
+        "%0.0g",   "%300s",  "%245s",  "%245.0g", "%9.9f", "%9.10g", "%~9.0g", "%~9.2f", "%9.2ec", "%9.2fx",
+        "%9.2gcc", "%22x",   "%21.0x", "%12H",    "%16X",  "%9s1",   "9.0g",   "%",      "%9",     "%9.",
+        "%9.2",    "%9.2q",  "%.2f",   "%-",      "%tgDD", "%tdQQ",  "%t",     "%tz",    "%~td",   "%tdDD!",
+        "%tds",    "%td DD", "%09s",   "%016H",   "",      "%9.0G",  "%9..2f", "%-~9s",
     };
     for (const char *b : bad) {
         Fmt f;
@@ -317,15 +316,15 @@ TEST_F(Fmts, ReadsDecimalText) {
     struct Row {
         const char *text;
         double value;
-    } rows[] = {{"1", 1},       {"-1.5", -1.5},  {".5", .5},   {"5.", 5},     {"1e3", 1000},
-                {"1d3", 1000},  {"1D-2", .01},   {"1.5E+2", 150}, {"+2", 2},  {"0007", 7},
-                {"1e-400", 0},  {"-0", 0}};
+    } rows[] = {{"1", 1},      {"-1.5", -1.5},  {".5", .5}, {"5.", 5},   {"1e3", 1000}, {"1d3", 1000},
+                {"1D-2", .01}, {"1.5E+2", 150}, {"+2", 2},  {"0007", 7}, {"1e-400", 0}, {"-0", 0}};
     for (auto &r : rows) {
         ASSERT_TRUE(text_to_number(r.text, v)) << r.text;
         EXPECT_EQ(v, r.value) << r.text;
     }
     const char *bad[] = {"", "1e", "e3", "1.2.3", " 1", "1 ", "0x10", "inf", "nan", "--1", ".", "1f", "d3"};
-    for (const char *b : bad) EXPECT_FALSE(text_to_number(b, v, false)) << b;
+    for (const char *b : bad)
+        EXPECT_FALSE(text_to_number(b, v, false)) << b;
     ASSERT_TRUE(text_to_number("1e400", v));
     EXPECT_EQ(v, session::lim.dot);
 }
@@ -368,7 +367,8 @@ TEST_F(Fmts, TextRoundTripsThroughTheReader) {
         EXPECT_EQ(back, v) << out;
         int n = fmt_number(v, fg, out, sizeof out);
         const char *p = out;
-        while (*p == ' ') ++p;
+        while (*p == ' ')
+            ++p;
         ASSERT_TRUE(text_to_number(std::string_view(p, out + n - p), back)) << out;
         EXPECT_EQ(back, v) << out;
     }

@@ -109,7 +109,7 @@ TEST_F(Frames, SetProcessorsMessagesAndRange) {
         EXPECT_EQ(fr.processorsNow, 2);
         EXPECT_FALSE(fr.adaptiveTeams);
     }
-    processors_init(processors_max() + 5);  // out of range at start-up: 1
+    processors_init(processors_max() + 5); // out of range at start-up: 1
     EXPECT_EQ(fr.processors, 1);
 }
 
@@ -226,7 +226,7 @@ TEST_F(ObsLists, SerialAndParallelGiveTheSameList) {
     processors_init(1);
     ASSERT_EQ(buildobslist_smp(1, 50000, obstest_marker, &mark, one), 0);
     EXPECT_EQ(one, serial);
-    fr.processors = fr.processorsNow = 2;  // the frame's rule, whatever the machine has
+    fr.processors = fr.processorsNow = 2; // the frame's rule, whatever the machine has
     ASSERT_TRUE(choose_team(50000, D_OBSLIST).parallel);
     ASSERT_EQ(buildobslist_smp(1, 50000, obstest_marker, &mark, two), 0);
     EXPECT_EQ(two, serial);
@@ -282,4 +282,4 @@ TEST_F(ObsLists, BreakEmptiesTheListAndReturnsOne) {
     EXPECT_EQ(buildobslist(1, 50000, obstest_marker, &mark, list), 1);
 }
 
-}  // namespace
+} // namespace

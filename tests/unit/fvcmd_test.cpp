@@ -7,8 +7,8 @@
 #include "data/dataset.h"
 #include "data/fvcmd.h"
 #include "data/varlist.h"
-#include "matrix/results.h"
 #include "data_fixture.h"
+#include "matrix/results.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
 #include "session/loop.h"
@@ -164,4 +164,4 @@ TEST_F(Fv, FailuresLeaveTheBlocksOfTheLastGoodList) {
     EXPECT_EQ(cap->text(), before);
 }
 
-}  // namespace
+} // namespace

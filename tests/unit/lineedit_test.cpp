@@ -87,17 +87,17 @@ struct EditFixture : ::testing::Test {
 
 std::string ctl(char c) { return std::string(1, (char)(c & 0x1f)); }
 
-}  // namespace
+} // namespace
 
 // ---- review ring
 
 TEST(Review, NumberedFromTheNewest) {
     review_init(4096);
     std::string s;
-    EXPECT_EQ(review_get(1, s), 1);  // nothing yet
+    EXPECT_EQ(review_get(1, s), 1); // nothing yet
     review_add("first");
-    review_add("second  ");  // trailing blanks are not kept
-    review_add("");          // empty lines are not kept
+    review_add("second  "); // trailing blanks are not kept
+    review_add("");         // empty lines are not kept
     review_add("   ");
     review_add("third");
     ASSERT_EQ(review_get(1, s), 0);
@@ -112,26 +112,27 @@ TEST(Review, NumberedFromTheNewest) {
 
 TEST(Review, WrapAroundKeepsWholeLinesOnly) {
     review_init(32);
-    review_add("aaaaaaaaa");  // 10 bytes with its marker
+    review_add("aaaaaaaaa"); // 10 bytes with its marker
     review_add("bbbbbbbbb");
-    review_add("ccccccccc");  // 30 bytes used
+    review_add("ccccccccc"); // 30 bytes used
     std::string s;
     ASSERT_EQ(review_get(3, s), 0);
     EXPECT_EQ(s, "aaaaaaaaa");
-    review_add("dddd");       // wraps: overwrites the start of the a line
+    review_add("dddd"); // wraps: overwrites the start of the a line
     ASSERT_EQ(review_get(1, s), 0);
     EXPECT_EQ(s, "dddd");
     ASSERT_EQ(review_get(2, s), 0);
     EXPECT_EQ(s, "ccccccccc");
     ASSERT_EQ(review_get(3, s), 0);
     EXPECT_EQ(s, "bbbbbbbbb");
-    EXPECT_EQ(review_get(4, s), 1);  // the a line is cut: gone, not shown in part
-    for (int i = 0; i < 20; ++i) review_add(("x" + std::to_string(i)).c_str());
+    EXPECT_EQ(review_get(4, s), 1); // the a line is cut: gone, not shown in part
+    for (int i = 0; i < 20; ++i)
+        review_add(("x" + std::to_string(i)).c_str());
     ASSERT_EQ(review_get(1, s), 0);
     EXPECT_EQ(s, "x19");
-    ASSERT_EQ(review_get(7, s), 0);  // 7 lines of 4 bytes and the marker before them: 29 bytes
+    ASSERT_EQ(review_get(7, s), 0); // 7 lines of 4 bytes and the marker before them: 29 bytes
     EXPECT_EQ(s, "x13");
-    EXPECT_EQ(review_get(8, s), 1);  // x12 would need the marker at 33 bytes back
+    EXPECT_EQ(review_get(8, s), 1); // x12 would need the marker at 33 bytes back
     review_add("a line that cannot fit in the ring at all");
     ASSERT_EQ(review_get(1, s), 0);
     EXPECT_EQ(s, "x19");
@@ -139,7 +140,8 @@ TEST(Review, WrapAroundKeepsWholeLinesOnly) {
 
 TEST(Review, ShowOldestFirstWithNumbers) {
     review_init(4096);
-    for (const char *l : {"one", "two", "three", "four", "five", "six"}) review_add(l);
+    for (const char *l : {"one", "two", "three", "four", "five", "six"})
+        review_add(l);
     MsgCapture cap;
     review_show(5, 0);
     EXPECT_EQ(cap.text(), "5 two\n4 three\n3 four\n2 five\n1 six\n");
@@ -147,7 +149,7 @@ TEST(Review, ShowOldestFirstWithNumbers) {
     review_show(3, 0);
     EXPECT_EQ(cap.text(), "3 four\n2 five\n1 six\n");
     cap.reset();
-    review_show(5, 2);  // m limits the count, from line n on
+    review_show(5, 2); // m limits the count, from line n on
     EXPECT_EQ(cap.text(), "5 two\n4 three\n");
     cap.reset();
     review_show(0, 0);
@@ -162,7 +164,8 @@ TEST(Review, EmptyOldEndLeftOutAndNHeldTo100) {
     review_show(5, 0);
     EXPECT_EQ(cap.text(), "2 display {x}\n1 two\n");
     cap.reset();
-    for (int i = 0; i < 150; ++i) review_add(("l" + std::to_string(i)).c_str());
+    for (int i = 0; i < 150; ++i)
+        review_add(("l" + std::to_string(i)).c_str());
     review_show(1000, 0);
     std::string t = cap.text();
     EXPECT_EQ(t.substr(0, 9), "100 l50\n9");
@@ -176,7 +179,9 @@ TEST(PlainLines, ControlBytesDroppedTabsExpandedEndOfInput) {
     out::term.editing = false;
     char buf[64];
     {
-        Io io("ab\x01\x02" "c\r\n\tx\nq\x7f\xff" "z\n\nlast");
+        Io io("ab\x01\x02"
+              "c\r\n\tx\nq\x7f\xff"
+              "z\n\nlast");
         ASSERT_EQ(read_terminal_line(buf, sizeof buf), 0);
         EXPECT_STREQ(buf, "abc");
         ASSERT_EQ(read_terminal_line(buf, sizeof buf), 0);
@@ -189,7 +194,7 @@ TEST(PlainLines, ControlBytesDroppedTabsExpandedEndOfInput) {
         EXPECT_STREQ(buf, "last");
         EXPECT_EQ(read_terminal_line(buf, sizeof buf), -1);
         EXPECT_EQ(read_terminal_line(buf, sizeof buf), -1);
-        EXPECT_EQ(io.screen(), "");  // no echo
+        EXPECT_EQ(io.screen(), ""); // no echo
     }
     out::term = saved;
 }
@@ -219,7 +224,9 @@ TEST_F(EditFixture, MovingLeftThenDeletingAndTyping) {
     EXPECT_STREQ(buf, "display \"axc\"");
     ASSERT_EQ(type("abc" + ctl('H') + ctl('H') + ctl('L') + "X\n"), 0);
     EXPECT_STREQ(buf, "abXc");
-    ASSERT_EQ(type("abc\x7f\x7f" "d\r"), 0);  // DEL deletes left
+    ASSERT_EQ(type("abc\x7f\x7f"
+                   "d\r"),
+              0); // DEL deletes left
     EXPECT_STREQ(buf, "ad");
 }
 
@@ -230,14 +237,14 @@ TEST_F(EditFixture, HomeEndDeleteUnderCursorCutErase) {
     EXPECT_STREQ(buf, "abc");
     ASSERT_EQ(type("abc" + ctl('U') + "z\r"), 0);
     EXPECT_STREQ(buf, "z");
-    ASSERT_EQ(type(ctl('D') + ctl('T') + ctl('H') + "q\r"), 0);  // nothing to act on: no harm
+    ASSERT_EQ(type(ctl('D') + ctl('T') + ctl('H') + "q\r"), 0); // nothing to act on: no harm
     EXPECT_STREQ(buf, "q");
 }
 
 TEST_F(EditFixture, InsertToggleOverwrites) {
     ASSERT_EQ(type("abcd" + ctl('K') + ctl('E') + "XY" + ctl('E') + "Z\r"), 0);
     EXPECT_STREQ(buf, "XYZcd");
-    ASSERT_EQ(type("ab" + ctl('E') + "cd\r"), 0);  // overwriting at the end appends
+    ASSERT_EQ(type("ab" + ctl('E') + "cd\r"), 0); // overwriting at the end appends
     EXPECT_STREQ(buf, "abcd");
 }
 
@@ -259,13 +266,13 @@ std::vector<std::string> some_names(std::string_view stem) {
 TEST_F(EditFixture, TabCompletesANameAsFarAsTheNamesAgree) {
     complete_names = some_names;
     ASSERT_EQ(type("list ma\t\r"), 0);
-    EXPECT_STREQ(buf, "list make ");  // one name: completed, then a blank
+    EXPECT_STREQ(buf, "list make "); // one name: completed, then a blank
     ASSERT_EQ(type("list pr\t\r"), 0);
-    EXPECT_STREQ(buf, "list price");  // two names agree up to "price"
+    EXPECT_STREQ(buf, "list price"); // two names agree up to "price"
     ASSERT_EQ(type("list m\t\r"), 0);
-    EXPECT_STREQ(buf, "list m");  // make and mpg agree on nothing more: the line stays
+    EXPECT_STREQ(buf, "list m"); // make and mpg agree on nothing more: the line stays
     ASSERT_EQ(type("x=ma\t+1" + ctl('K') + "\tY\r"), 0);
-    EXPECT_STREQ(buf, "x=make +Y1");  // a name after `=`; at the start of the line Tab moves eight
+    EXPECT_STREQ(buf, "x=make +Y1"); // a name after `=`; at the start of the line Tab moves eight
 }
 
 TEST_F(EditFixture, TabMovesWhenNothingCompletes) {
@@ -289,15 +296,15 @@ TEST_F(EditFixture, RecallPreviousNextAndByNumber) {
     EXPECT_STREQ(buf, "second");
     ASSERT_EQ(type(ctl('R') + ctl('R') + "\r"), 0);
     EXPECT_STREQ(buf, "first");
-    ASSERT_EQ(type(ctl('R') + ctl('R') + ctl('R') + "\r"), 0);  // nothing further back
+    ASSERT_EQ(type(ctl('R') + ctl('R') + ctl('R') + "\r"), 0); // nothing further back
     EXPECT_STREQ(buf, "first");
     ASSERT_EQ(type(ctl('R') + ctl('R') + ctl('B') + "\r"), 0);
     EXPECT_STREQ(buf, "second");
-    ASSERT_EQ(type("ab" + ctl('R') + ctl('B') + "c\r"), 0);  // back to the line as typed
+    ASSERT_EQ(type("ab" + ctl('R') + ctl('B') + "c\r"), 0); // back to the line as typed
     EXPECT_STREQ(buf, "abc");
     ASSERT_EQ(type("2" + ctl('W') + "!\r"), 0);
     EXPECT_STREQ(buf, "first!");
-    ASSERT_EQ(type("x2" + ctl('W') + "\r"), 0);  // not a number: nothing recalled
+    ASSERT_EQ(type("x2" + ctl('W') + "\r"), 0); // not a number: nothing recalled
     EXPECT_STREQ(buf, "x2");
 }
 
@@ -306,9 +313,9 @@ TEST_F(EditFixture, FunctionKeysInsertTextAndSemicolonEnters) {
     EXPECT_STREQ(buf, "#review");
     ASSERT_EQ(type(ctl('F') + "1" + "regress\r"), 0);
     EXPECT_STREQ(buf, "help regress");
-    ASSERT_EQ(type("x" + ctl('F') + "4" + "y\r"), 0);  // F4 has no text
+    ASSERT_EQ(type("x" + ctl('F') + "4" + "y\r"), 0); // F4 has no text
     EXPECT_STREQ(buf, "xy");
-    ASSERT_EQ(type(ctl('F') + "z\r"), 0);  // not a digit: the key counts on its own
+    ASSERT_EQ(type(ctl('F') + "z\r"), 0); // not a digit: the key counts on its own
     EXPECT_STREQ(buf, "z");
     fkey_text = [](int n) { return n == 10 ? std::string("list;") : std::string(); };
     ASSERT_EQ(type(ctl('F') + "0"), 0);
@@ -323,7 +330,7 @@ TEST_F(EditFixture, SequencesOfTheTerminalTable) {
     EXPECT_STREQ(buf, "abXc");
     ASSERT_EQ(type("abc\x1bOD\x1bOD\x1b[3~\r"), 0);
     EXPECT_STREQ(buf, "ac");
-    ASSERT_EQ(type("ab\x1b[1;5Ac\r"), 0);  // a sequence the table doesn't know is dropped whole
+    ASSERT_EQ(type("ab\x1b[1;5Ac\r"), 0); // a sequence the table doesn't know is dropped whole
     EXPECT_STREQ(buf, "abc");
     ASSERT_EQ(type("\x1bOQ"), 0);
     EXPECT_STREQ(buf, "#review");
@@ -349,7 +356,9 @@ TEST_F(EditFixture, EndOfInputAndCapacity) {
     EXPECT_EQ(type("abc"), -1);
     ASSERT_EQ(type("abcdefg\r", 5), 0);
     EXPECT_STREQ(buf, "abcd");
-    ASSERT_EQ(type("\x01\x03\x1b" "a\r"), 0);  // unbound control keys do nothing
+    ASSERT_EQ(type("\x01\x03\x1b"
+                   "a\r"),
+              0); // unbound control keys do nothing
     EXPECT_STREQ(buf, "a");
 }
 

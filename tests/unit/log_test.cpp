@@ -1,6 +1,6 @@
 // Logs and translation: the Rimu head of a log, the log sets' limit, r() of log query, text rendering.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,7 +24,8 @@ std::string slurp(const std::string &path) {
     if (fd < 0) return "(missing)";
     char buf[4096];
     ssize_t n;
-    while ((n = ::read(fd, buf, sizeof buf)) > 0) s.append(buf, (size_t)n);
+    while ((n = ::read(fd, buf, sizeof buf)) > 0)
+        s.append(buf, (size_t)n);
     ::close(fd);
     return s;
 }
@@ -68,7 +69,7 @@ struct LogTest : ::testing::Test {
     std::string path(const char *name) { return dir + "/" + name; }
 };
 
-}  // namespace
+} // namespace
 
 TEST(LogPaths, Extension) {
     EXPECT_EQ(path_extension("a.log"), ".log");
@@ -81,8 +82,8 @@ TEST(LogPaths, Binary) {
     EXPECT_FALSE(looks_binary("plain text\n\tand a tab\n", 22));
     EXPECT_TRUE(looks_binary("a\0b", 3));
     const char ctl[] = "\x01\x02\x03\x04xyzw";
-    EXPECT_TRUE(looks_binary(ctl, 8));            // half control characters
-    EXPECT_FALSE(looks_binary("abcdefghijklmno\x01", 16));  // one in sixteen is still text
+    EXPECT_TRUE(looks_binary(ctl, 8));                     // half control characters
+    EXPECT_FALSE(looks_binary("abcdefghijklmno\x01", 16)); // one in sixteen is still text
 }
 
 TEST(RimuToText, LineDrawingBecomesAscii) {
@@ -111,7 +112,8 @@ TEST(RimuToText, PiecesSplitAnywhere) {
     TextTarget t;
     t.into = &out;
     rimu_to_text_begin(&t);
-    for (char c : std::string("{res}ab{c -(}c\n{hli")) rimu_to_text_feed(&t, std::string_view(&c, 1));
+    for (char c : std::string("{res}ab{c -(}c\n{hli"))
+        rimu_to_text_feed(&t, std::string_view(&c, 1));
     rimu_to_text_feed(&t, "ne 3}\n");
     rimu_to_text_end(&t);
     EXPECT_EQ(out, "ab{c\n---\n");
@@ -136,9 +138,10 @@ TEST_F(LogTest, RimuLogRecordsTheStyleInForce) {
 }
 
 TEST_F(LogTest, SixthLogIsRefusedAndNothingStaysAttached) {
-    int before = cap->stream->rimuLogs.count;  // the capture's own
+    int before = cap->stream->rimuLogs.count; // the capture's own
     for (int i = before; i < 5; ++i) {
-        std::string cmd = "using " + path(("l" + std::to_string(i)).c_str()) + ".rimu, name(l" + std::to_string(i) + ")";
+        std::string cmd =
+            "using " + path(("l" + std::to_string(i)).c_str()) + ".rimu, name(l" + std::to_string(i) + ")";
         ASSERT_EQ(run(cmd_log, cmd), 0) << i;
     }
     EXPECT_EQ(cap->stream->rimuLogs.count, 5);
@@ -174,7 +177,7 @@ TEST_F(LogTest, QuietTextStaysOutAndPausedTextToo) {
     out_text("hidden\n");
     ch.OutputLevel = level;
     out_text("shown\n");
-    ch.OutputLevel = LVL_QUIET;  // no headers
+    ch.OutputLevel = LVL_QUIET; // no headers
     ASSERT_EQ(run(cmd_log, "off"), 0);
     ch.OutputLevel = level;
     out_text("paused\n");

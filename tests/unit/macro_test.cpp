@@ -45,14 +45,16 @@ struct Globals {
         names.push_back(n);
     }
     ~Globals() {
-        for (const std::string &n : names) lang::macro_drop(n.c_str());
+        for (const std::string &n : names)
+            lang::macro_drop(n.c_str());
     }
 };
 
 TEST(Expand, ChainOfTwentyReplacementsAtOnePositionIsAllowed) {
     Globals g;
     // m0 holds $m1, ..., m19 holds $m20, m20 holds the end: $m1 takes 20 replacements, $m0 21.
-    for (int i = 0; i < 20; ++i) g.set("m" + std::to_string(i), "$m" + std::to_string(i + 1));
+    for (int i = 0; i < 20; ++i)
+        g.set("m" + std::to_string(i), "$m" + std::to_string(i + 1));
     g.set("m20", "end");
     Expanded ok = expand("x $m1 y");
     EXPECT_EQ(ok.rc, 0);
@@ -72,7 +74,7 @@ TEST(Expand, LineMustStayShorterThanTheLimit) {
     EXPECT_EQ(ok.line.size(), (size_t)maxmaclen - 1);
     Expanded bad = expand("${big}" + pad_ok + "b");
     EXPECT_EQ(bad.rc, 920);
-    EXPECT_EQ(bad.line, "${big}" + pad_ok + "b");  // the line is left alone
+    EXPECT_EQ(bad.line, "${big}" + pad_ok + "b"); // the line is left alone
 }
 
 TEST(Expand, BackslashesByVersion) {
@@ -90,7 +92,7 @@ TEST(Expand, NamesAndForms) {
     Globals g;
     g.set("x", "X");
     g.set("y", "x");
-    g.set("_loc", "L");  // a local of the current level
+    g.set("_loc", "L"); // a local of the current level
     EXPECT_EQ(expand("$x|${x}|$$y|${$y}|$`loc'|`loc'|$xy|$ |$").line, "X|X|X|X||L||$ |$");
     EXPECT_EQ(expand("`\"no'\"'").line, "`\"no'\"'");
     EXPECT_EQ(expand("`loc").line, "`loc");
@@ -105,7 +107,7 @@ TEST(Expand, MacvalIsPassedOver) {
 }
 
 TEST(Expand, IncrementNeedsANumber) {
-    ASSERT_TRUE(compute_limits());  // numbers are written by the display-format code
+    ASSERT_TRUE(compute_limits()); // numbers are written by the display-format code
     Globals g;
     g.set("_i", "9");
     EXPECT_EQ(expand("`i++' `i' `++i' `--i' `i--' `i'").line, "9 10 11 10 10 9");
@@ -147,7 +149,7 @@ TEST(MacroStore, SetInPlaceAndReplace) {
     g.set("grow", "abc");
     const char *p1 = lang::macro_get("grow");
     g.set("grow", "xyz");
-    EXPECT_EQ(lang::macro_get("grow"), p1);  // same length: the block is reused
+    EXPECT_EQ(lang::macro_get("grow"), p1); // same length: the block is reused
     int32_t len = 0;
     g.set("grow", std::string(1000, 'q'));
     ASSERT_NE(lang::macro_get("grow", &len), nullptr);
@@ -166,7 +168,8 @@ TEST(MacroStore, OutOfRoomIs950) {
     store_fail_countdown = 1;
     EXPECT_EQ(lang::macro_set("_nomem", "text"), 950);
     store_fail_countdown = 0;
-    EXPECT_EQ(c.text(), "insufficient memory for global macro nomem\ninsufficient memory for local macro nomem\n");
+    EXPECT_EQ(c.text(),
+              "insufficient memory for global macro nomem\ninsufficient memory for local macro nomem\n");
     EXPECT_EQ(lang::macro_get("nomem"), nullptr);
 }
 
@@ -185,14 +188,15 @@ TEST(Temp, NameForms) {
 }
 
 class Prefs : public ::testing::Test {
-protected:
+  protected:
     std::string dir;
     void SetUp() override {
         char tmpl[] = "/tmp/orvat-prefs-XXXXXX";
         dir = mkdtemp(tmpl);
     }
     void TearDown() override {
-        for (const char *f : {"s.rc", "s.rc.bak", "s.rc.bad", "s.rc.new"}) std::remove((dir + "/" + f).c_str());
+        for (const char *f : {"s.rc", "s.rc.bak", "s.rc.bad", "s.rc.new"})
+            std::remove((dir + "/" + f).c_str());
         rmdir(dir.c_str());
     }
     std::string file(const char *f) {
@@ -241,7 +245,7 @@ TEST_F(Prefs, UnreadableFileIsKeptAsBad) {
     EXPECT_EQ(access((dir + "/s.rc").c_str(), F_OK), -1);
 }
 
-}  // namespace
+} // namespace
 
 // `: type` and `: format` read a variable's storage type and display format; a name that is not a
 // variable fails with its message.
@@ -251,7 +255,7 @@ TEST(ExtendedFunctions, TypeAndFormatOfAVariable) {
     int v = 0;
     ASSERT_EQ(data::add_var("price", 253, &v), 0);
     ASSERT_EQ(data::add_var("make", 18, &v), 0);
-    data::command_start();  // what a new command sees
+    data::command_start(); // what a new command sees
     std::string out;
     EXPECT_EQ(lang::emf_run("type price", out), 0);
     EXPECT_EQ(out, "long");

@@ -14,8 +14,8 @@ struct MsgCapture {
     out::RimuStream *former;
     out::Chan saved;
     std::FILE *log;
-    std::string lines;    // finished lines, each with its newline
-    std::string partial;  // a line shown at a flush and not yet finished
+    std::string lines;   // finished lines, each with its newline
+    std::string partial; // a line shown at a flush and not yet finished
 
     MsgCapture() : stream(out::stream_new()), former(out::ch.current), saved(out::ch), log(std::tmpfile()) {
         stream->width = 254;
@@ -66,7 +66,8 @@ struct MsgCapture {
         }
         for (const char *tag : {"{res}", "{txt}", "{err}", "{com}"}) {
             size_t p;
-            while ((p = all.find(tag)) != std::string::npos) all.erase(p, 5);
+            while ((p = all.find(tag)) != std::string::npos)
+                all.erase(p, 5);
         }
         return all;
     }

@@ -39,11 +39,12 @@ double lookup(char kind, const std::string &name, int *how = nullptr) {
     return v;
 }
 
-}  // namespace
+} // namespace
 
 TEST(ResultScalars, TwentyStayInTheTableTheTwentyFirstSpillsAll) {
     Clean c;
-    for (int i = 1; i <= 20; ++i) ASSERT_EQ(r_set_scalar(("s" + std::to_string(i)).c_str(), i), 0);
+    for (int i = 1; i <= 20; ++i)
+        ASSERT_EQ(r_set_scalar(("s" + std::to_string(i)).c_str(), i), 0);
     EXPECT_EQ(res.rfast.count, 20);
     EXPECT_EQ(stored(session::ST_R_SCALAR), 0);
     ASSERT_EQ(r_set_scalar("s21", 21), 0);
@@ -64,8 +65,9 @@ TEST(ResultScalars, TwentyStayInTheTableTheTwentyFirstSpillsAll) {
 
 TEST(ResultScalars, ASpillTheStoreRefusesLeavesTheTableWhole) {
     Clean c;
-    for (int i = 1; i <= 20; ++i) ASSERT_EQ(e_set_scalar(("e" + std::to_string(i)).c_str(), i), 0);
-    session::store_fail_countdown = 5;  // the fifth entry moved fails
+    for (int i = 1; i <= 20; ++i)
+        ASSERT_EQ(e_set_scalar(("e" + std::to_string(i)).c_str(), i), 0);
+    session::store_fail_countdown = 5; // the fifth entry moved fails
     EXPECT_EQ(e_set_scalar("e21", 21), 950);
     session::store_fail_countdown = 0;
     EXPECT_EQ(stored(session::ST_E_SCALAR), 0);

@@ -23,7 +23,7 @@ struct Link {
 
 struct Line {
     std::string text;
-    std::vector<std::pair<int, int>> runs;  // start column, style
+    std::vector<std::pair<int, int>> runs; // start column, style
     int lastEnd = 0;
     std::vector<Link> links;
     std::vector<std::string> markers;
@@ -42,12 +42,15 @@ Line read_image(const uint8_t *img) {
     Line l;
     LineView v = line_view(img);
     l.text.assign(v.text, v.textLength);
-    for (int i = 0; i < v.runCount; ++i) l.runs.push_back({v.runs[2 * i], v.runs[2 * i + 1]});
+    for (int i = 0; i < v.runCount; ++i)
+        l.runs.push_back({v.runs[2 * i], v.runs[2 * i + 1]});
     l.lastEnd = v.lastEnd;
     int pos = 0;
     LinkView lv;
-    while (link_next(v.links, &pos, &lv)) l.links.push_back({lv.start, lv.end, lv.kind, std::string(lv.arg, lv.argLength)});
-    for (const char *m = v.markers; *m; m += std::strlen(m) + 1) l.markers.push_back(m);
+    while (link_next(v.links, &pos, &lv))
+        l.links.push_back({lv.start, lv.end, lv.kind, std::string(lv.arg, lv.argLength)});
+    for (const char *m = v.markers; *m; m += std::strlen(m) + 1)
+        l.markers.push_back(m);
     l.continued = v.continued;
     return l;
 }
@@ -55,7 +58,7 @@ Line read_image(const uint8_t *img) {
 struct Capture {
     std::vector<Line> lines;
     std::vector<std::string> partials;
-    std::vector<std::string> events;  // "L:text" for lines, "MORE" for the prompt
+    std::vector<std::string> events; // "L:text" for lines, "MORE" for the prompt
     std::deque<int> keys;
     int flushes = 0, destroys = 0;
 };
@@ -89,7 +92,7 @@ int capture_sink(void *ctx, const uint8_t *img, int code) {
 }
 
 class Rimu : public ::testing::Test {
-protected:
+  protected:
     RimuStream *s = nullptr;
     Capture cap;
 
@@ -116,7 +119,8 @@ protected:
     }
     std::vector<std::string> texts() const {
         std::vector<std::string> v;
-        for (auto &l : cap.lines) v.push_back(l.text);
+        for (auto &l : cap.lines)
+            v.push_back(l.text);
         return v;
     }
     // The one line a test expects.
@@ -149,9 +153,9 @@ TEST_F(Rimu, ColourDirectivesSetTheColourBits) {
 
 TEST_F(Rimu, EveryColourNameGivesItsColour) {
     const std::pair<const char *, int> names[] = {
-        {"res", 1}, {"result", 1}, {"ye", 1}, {"yellow", 1}, {"txt", 2}, {"text", 2}, {"gr", 2},
-        {"green", 2}, {"err", 4}, {"error", 4}, {"re", 4}, {"red", 4}, {"com", 5}, {"command", 5},
-        {"inp", 5}, {"input", 5}, {"wh", 5}, {"white", 5}, {"hi", 7}, {"hilite", 7}, {"cmd", 7},
+        {"res", 1},   {"result", 1}, {"ye", 1},    {"yellow", 1}, {"txt", 2}, {"text", 2},   {"gr", 2},
+        {"green", 2}, {"err", 4},    {"error", 4}, {"re", 4},     {"red", 4}, {"com", 5},    {"command", 5},
+        {"inp", 5},   {"input", 5},  {"wh", 5},    {"white", 5},  {"hi", 7},  {"hilite", 7}, {"cmd", 7},
     };
     for (auto &[name, colour] : names) {
         cap.lines.clear();
@@ -211,7 +215,7 @@ TEST_F(Rimu, NestedAndUnbalancedBraces) {
     EXPECT_EQ(l.style_at(2), COL_RESULT);
     EXPECT_EQ(l.style_at(3), COL_TEXT);
     cap.lines.clear();
-    put("{res:{it:x}\n");  // the outer brace never closes: shown, the inner directive still acts
+    put("{res:{it:x}\n"); // the outer brace never closes: shown, the inner directive still acts
     const Line &m = only();
     EXPECT_EQ(m.text, "{res:x");
     EXPECT_EQ(m.style_at(5), COL_TEXT | FONT_IT);
@@ -345,7 +349,8 @@ TEST_P(RimuWidth, LongTextContinuesWithMarks) {
     int w = GetParam();
     s->width = w;
     std::string t;
-    for (int i = 0; i < 250; ++i) t += (char)('a' + i % 26);
+    for (int i = 0; i < 250; ++i)
+        t += (char)('a' + i % 26);
     put(t + "\n");
     std::string joined;
     for (size_t i = 0; i < cap.lines.size(); ++i) {
@@ -409,10 +414,11 @@ TEST_F(Rimu, PEndOutsideAParagraphFails) {
 
 TEST_F(Rimu, ParagraphFillsLinesWithIndents) {
     std::string words;
-    for (int i = 0; i < 20; ++i) words += "word ";
+    for (int i = 0; i < 20; ++i)
+        words += "word ";
     put_lines("{p 1 2 3 39}\n" + words + "\n\n");
     ASSERT_GE(cap.lines.size(), 3u);
-    EXPECT_EQ(cap.lines[0].text, " word word word word word word word");  // width 40 less 3
+    EXPECT_EQ(cap.lines[0].text, " word word word word word word word"); // width 40 less 3
     EXPECT_EQ(cap.lines[1].text, "  word word word word word word word");
     EXPECT_FALSE(cap.lines[0].continued);
     EXPECT_TRUE(cap.lines[1].continued);
@@ -444,10 +450,12 @@ TEST_F(Rimu, ParagraphShorthands) {
     cap.lines.clear();
     s->width = 40;
     std::string words;
-    for (int i = 0; i < 12; ++i) words += "abcd ";
+    for (int i = 0; i < 12; ++i)
+        words += "abcd ";
     put_lines("{psee}\n" + words + "\n\n");
     // width 40 less the margin of 2; first line at 4, later lines at 13
-    EXPECT_EQ(texts(), (V{"    abcd abcd abcd abcd abcd abcd abcd", "             abcd abcd abcd abcd abcd", ""}));
+    EXPECT_EQ(texts(),
+              (V{"    abcd abcd abcd abcd abcd abcd abcd", "             abcd abcd abcd abcd abcd", ""}));
 }
 
 TEST_F(Rimu, WordsBreakAtTheParagraphWidth) {
@@ -555,7 +563,8 @@ TEST_F(Rimu, RightAlignment) {
     s->width = 20;
     put("ab{right:xyz}\n");
     put(std::string(19, 'q') + "{right:xyz}\n");
-    EXPECT_EQ(texts(), (V{"ab" + std::string(15, ' ') + "xyz", std::string(19, 'q'), std::string(17, ' ') + "xyz"}));
+    EXPECT_EQ(texts(),
+              (V{"ab" + std::string(15, ' ') + "xyz", std::string(19, 'q'), std::string(17, ' ') + "xyz"}));
 }
 
 TEST_F(Rimu, FieldAlignment) {
@@ -569,8 +578,8 @@ TEST_F(Rimu, FieldAlignment) {
 TEST_F(Rimu, Centring) {
     s->width = 20;
     put("{center:ab}\n{rcenter:abc}\n{center:abc}\n{centre 7:ab}|\n{rcentre 7:ab}|\n");
-    EXPECT_EQ(texts(), (V{std::string(9, ' ') + "ab", std::string(9, ' ') + "abc", std::string(8, ' ') + "abc",
-                          "  ab   |", "   ab  |"}));
+    EXPECT_EQ(texts(), (V{std::string(9, ' ') + "ab", std::string(9, ' ') + "abc",
+                          std::string(8, ' ') + "abc", "  ab   |", "   ab  |"}));
 }
 
 TEST_F(Rimu, AlignmentOutsideLineModeJustSendsTheText) {
@@ -617,10 +626,12 @@ TEST_F(Rimu, LatinLettersByCodePage) {
     ASSERT_EQ(cap.lines.size(), 2u);
     auto codes = [](const std::string &t) {
         std::vector<int> v;
-        for (unsigned char c : t) v.push_back(c);
+        for (unsigned char c : t)
+            v.push_back(c);
         return v;
     };
-    EXPECT_EQ(codes(cap.lines[0].text), (std::vector<int>{233, 224, 244, 209, 252, 223, 199, 216, 191, 163, 165, 128}));
+    EXPECT_EQ(codes(cap.lines[0].text),
+              (std::vector<int>{233, 224, 244, 209, 252, 223, 199, 216, 191, 163, 165, 128}));
     EXPECT_EQ(codes(cap.lines[1].text),
               (std::vector<int>{142, 136, 153, 132, 159, 167, 130, 175, 192, 163, 180, 219, 'y'}));
 }
@@ -661,9 +672,10 @@ TEST_F(Rimu, MarkersGoToTheLine) {
     put("{marker " + std::string(33, 'm') + "}\n");
     EXPECT_EQ(texts(), (V{"{marker " + std::string(33, 'm') + "}"}));
     cap.lines.clear();
-    for (int i = 0; i < 4; ++i) put("{marker " + std::string(30, (char)('a' + i)) + "}");
+    for (int i = 0; i < 4; ++i)
+        put("{marker " + std::string(30, (char)('a' + i)) + "}");
     put("\n");
-    EXPECT_EQ(only().markers.size(), 3u);  // the fourth would pass 99 bytes
+    EXPECT_EQ(only().markers.size(), 3u); // the fourth would pass 99 bytes
 }
 
 TEST_F(Rimu, MarkerBeforeAParagraphStaysWithItsFirstLine) {
@@ -700,8 +712,10 @@ TEST_F(Rimu, LinkKindsAndArgumentRules) {
         "{nfdialog:f}{sdialog:g}{update_d:h}{view_d:i}\n");
     const Line &l = only();
     std::vector<int> kinds;
-    for (auto &k : l.links) kinds.push_back(k.kind);
-    EXPECT_EQ(kinds, (std::vector<int>{30, 23, 9, 15, 16, 17, 18, 19, 20, 10, 11, 8, 25, 1, 2, 3, 4, 5, 6, 7}));
+    for (auto &k : l.links)
+        kinds.push_back(k.kind);
+    EXPECT_EQ(kinds,
+              (std::vector<int>{30, 23, 9, 15, 16, 17, 18, 19, 20, 10, 11, 8, 25, 1, 2, 3, 4, 5, 6, 7}));
     EXPECT_EQ(l.links[0].arg, "display 1");
     EXPECT_EQ(l.links[3].arg, "from");
     cap.lines.clear();
@@ -786,7 +800,7 @@ TEST_F(Rimu, OptionShorthands) {
     EXPECT_EQ(l.style_at(6), COL_TEXT | FONT_IT);
     EXPECT_EQ(l.style_at(7), COL_HILITE);
     EXPECT_EQ(l.style_at(9), COL_HILITE);
-    EXPECT_EQ(l.style_at(11), COL_TEXT);  // no underline: the rest keeps the colour
+    EXPECT_EQ(l.style_at(11), COL_TEXT); // no underline: the rest keeps the colour
     EXPECT_EQ(l.style_at(24), COL_LINK | FONT_IT);
     ASSERT_EQ(l.links.size(), 1u);
     EXPECT_EQ(l.links[0].arg, "vcetype");
@@ -842,7 +856,7 @@ TEST_F(Rimu, TwoColumnFirstTextIsOneUnitAndMayHoldARule) {
     put_lines("{p2col 2 10 12 0:a b}" + std::string(28, 'x') + " yyyy zzzz{p_end}\n");
     EXPECT_EQ(texts(), (V{"  a b     " + std::string(28, 'x'), "            yyyy zzzz"}));
     cap.lines.clear();
-    s->width = 30;  // the continuation indent is lowered to the width less 20
+    s->width = 30; // the continuation indent is lowered to the width less 20
     put_lines("{p2col 2 10 12 0:a b}" + std::string(20, 'x') + " yyyy zzzz{p_end}\n");
     EXPECT_EQ(texts(), (V{"  a b     " + std::string(20, 'x'), "          yyyy zzzz"}));
 }
@@ -857,7 +871,8 @@ TEST_F(Rimu, TwoColumnDefaultsAndRules) {
 
 TEST_F(Rimu, OptionTable) {
     put_lines("{synoptset 10}{...}\n{synopthdr}\n{synoptline}\n{synopt:{opt ab}}does x{p_end}\n");
-    EXPECT_EQ(texts(), (V{"   options     description", "  " + std::string(75, '-'), "   ab          does x"}));
+    EXPECT_EQ(texts(),
+              (V{"   options     description", "  " + std::string(75, '-'), "   ab          does x"}));
     cap.lines.clear();
     put("{synoptset 10 bogus}\n");
     EXPECT_EQ(texts(), (V{"{synoptset 10 bogus}"}));
@@ -874,7 +889,8 @@ TEST_F(Rimu, DialogTab) {
 TEST_F(Rimu, PagerKeys) {
     s->pageLength = 3;
     cap.keys = {'l', ' ', 'q'};
-    for (int i = 1; i <= 10; ++i) put(std::to_string(i) + "\n");
+    for (int i = 1; i <= 10; ++i)
+        put(std::to_string(i) + "\n");
     EXPECT_EQ(cap.events, (V{"L:1", "L:2", "L:3", "MORE", "L:4", "MORE", "L:5", "L:6", "L:7", "MORE", "L:8",
                              "L:9", "L:10", "MORE"}));
     EXPECT_EQ(session::lp.PendingBreak, 1);
@@ -883,7 +899,8 @@ TEST_F(Rimu, PagerKeys) {
 TEST_F(Rimu, PagerBreakKeyAndReturn) {
     s->pageLength = 2;
     cap.keys = {'\r', 3};
-    for (int i = 1; i <= 4; ++i) put(std::to_string(i) + "\n");
+    for (int i = 1; i <= 4; ++i)
+        put(std::to_string(i) + "\n");
     EXPECT_EQ(cap.events, (V{"L:1", "L:2", "MORE", "L:3", "MORE", "L:4"}));
     EXPECT_EQ(session::lp.PendingBreak, 1);
     EXPECT_EQ(s->linesShown, 1);
@@ -900,10 +917,12 @@ TEST_F(Rimu, PagerCountsContinuationLines) {
 TEST_F(Rimu, PagerOffWhenSwitchedOff) {
     s->pageLength = 2;
     more_switch = false;
-    for (int i = 1; i <= 5; ++i) put("x\n");
+    for (int i = 1; i <= 5; ++i)
+        put("x\n");
     s->moreEnabled = 0;
     more_switch = true;
-    for (int i = 1; i <= 5; ++i) put("y\n");
+    for (int i = 1; i <= 5; ++i)
+        put("y\n");
     EXPECT_EQ(std::count(cap.events.begin(), cap.events.end(), "MORE"), 0);
     EXPECT_EQ(cap.lines.size(), 10u);
 }
@@ -956,7 +975,8 @@ std::string read_file(int fd) {
     char buf[4096];
     lseek(fd, 0, SEEK_SET);
     ssize_t n;
-    while ((n = read(fd, buf, sizeof buf)) > 0) r.append(buf, n);
+    while ((n = read(fd, buf, sizeof buf)) > 0)
+        r.append(buf, n);
     return r;
 }
 
@@ -977,8 +997,8 @@ TEST_F(Rimu, TextLogGetsFinishedLinesWithLineDrawingReplaced) {
     put(std::string(45, 'y') + "\n");
     put("partial");
     stream_flush(s);
-    EXPECT_EQ(read_file(fd), "+---+\n||| x\n+-++\n" + std::string(36, 'x') + "\nab cd\n\n" + std::string(40, 'y') +
-                                 "\n> yyyyy\n");
+    EXPECT_EQ(read_file(fd), "+---+\n||| x\n+-++\n" + std::string(36, 'x') + "\nab cd\n\n" +
+                                 std::string(40, 'y') + "\n> yyyyy\n");
     stream_remove_log(s, fd);
     close(fd);
 }
@@ -1010,9 +1030,11 @@ TEST_F(Rimu, LogBufferHoldsTextUntilFull) {
 }
 
 TEST_F(Rimu, LogSetsHoldFiveAndRefuseWhenLocked) {
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(stream_add_log(s, 100 + i, false), 0);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(stream_add_log(s, 100 + i, false), 0);
     EXPECT_NE(stream_add_log(s, 105, false), 0);
-    for (int i = 0; i < 5; ++i) stream_remove_log(s, 100 + i);
+    for (int i = 0; i < 5; ++i)
+        stream_remove_log(s, 100 + i);
     EXPECT_EQ(s->textLogs.count, 0);
     s->locked = 1;
     EXPECT_NE(stream_add_log(s, 3, true), 0);
@@ -1024,7 +1046,7 @@ TEST_F(Rimu, FailedWriteMarksTheLogBadSilently) {
     ASSERT_EQ(pipe(fds), 0);
     int good = temp_fd();
     close(fds[0]);
-    close(fds[1]);  // writes to this descriptor fail
+    close(fds[1]); // writes to this descriptor fail
     ASSERT_EQ(stream_add_log(s, fds[1], false), 0);
     ASSERT_EQ(stream_add_log(s, good, false), 0);
     put("one\n");
@@ -1059,4 +1081,4 @@ TEST(RimuStream, FreeCallsFlushAndDestroy) {
     EXPECT_EQ(c.destroys, 1);
 }
 
-}  // namespace
+} // namespace

@@ -27,30 +27,33 @@ constexpr int T_A = 4400, T_B = 4401, T_C = 4402;
 // The bucket rule computed another way: the hash kept in 64 bits and reduced mod 2^32 by hand.
 uint32_t bucket_of(const std::string &name) {
     uint64_t h = 0;
-    for (unsigned char c : name) h = (h * 31 + c) % 4294967296ULL;
+    for (unsigned char c : name)
+        h = (h * 31 + c) % 4294967296ULL;
     return (uint32_t)(h % 20009);
 }
 
 struct Clean {
     ~Clean() {
-        for (int t : {T_A, T_B, T_C, (int)ST_PROGRAM, (int)ST_R_SCALAR}) store_drop_type(t);
+        for (int t : {T_A, T_B, T_C, (int)ST_PROGRAM, (int)ST_R_SCALAR})
+            store_drop_type(t);
         store_fail_countdown = 0;
     }
 };
 
 int type_count(int type) {
     int n = 0;
-    for (void *p = store_walk(nullptr, nullptr, type, nullptr); p; p = store_walk(p, nullptr, type, nullptr)) ++n;
+    for (void *p = store_walk(nullptr, nullptr, type, nullptr); p; p = store_walk(p, nullptr, type, nullptr))
+        ++n;
     return n;
 }
 
 bool at_bucket_head(void *payload) { return store_header(payload)->hashprev == nullptr; }
 
-}  // namespace
+} // namespace
 
 TEST(NamedStoreHash, KnownNames) {
     EXPECT_EQ(store_hash("x"), 120u);
-    EXPECT_EQ(store_hash("ab"), 3105u);  // 97*31 + 98
+    EXPECT_EQ(store_hash("ab"), 3105u); // 97*31 + 98
     EXPECT_EQ(store_hash("global"), 14163u);
     EXPECT_EQ(store_hash("S_FN"), 5044u);
     EXPECT_EQ(store_hash("_mymacro"), 12514u);
@@ -59,7 +62,8 @@ TEST(NamedStoreHash, KnownNames) {
 
 TEST(NamedStoreHash, WrapsAt32Bits) {
     // Long enough for h*31 to pass 2^32 many times over.
-    for (const char *n : {"abcdefghijklmnopqrstuvwxyzABCDEF", "__000001", "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"}) {
+    for (const char *n :
+         {"abcdefghijklmnopqrstuvwxyzABCDEF", "__000001", "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"}) {
         EXPECT_EQ(store_hash(n), bucket_of(n)) << n;
         EXPECT_LT(store_hash(n), 20009u);
     }
@@ -70,7 +74,8 @@ TEST(NamedStoreKind, NamesByType) {
     EXPECT_STREQ(store_kind(ST_VALLABEL), "value label");
     EXPECT_STREQ(store_kind(ST_GLOBAL), "global macro");
     EXPECT_STREQ(store_kind(ST_PROGRAM), "program");
-    for (int t : {9, 10, 11}) EXPECT_STREQ(store_kind(t), "matrix");
+    for (int t : {9, 10, 11})
+        EXPECT_STREQ(store_kind(t), "matrix");
     EXPECT_STREQ(store_kind(16), "estimates preserve/restore");
     EXPECT_STREQ(store_kind(18), "tracking the postfile");
     EXPECT_STREQ(store_kind(20), "scalar r(");
@@ -84,7 +89,8 @@ TEST(NamedStoreKind, NamesByType) {
     EXPECT_STREQ(store_kind(3425), "scalar return(");
     EXPECT_STREQ(store_kind(3552), "local macro return(");
     EXPECT_STREQ(store_kind(3744), "matrix return(");
-    for (int t : {0, 8, 32, 34, 35, 38, 49, 3745, 4495}) EXPECT_STREQ(store_kind(t), "") << t;
+    for (int t : {0, 8, 32, 34, 35, 38, 49, 3745, 4495})
+        EXPECT_STREQ(store_kind(t), "") << t;
 }
 
 TEST(NamedStore, AddSetsTheHeader) {
@@ -100,7 +106,7 @@ TEST(NamedStore, AddSetsTheHeader) {
     EXPECT_EQ(r->usedsize, 40);
     EXPECT_EQ(r->bucket, bucket_of("price"));
     EXPECT_EQ(r->hits, 0);
-    std::memset(p, 0x5a, 40);  // the payload is all the caller's
+    std::memset(p, 0x5a, 40); // the payload is all the caller's
     int32_t len = 0;
     EXPECT_EQ(store_find("price", T_A, &len), p);
     EXPECT_EQ(len, 7);
@@ -157,7 +163,7 @@ TEST(NamedStore, DifferentNamesInOneBucketAreKeptApart) {
     EXPECT_EQ(store_header(p)->bucket, store_header(q)->bucket);
     EXPECT_EQ(store_find("abcd", T_A, nullptr), p);
     EXPECT_EQ(store_find(other.c_str(), T_A, nullptr), q);
-    EXPECT_EQ(store_next(q, -1), nullptr);  // "abcd" behind it has another name
+    EXPECT_EQ(store_next(q, -1), nullptr); // "abcd" behind it has another name
     store_delete(q);
     EXPECT_EQ(store_find("abcd", T_A, nullptr), p);
     EXPECT_EQ(store_find(other.c_str(), T_A, nullptr), nullptr);
@@ -176,12 +182,14 @@ TEST(NamedStore, DropTypeOnEmptyTypeDoesNothing) {
 TEST(NamedStore, DropTypeDropsOnlyThatType) {
     Clean clean;
     int64_t n0 = store_count(), b0 = store_bytes();
-    for (const char *n : {"a", "b", "c"}) store_add(n, T_A, 0, 16);
+    for (const char *n : {"a", "b", "c"})
+        store_add(n, T_A, 0, 16);
     void *other = store_add("a", T_B, 0, 16);
     EXPECT_EQ(store_count(), n0 + 4);
     store_drop_type(T_A);
     EXPECT_EQ(type_count(T_A), 0);
-    for (const char *n : {"a", "b", "c"}) EXPECT_EQ(store_find(n, T_A, nullptr), nullptr);
+    for (const char *n : {"a", "b", "c"})
+        EXPECT_EQ(store_find(n, T_A, nullptr), nullptr);
     EXPECT_EQ(store_find("a", T_B, nullptr), other);
     EXPECT_EQ(store_count(), n0 + 1);
     store_drop_type(T_B);
@@ -193,7 +201,8 @@ TEST(NamedStore, EleventhHitAtTheHeadResetsAndStays) {
     Clean clean;
     void *p = store_add("hot", T_A, 0, 8);
     ASSERT_TRUE(at_bucket_head(p));
-    for (int i = 0; i < 10; ++i) store_find("hot", T_A, nullptr);
+    for (int i = 0; i < 10; ++i)
+        store_find("hot", T_A, nullptr);
     EXPECT_EQ(store_header(p)->hits, 10);
     store_find("hot", T_A, nullptr);
     EXPECT_EQ(store_header(p)->hits, 0);
@@ -205,9 +214,10 @@ TEST(NamedStore, EleventhHitMovesTheRecordToTheHead) {
     void *older = store_add("hb", T_A, 0, 8);
     void *newer = store_add("hb", T_B, 0, 8);
     ASSERT_TRUE(at_bucket_head(newer));
-    for (int i = 0; i < 10; ++i) store_find("hb", T_A, nullptr);
+    for (int i = 0; i < 10; ++i)
+        store_find("hb", T_A, nullptr);
     EXPECT_EQ(store_header(older)->hits, 10);
-    EXPECT_FALSE(at_bucket_head(older));  // ten hits: no move yet
+    EXPECT_FALSE(at_bucket_head(older)); // ten hits: no move yet
     store_find("hb", T_A, nullptr);
     EXPECT_EQ(store_header(older)->hits, 0);
     EXPECT_TRUE(at_bucket_head(older));
@@ -224,7 +234,7 @@ TEST(NamedStore, WalkGoesThroughATypeNewestFirst) {
     store_add("one", T_C, 1, 4);
     store_add("two", T_C, 2, 4);
     store_add("three", T_C, 3, 4);
-    store_add("two", T_A, 9, 4);  // another type: not walked
+    store_add("two", T_A, 9, 4); // another type: not walked
     std::vector<std::string> names;
     std::vector<int> lengths;
     const char *name;
@@ -245,7 +255,7 @@ TEST(NamedStore, DeleteUnlinksFromBothLists) {
     void *c = store_add("d3", T_C, 0, 300);
     EXPECT_EQ(store_count(), n0 + 3);
     EXPECT_GE(store_bytes(), b0 + 600);
-    store_delete(b);  // the middle of the type list
+    store_delete(b); // the middle of the type list
     const char *name;
     void *p = store_walk(nullptr, &name, T_C, nullptr);
     EXPECT_EQ(p, c);
@@ -253,9 +263,9 @@ TEST(NamedStore, DeleteUnlinksFromBothLists) {
     EXPECT_EQ(p, a);
     EXPECT_EQ(store_walk(p, &name, T_C, nullptr), nullptr);
     EXPECT_EQ(store_find("d2", T_C, nullptr), nullptr);
-    store_delete(c);  // the head
+    store_delete(c); // the head
     EXPECT_EQ(store_walk(nullptr, &name, T_C, nullptr), a);
-    store_delete(a);  // the last
+    store_delete(a); // the last
     EXPECT_EQ(store_walk(nullptr, &name, T_C, nullptr), nullptr);
     EXPECT_EQ(store_count(), n0);
     EXPECT_EQ(store_bytes(), b0);
@@ -310,7 +320,7 @@ TEST(NamedStore, FailedAllocationWritesTheMessageAndChangesNothing) {
     EXPECT_EQ(store_find("x", ST_R_SCALAR, nullptr), nullptr);
 
     cap.reset();
-    store_fail_countdown = 2;  // the second allocation from now fails
+    store_fail_countdown = 2; // the second allocation from now fails
     EXPECT_NE(store_add_copy("ok", T_A, 0, "ab", 2), nullptr);
     EXPECT_EQ(store_add_copy("_loc", ST_LOCAL_FIRST + 3, 0, "ab", 2), nullptr);
     EXPECT_EQ(cap.text(), "insufficient memory for local macro loc\n");
@@ -328,15 +338,17 @@ TEST(MemoryCommand, SetsTheResults) {
     MsgCapture cap;
     settok("");
     ASSERT_EQ(cmd_memory(0), 0);
-    const char *names[] = {"N_cur", "N_curmax", "k_cur", "w_cur", "M_total", "M_data", "M_dyn", "size_ptr",
-                           "width", "adosize", "matsize", "n_repart", "n_shift", "M_oh", "M_matsize", "M_dm"};
+    const char *names[] = {"N_cur",   "N_curmax", "k_cur",     "w_cur",   "M_total", "M_data",
+                           "M_dyn",   "size_ptr", "width",     "adosize", "matsize", "n_repart",
+                           "n_shift", "M_oh",     "M_matsize", "M_dm"};
     // Sixteen scalars fit in the fast table: none reaches the store.
     auto value = [](const char *n) {
         double v = -1;
         EXPECT_EQ(mat::result_lookup('r', n, &v, nullptr), mat::RES_FAST_R) << n;
         return v;
     };
-    for (const char *n : names) value(n);
+    for (const char *n : names)
+        value(n);
     EXPECT_EQ(mat::res.rfast.count, 16);
     EXPECT_EQ(type_count(ST_R_SCALAR), 0);
     EXPECT_EQ(value("M_total"), 20971520.0);
@@ -359,12 +371,12 @@ TEST(MemoryCommand, TableHeadingsAndFigures) {
     settok("");
     ASSERT_EQ(cmd_memory(0), 0);
     std::string raw = cap.raw();
-    for (const char *h : {"Details of {cmd:set memory} usage", "    overhead (pointers){col 35}      0.00\n",
-                          "    data{col 35}      0.00\n", "    data + overhead{col 35}      0.00\n",
-                          "    free{col 35}     10.00\n", "\nTotal allocated{col 35}     10.00\n",
-                          "\nOther memory usage", "    {cmd:set maxvar} usage{col 35}",
-                          "    {cmd:set matsize} usage{col 35}      1.22\n",
-                          "    programs, saved results, etc.{col 35}", "    Total{col 35}", "\nGrand total{col 35}"})
+    for (const char *h :
+         {"Details of {cmd:set memory} usage", "    overhead (pointers){col 35}      0.00\n",
+          "    data{col 35}      0.00\n", "    data + overhead{col 35}      0.00\n",
+          "    free{col 35}     10.00\n", "\nTotal allocated{col 35}     10.00\n", "\nOther memory usage",
+          "    {cmd:set maxvar} usage{col 35}", "    {cmd:set matsize} usage{col 35}      1.22\n",
+          "    programs, saved results, etc.{col 35}", "    Total{col 35}", "\nGrand total{col 35}"})
         EXPECT_NE(raw.find(h), std::string::npos) << h << "\n--- in ---\n" << raw;
     st = saved;
 }

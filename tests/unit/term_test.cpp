@@ -101,7 +101,7 @@ struct SinkFixture : ::testing::Test {
     }
 };
 
-}  // namespace
+} // namespace
 
 TEST(TermPadding, LeadingDelayAndInnerDelaysGo) {
     EXPECT_EQ(strip_padding("20\x1b[K"), "\x1b[K");
@@ -116,21 +116,22 @@ TEST(TermPadding, WhatIsNotADelayStays) {
     EXPECT_EQ(strip_padding("a$<x>b"), "a$<x>b");
     EXPECT_EQ(strip_padding("a$<12"), "a$<12");
     EXPECT_EQ(strip_padding("a$<>b"), "a$<>b");
-    EXPECT_EQ(strip_padding("x5*y"), "x5*y");  // digits are padding only at the front
+    EXPECT_EQ(strip_padding("x5*y"), "x5*y"); // digits are padding only at the front
 }
 
 TEST(TermKeys, InsertionRules) {
     KeyTable t;
-    EXPECT_TRUE(key_add(t, "\x7f", KEY_BS));           // one byte: anything
+    EXPECT_TRUE(key_add(t, "\x7f", KEY_BS)); // one byte: anything
     EXPECT_TRUE(key_add(t, "\b", KEY_BS));
-    EXPECT_FALSE(key_add(t, "ab", KEY_UP));            // several bytes must begin with escape
+    EXPECT_FALSE(key_add(t, "ab", KEY_UP)); // several bytes must begin with escape
     EXPECT_FALSE(key_add(t, "", KEY_UP));
     EXPECT_FALSE(key_add(t, nullptr, KEY_UP));
-    EXPECT_TRUE(key_add(t, "\x1b[123456789", KEY_UP));  // 11 bytes
-    EXPECT_FALSE(key_add(t, "\x1b[1234567890", KEY_UP));  // 12 bytes
+    EXPECT_TRUE(key_add(t, "\x1b[123456789", KEY_UP));   // 11 bytes
+    EXPECT_FALSE(key_add(t, "\x1b[1234567890", KEY_UP)); // 12 bytes
     EXPECT_EQ(t.count, 3);
-    while (t.count < KEYTAB_MAX) ASSERT_TRUE(key_add(t, "\x1bOA", KEY_UP));
-    EXPECT_FALSE(key_add(t, "\x1bOB", KEY_DOWN));      // the 101st
+    while (t.count < KEYTAB_MAX)
+        ASSERT_TRUE(key_add(t, "\x1bOA", KEY_UP));
+    EXPECT_FALSE(key_add(t, "\x1bOB", KEY_DOWN)); // the 101st
     EXPECT_EQ(t.count, 100);
 }
 
@@ -158,7 +159,7 @@ TEST(TermSetup, DefaultsWithoutADescription) {
     term_setup(false, "no-such-terminal-type");
     EXPECT_FALSE(term.described);
     EXPECT_EQ(term.cols, 80);
-    term_setup(true, "xterm");  // batch: the description isn't read
+    term_setup(true, "xterm"); // batch: the description isn't read
     EXPECT_FALSE(term.described);
     EXPECT_EQ(term.keys.count, 0);
     EXPECT_FALSE(term.editing);
@@ -182,7 +183,7 @@ TEST(TermSetup, SizePageLengthAndWidthOfTheConsole) {
     ch.console->pageLength = 0;
     term_setup(false, "xterm");
     EXPECT_EQ(ch.console->width, 255);
-    EXPECT_EQ(ch.console->pageLength, 0);  // 4 lines: no pager
+    EXPECT_EQ(ch.console->pageLength, 0); // 4 lines: no pager
     setenv("COLUMNS", "30", 1);
     term_setup(false, "xterm");
     EXPECT_EQ(ch.console->width, 40);
@@ -240,7 +241,7 @@ TEST_F(SinkFixture, StyleChangesSendUnderlineOffResetTableEntryUnderlineOn) {
     Image two("xyz", {{0, COL_TEXT}});
     console_sink(nullptr, two.img, SINK_LINE);
     Image three("q", {{0, COL_TEXT}});
-    console_sink(nullptr, three.img, SINK_LINE);  // same style: nothing sent
+    console_sink(nullptr, three.img, SINK_LINE); // same style: nothing sent
     Image four("w", {{0, FONT_BF | COL_ERROR}});
     console_sink(nullptr, four.img, SINK_LINE);
     EXPECT_EQ(cap.take(), "RTabcRSUdef\nuRTxyz\nq\nREw\n");
@@ -259,7 +260,9 @@ TEST_F(SinkFixture, LineDrawingCodesBecomeAsciiAndHardBlanksBlanks) {
     StdoutCapture cap;
     Image draw(std::string("\x01\x02\x03\x04\x05\x06\x07\x08", 8), {{0, COL_TEXT | STY_LINEDRAW}});
     console_sink(nullptr, draw.img, SINK_LINE);
-    Image hard("a\x13" "b", {{0, COL_TEXT}});
+    Image hard("a\x13"
+               "b",
+               {{0, COL_TEXT}});
     console_sink(nullptr, hard.img, SINK_LINE);
     EXPECT_EQ(cap.take(), "--||++++\na b\n");
 }
@@ -325,7 +328,7 @@ TEST(Conren, ByteWords) {
     EXPECT_EQ(std::string(s.view()), "\x1b[1m");
     ASSERT_EQ(conren_parse_bytes("<0> <255>  <  >", s), 0);
     EXPECT_EQ(std::string(s.view()), std::string("\0\xff<>", 4));
-    ASSERT_EQ(conren_parse_bytes("<27>  [0;31m", s), 0);  // a longer word gives its characters
+    ASSERT_EQ(conren_parse_bytes("<27>  [0;31m", s), 0); // a longer word gives its characters
     EXPECT_EQ(std::string(s.view()), "\x1b[0;31m");
     ASSERT_EQ(conren_parse_bytes("", s), 0);
     EXPECT_EQ(s.len, 0);
@@ -333,7 +336,7 @@ TEST(Conren, ByteWords) {
 
 TEST(Conren, TwentiethByteAndMalformedNumbersAre198) {
     ConSeq s;
-    EXPECT_EQ(conren_parse_bytes("a b c d e f g h i j k l m n o p q r s", s), 0);  // 19
+    EXPECT_EQ(conren_parse_bytes("a b c d e f g h i j k l m n o p q r s", s), 0); // 19
     EXPECT_EQ(s.len, 19);
     EXPECT_EQ(conren_parse_bytes("a b c d e f g h i j k l m n o p q r s t", s), 198);
     EXPECT_EQ(conren_parse_bytes("abcdefghijklmnopqrst", s), 198);
@@ -352,14 +355,14 @@ int run_conren(const char *line) {
     session::settok(buf);
     return set_conren(0);
 }
-}  // namespace
+} // namespace
 
 TEST(Conren, SetEntriesByFontAndColour) {
     conren = Conren{};
     EXPECT_EQ(run_conren("bf error <27> [ 3 1 m"), 0);
     EXPECT_EQ(std::string(conren.tab[17].view()), "\x1b[31m");
-    EXPECT_EQ(conren.tab[3].len, 0);  // sf error untouched
-    EXPECT_EQ(run_conren("res <27> [1m"), 0);  // a colour alone sets all three fonts
+    EXPECT_EQ(conren.tab[3].len, 0);          // sf error untouched
+    EXPECT_EQ(run_conren("res <27> [1m"), 0); // a colour alone sets all three fonts
     EXPECT_EQ(std::string(conren.tab[0].view()), "\x1b[1m");
     EXPECT_EQ(std::string(conren.tab[7].view()), "\x1b[1m");
     EXPECT_EQ(std::string(conren.tab[14].view()), "\x1b[1m");
@@ -377,13 +380,13 @@ TEST(Conren, SetEntriesByFontAndColour) {
 TEST(Conren, Failures) {
     MsgCapture cap;
     conren = Conren{};
-    EXPECT_EQ(run_conren("sf"), 198);            // a font without a colour
-    EXPECT_EQ(run_conren("re X"), 198);          // result needs 3 letters
-    EXPECT_EQ(run_conren("tex X"), 198);         // text needs all 4
+    EXPECT_EQ(run_conren("sf"), 198);    // a font without a colour
+    EXPECT_EQ(run_conren("re X"), 198);  // result needs 3 letters
+    EXPECT_EQ(run_conren("tex X"), 198); // text needs all 4
     EXPECT_EQ(run_conren("purple X"), 198);
     EXPECT_EQ(run_conren("error <1000>"), 198);
     EXPECT_EQ(run_conren("error a b c d e f g h i j k l m n o p q r s t"), 198);
-    EXPECT_EQ(conren.tab[3].len, 0);             // a failed command changes nothing
+    EXPECT_EQ(conren.tab[3].len, 0); // a failed command changes nothing
     EXPECT_EQ(run_conren("clear extra"), 198);
 }
 
@@ -392,7 +395,7 @@ TEST(Conren, UnderlineResetsFollowsTheThreeSequences) {
     ch.console = stream_new();
     conren = Conren{};
     EXPECT_EQ(run_conren("ulon <27> [4m"), 0);
-    EXPECT_EQ(ch.console->underlineResets, 0);  // nothing to end underlining with
+    EXPECT_EQ(ch.console->underlineResets, 0); // nothing to end underlining with
     EXPECT_EQ(run_conren("reset <27> [m"), 0);
     EXPECT_EQ(ch.console->underlineResets, 1);
     EXPECT_EQ(run_conren("reset"), 0);
@@ -429,6 +432,7 @@ TEST(Conren, DefaultColoursOnlyWithColour) {
     EXPECT_EQ(std::string(conren.tab[conren_index(COL_ERROR)].view()), "\x1b[31m");
     EXPECT_EQ(std::string(conren.tab[conren_index(FONT_BF | COL_ERROR)].view()), "\x1b[1m\x1b[31m");
     conren_defaults(false);
-    for (const ConSeq &s : conren.tab) EXPECT_EQ(s.len, 0);
+    for (const ConSeq &s : conren.tab)
+        EXPECT_EQ(s.len, 0);
     EXPECT_EQ(conren.reset.len, 0);
 }

@@ -116,7 +116,7 @@ TEST_F(Varlist, NamesOfferedToTabCompletion) {
     ds.nvar_visible = 3;
     EXPECT_EQ(varnames_beginning("pr"), std::vector<std::string>({"price", "prices_2"}));
     EXPECT_EQ(varnames_beginning("make"), std::vector<std::string>({"make"}));
-    EXPECT_TRUE(varnames_beginning("_").empty());  // the scratch variable is not offered
+    EXPECT_TRUE(varnames_beginning("_").empty()); // the scratch variable is not offered
     EXPECT_TRUE(varnames_beginning("z").empty());
 }
 
@@ -218,7 +218,7 @@ TEST_F(Varlist, TheListArrayHasMaxvarPlusAMargin) {
     EXPECT_EQ(list_add(1), 103);
     EXPECT_EQ(msg(), "too many variables specified\n");
     EXPECT_EQ(ps.count, ps.cap);
-    EXPECT_EQ(ps.var[ps.count], 0);  // the slot behind the count
+    EXPECT_EQ(ps.var[ps.count], 0); // the slot behind the count
 }
 
 TEST_F(Varlist, SkipHoldsPlaces) {
@@ -227,7 +227,7 @@ TEST_F(Varlist, SkipHoldsPlaces) {
     EXPECT_EQ(vars(), std::vector<int>({1, -1, -1, 1, -1}));
     EXPECT_EQ(parse("_skip(0)", VL_SKIP), 125);
     EXPECT_EQ(msg(), "invalid number, outside of allowed range\n");
-    EXPECT_EQ(parse("_skip"), 111);  // without the flag it is a name
+    EXPECT_EQ(parse("_skip"), 111); // without the flag it is a name
 }
 
 // ---- Time-series operators -------------------------------------------------------------------------
@@ -242,7 +242,7 @@ TEST_F(Varlist, OperatorsCombineIntoOneRecord) {
 
     EXPECT_EQ(parse("L2D.x DL2.x"), 0);
     ASSERT_EQ(ps.count, 2);
-    EXPECT_EQ(ps.info[0].op, ps.info[1].op);  // interned: the same record
+    EXPECT_EQ(ps.info[0].op, ps.info[1].op); // interned: the same record
     EXPECT_EQ(ps.info[0].op->lag, 2);
     EXPECT_EQ(ps.info[0].op->diff, 1);
     EXPECT_EQ(ps.nops, 1);
@@ -330,7 +330,7 @@ TEST_F(Varlist, TheHundredAndFirstOperatorIsRefused) {
         text += "L" + std::to_string(k) + ".x ";
     EXPECT_EQ(parse(text), 0);
     EXPECT_EQ(ps.nops, 100);
-    EXPECT_EQ(parse(text + "L1.x"), 0);  // a repeat shares its record
+    EXPECT_EQ(parse(text + "L1.x"), 0); // a repeat shares its record
     EXPECT_EQ(parse(text + "L101.x"), 1000);
     EXPECT_EQ(msg(), "too many time-series operators\n");
 }
@@ -345,7 +345,7 @@ TEST_F(Varlist, NewListsWithTypes) {
     EXPECT_EQ(ps.newvars[0].type, 0);
     EXPECT_EQ(ps.newvars[1].type, T_DOUBLE);
     EXPECT_EQ(ps.newvars[2].type, 4);
-    EXPECT_EQ(ds.nvar, 1);  // nothing added yet
+    EXPECT_EQ(ds.nvar, 1); // nothing added yet
 
     EXPECT_EQ(parse("(int) a b (str2) c", VL_NEW | VL_TYPEPAREN), 0);
     EXPECT_EQ(ps.newvars[0].type, T_INT);
@@ -376,8 +376,8 @@ TEST_F(Varlist, NewRangesAndCreation) {
     EXPECT_STREQ(buf, "");
     session::se.type = T_DOUBLE;
     EXPECT_EQ(parse("w float u", VL_NEW | VL_CREATE), 0);
-    EXPECT_EQ(ds.vartype[4], T_DOUBLE);  // the default type
-    EXPECT_EQ(ds.vartype[5], T_DOUBLE);  // `float` stands for the default
+    EXPECT_EQ(ds.vartype[4], T_DOUBLE); // the default type
+    EXPECT_EQ(ds.vartype[5], T_DOUBLE); // `float` stands for the default
     EXPECT_EQ(parse("y3-y1", VL_NEW), 198);
 }
 
@@ -423,10 +423,11 @@ TEST_F(FactorVars, AFactorWithItsLevelsAndDefaultBase) {
     int32_t len = 0;
     const int32_t *toc = static_cast<const int32_t *>(session::store_find("fv_toc", ST_FVBLOCK, &len));
     ASSERT_NE(toc, nullptr);
-    EXPECT_EQ(toc[0], 1);  // terms
-    EXPECT_EQ(toc[2], 1);  // factors
-    EXPECT_EQ(toc[3], 3);  // levels
-    const FvFactorInfo *fi = static_cast<const FvFactorInfo *>(session::store_find("fv_factorinfo", ST_FVBLOCK, &len));
+    EXPECT_EQ(toc[0], 1); // terms
+    EXPECT_EQ(toc[2], 1); // factors
+    EXPECT_EQ(toc[3], 3); // levels
+    const FvFactorInfo *fi =
+        static_cast<const FvFactorInfo *>(session::store_find("fv_factorinfo", ST_FVBLOCK, &len));
     ASSERT_NE(fi, nullptr);
     EXPECT_EQ(len, 1);
     EXPECT_EQ(fi->var, 1);
@@ -468,7 +469,7 @@ TEST_F(FactorVars, InteractionsAndContinuousTerms) {
     EXPECT_EQ(parse("i(g*h c(x) g*c(x))", VL_FV), 0);
     ASSERT_EQ(ps.fv.terms.size(), 3u);
     EXPECT_EQ(ps.fv.terms[0].nfactors, 2);
-    EXPECT_EQ(ps.fv.terms[0].ncells, 9);  // 3 levels of g times 3 of h
+    EXPECT_EQ(ps.fv.terms[0].ncells, 9); // 3 levels of g times 3 of h
     EXPECT_EQ(ps.fv.terms[1].ncont, 1);
     EXPECT_EQ(ps.fv.terms[2].nfactors, 1);
     EXPECT_EQ(ps.fv.terms[2].ncont, 1);
@@ -485,7 +486,7 @@ TEST_F(FactorVars, NonintegerLevelsAndTooManyTerms) {
         t += "*h";
     EXPECT_EQ(parse(t + ")", VL_FV), 103);
     EXPECT_EQ(msg(), "too many terms in interaction\n");
-    EXPECT_EQ(parse("i(g)", VL_ANY), 198);  // not a name where groups are not allowed
+    EXPECT_EQ(parse("i(g)", VL_ANY), 198); // not a name where groups are not allowed
 }
 
 // ---- Number lists ---------------------------------------------------------------------------------
@@ -562,4 +563,4 @@ TEST(Numlist, MessagesOfBothForms) {
     EXPECT_EQ(c.text(), "invalid number, noninteger value\n");
 }
 
-}  // namespace
+} // namespace
