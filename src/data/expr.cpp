@@ -18,10 +18,10 @@
 #include "data/fmt.h"
 #include "data/scalar.h"
 #include "data/varlist.h"
+#include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
-#include "session/macstore.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -39,27 +39,13 @@ namespace xp {
 
 Pools pools;
 
-namespace {
-struct OpRow {
-    int word;
-    int nopd;
-    const char *name;
-};
-constexpr OpRow op_rows[] = {
-#define X(name, word, nopd, what) {word, nopd, #name},
-    EXPR_OPS(X)
-#undef X
-};
-} // namespace
-
 const char *op_name(int word, int *noperand) {
-    for (const OpRow &r : op_rows)
-        if (r.word == word) {
-            if (noperand) *noperand = r.nopd;
-            return r.name;
-        }
+    if (const OpRow *r = op_row(word)) {
+        if (noperand) *noperand = r->nopd;
+        return r->name;
+    }
     if (const FnRow *f = fn_of_word(word)) {
-        if (noperand) *noperand = f->amin != f->amax ? 1 : 0;
+        if (noperand) *noperand = fn_operands(f);
         return f->name;
     }
     return nullptr;
@@ -810,7 +796,7 @@ void comp_row(const FnRow *r, const Span *args, int na) {
     }
     pop(na);
     emit(fn_word(r));
-    if (r->amin != r->amax) emit(na);
+    if (fn_operands(r)) emit(na);
     push(r->kind == FK_STR ? TY_STR : TY_NUM);
     if (r->flags & FF_IMPURE) impure();
     if (r->flags & FF_SERIAL) cs.rec->parallel = 0;
@@ -1020,7 +1006,7 @@ void comp_call(const std::string &name, const char *a, const char *b) {
         const FnRow *v = fn_find_variant(r->name, t == TY_STR ? 's' : 'n');
         pop(na);
         emit(fn_word(v));
-        if (v->amin != v->amax) emit(na);
+        if (fn_operands(v)) emit(na);
         push(TY_NUM);
         return;
     }
@@ -1145,20 +1131,6 @@ void expr_set_ranges(ExprRecord &rec, int32_t in_first, int32_t in_last, int32_t
 
 namespace {
 
-// What the comparisons see: NaN and infinities as `.`, and every missing value as `.` when the
-// modern treatment of missing values is off.
-inline double cmp_operand(double x, double dot, bool modern) {
-    if (!std::isfinite(x)) return dot;
-    if (!modern && !(x < dot)) return dot;
-    return x;
-}
-
-void scopy(char *dst, const char *src) {
-    size_t n = strnlen(src, EXPR_STRLEN);
-    std::memmove(dst, src, n);
-    dst[n] = 0;
-}
-
 // Counts of the numeric and string arguments of a row called with na arguments.
 void arg_counts(const FnRow *r, int na, int &nn, int &nsr) {
     nn = nsr = 0;
@@ -1166,17 +1138,191 @@ void arg_counts(const FnRow *r, int na, int &nn, int &nsr) {
         (type_at(r->types, k) == 's' ? nsr : nn)++;
 }
 
-int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
+} // namespace
+
+namespace xp {
+
+bool op_effect(const int16_t *code, int pc, int last, OpEffect &e) {
+    const int word = code[pc];
+    if (const OpRow *r = op_row(word)) {
+        if (pc + r->nopd > last) return false;
+        const int na = r->nopd ? code[pc + 1] : 0;
+        auto count = [na](int c) { return c == ARGS ? na : c == ARGS_1 ? na - 1 : c; };
+        e = {r->name,  r->nopd,        count(r->npop), r->npush, count(r->spop),
+             r->spush, count(r->mpop), r->mpush,       r->run};
+        return true;
+    }
+    const FnRow *f = fn_of_word(word);
+    if (!f) return false;
+    const int nopd = fn_operands(f);
+    if (pc + nopd > last) return false;
+    const int na = nopd ? code[pc + 1] : f->amin;
+    int nn, nsr;
+    arg_counts(f, na, nn, nsr);
+    const bool str = f->kind == FK_STR;
+    // a number from numbers is a call per observation of the block as well
+    e = {f->name, nopd, nn, str ? 0 : 1, nsr, str ? 1 : 0, 0, 0, !str && nsr == 0 ? RUN_BLOCK : RUN_ONE};
+    return true;
+}
+
+bool stack_use(const ExprRecord &rec, StackUse &u) {
+    u = StackUse{};
+    int n = 0, s = 0, m = 0;
+    for (int pc = 0; pc <= rec.last; ++pc) {
+        OpEffect e;
+        if (!op_effect(rec.code, pc, rec.last, e)) return false;
+        if (e.npop < 0 || e.spop < 0 || e.mpop < 0 || e.npop > n || e.spop > s || e.mpop > m) return false;
+        n += e.npush - e.npop;
+        s += e.spush - e.spop;
+        m += e.mpush - e.mpop;
+        u.nmax = std::max(u.nmax, n);
+        u.smax = std::max(u.smax, s);
+        u.mmax = std::max(u.mmax, m);
+        if (e.run == RUN_ONE) u.block = false;
+        pc += e.nopd;
+    }
+    u.nend = n;
+    u.send = s;
+    u.mend = m;
+    return true;
+}
+
+} // namespace xp
+
+namespace {
+
+// ---- The rules of the operations ----
+//
+// Each operation's rule is written once, for one value at a time: the machine for one observation
+// applies it to the top of its stack, the block machine to each observation of a block, so the two
+// give the same bits.
+
+// What the rules read from the session: `.`, and whether missing values keep their letters in
+// comparisons.
+struct Rules {
+    double dot;
+    bool modern;
+};
+
+// What the comparisons see: NaN and infinities as `.`, and every missing value as `.` when the
+// modern treatment of missing values is off.
+inline double cmp_operand(double x, Rules r) {
+    if (!std::isfinite(x)) return r.dot;
+    if (!r.modern && !(x < r.dot)) return r.dot;
+    return x;
+}
+
+// The operations of kind K2: x is the left operand, pushed first.
+template <int Op> inline double kernel2(double x, double y, Rules r) {
+    if constexpr (Op == OP_OR)
+        return (x != 0 || y != 0) ? 1 : 0;
+    else if constexpr (Op == OP_AND)
+        return (x != 0 && y != 0) ? 1 : 0;
+    else if constexpr (Op == OP_EQ)
+        return cmp_operand(x, r) == cmp_operand(y, r) ? 1 : 0;
+    else if constexpr (Op == OP_NE)
+        return cmp_operand(x, r) != cmp_operand(y, r) ? 1 : 0;
+    else if constexpr (Op == OP_GE)
+        return cmp_operand(x, r) >= cmp_operand(y, r) ? 1 : 0;
+    else if constexpr (Op == OP_LE)
+        return cmp_operand(x, r) <= cmp_operand(y, r) ? 1 : 0;
+    else if constexpr (Op == OP_LT)
+        return cmp_operand(x, r) < cmp_operand(y, r) ? 1 : 0;
+    else if constexpr (Op == OP_GT)
+        return cmp_operand(x, r) > cmp_operand(y, r) ? 1 : 0;
+    else if constexpr (Op == OP_ADD)
+        return (x < r.dot && y < r.dot) ? x + y : r.dot;
+    else if constexpr (Op == OP_SUB)
+        return (x < r.dot && y < r.dot) ? x - y : r.dot;
+    else if constexpr (Op == OP_MUL)
+        return (x < r.dot && y < r.dot) ? x * y : r.dot;
+    // an invalid power is left to the end of the run
+    else if constexpr (Op == OP_POW)
+        return (x < r.dot && y < r.dot) ? std::pow(x, y) : r.dot;
+    else if constexpr (Op == OP_DIV)
+        return (x < r.dot && y < r.dot && y != 0) ? x / y : r.dot;
+    else
+        static_assert(Op < 0, "an operation of kind K2 has no rule");
+}
+
+// The operations of kind K1.
+template <int Op> inline double kernel1(double x, Rules r) {
+    if constexpr (Op == OP_NEG)
+        return x < r.dot ? -x : r.dot;
+    else if constexpr (Op == OP_NOT)
+        return x == 0 ? 1 : 0;
+    else if constexpr (Op == OP_ISMISS)
+        return x < r.dot ? 0 : 1;
+    else
+        static_assert(Op < 0, "an operation of kind K1 has no rule");
+}
+
+// The cells of observation i, or null outside the data.
+inline const char *obs_row(int32_t i) {
+    return (i >= 1 && i <= ds.nobs) ? ds.database + (int64_t)ds.index[i - 1] * ds.width : nullptr;
+}
+
+// VAR: the cell at offset off of a row, `.` outside the data.
+inline double cell_or_dot(const char *row, int32_t off, int type, double dot) {
+    return row ? cell_get(row + off, type) : dot;
+}
+
+// VARSUB and SVARSUB: the observation that subscript e names within the group, 0 when it names none.
+inline int32_t subscript_obs(double e, const ExprRecord &rec, double dot) {
+    if (!(e < dot && e >= -2147483648.0 && e <= 2147483647.0)) return 0;
+    const int64_t k = (int64_t)rec.grp_first + (int64_t)std::trunc(e) - 1;
+    return (k >= rec.grp_first && k <= rec.grp_last && k >= 1 && k <= ds.nobs) ? (int32_t)k : 0;
+}
+
+inline double num_at(int v, int32_t obs, double dot) { return obs ? get_num(v, obs) : dot; }
+
+inline double obs_n(int32_t i, const ExprRecord &rec) { return (double)i - rec.grp_first + 1; }
+inline double obs_nn(const ExprRecord &rec) { return (double)rec.grp_last - rec.grp_first + 1; }
+inline double last_rc() { return session::lp.capture_rc; }
+
+// ANY: 1 if any of the n values at(0) .. at(n-1) is not 0.
+template <class At> inline double any_nonzero(int n, At at) {
+    double r = 0;
+    for (int j = 0; j < n; ++j)
+        if (at(j) != 0) r = 1;
+    return r;
+}
+
+// COND and SCOND: the branch taken for the test value x, counted from the first: 0 when x is not
+// 0, 1 when it is 0, 2 (the fourth argument, when there is one) when it is missing.
+inline int cond_branch(double x, int nargs, double dot) {
+    if (nargs == 4 && !(x < dot)) return 2;
+    return x != 0 ? 0 : 1;
+}
+
+// The value a numeric record gives: a NaN, an infinity or a value beyond `.z` becomes `.`.
+inline double finish(double v, double dot, double dotz) { return (!std::isfinite(v) || v > dotz) ? dot : v; }
+
+void scopy(char *dst, const char *src) {
+    size_t n = strnlen(src, EXPR_STRLEN);
+    std::memmove(dst, src, n);
+    dst[n] = 0;
+}
+
+// A case of each machine for every operation of kind K2 and K1, from the table: EXPR_OPS(X) with X
+// giving EXPR_RUN_CASE_##how(K2, K1, name) calls the machine's K2(name) or K1(name) for those rows.
+#define EXPR_RUN_CASE_K2(K2, K1, name) K2(name)
+#define EXPR_RUN_CASE_K1(K2, K1, name) K1(name)
+#define EXPR_RUN_CASE_BLOCK(K2, K1, name)
+#define EXPR_RUN_CASE_ONE(K2, K1, name)
+
+// The machine for one observation. left, when given, gets the count of numbers and of strings left on
+// the stacks.
+int run(ExprRecord &rec, int32_t i, double *vout, char *sout, int *left = nullptr) {
     double ns[MAXTYPES];
     char ss[MAXSTR][EXPR_STRBUF];
     int sp = -1, tp = -1;
-    const double dot = session::lim.dot;
-    const bool modern = session::lp.modernmissing != 0;
+    const Rules rules{session::lim.dot, session::lp.modernmissing != 0};
+    const double dot = rules.dot;
     const int16_t *code = rec.code;
     const int last = rec.last;
-    const bool inobs = i >= 1 && i <= ds.nobs;
     // the cells of observation i, reached without a call for each variable
-    const char *row = inobs ? ds.database + (int64_t)ds.index[i - 1] * ds.width : nullptr;
+    const char *row = obs_row(i);
     const int32_t *offset = ds.offset.get();
     const uint8_t *vartype = ds.vartype.get();
     if (i == rec.in_first)
@@ -1185,79 +1331,36 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
     for (int pc = 0; pc <= last; ++pc) {
         const int op = code[pc];
         switch (op) {
+#define K2(name)                                                                                             \
+    case OP_##name: {                                                                                        \
+        const double y = ns[sp--];                                                                           \
+        ns[sp] = kernel2<OP_##name>(ns[sp], y, rules);                                                       \
+        break;                                                                                               \
+    }
+#define K1(name)                                                                                             \
+    case OP_##name:                                                                                          \
+        ns[sp] = kernel1<OP_##name>(ns[sp], rules);                                                          \
+        break;
+#define X(name, word, nopd, npop, npush, spop, spush, mpop, mpush, how, what)                                \
+    EXPR_RUN_CASE_##how(K2, K1, name)
+            EXPR_OPS(X)
+#undef X
+#undef K1
+#undef K2
         case OP_LIT:
             ns[++sp] = pools.lit[code[++pc]];
             break;
         case OP_VAR: {
             const int v = (uint16_t)code[++pc];
-            ns[++sp] = row ? cell_get(row + offset[v - 1], vartype[v - 1]) : dot;
+            ns[++sp] = cell_or_dot(row, offset[v - 1], vartype[v - 1], dot);
             break;
         }
-        case OP_ADD: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x < dot && y < dot) ? x + y : dot;
-            break;
-        }
-        case OP_SUB: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x < dot && y < dot) ? x - y : dot;
-            break;
-        }
-        case OP_MUL: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x < dot && y < dot) ? x * y : dot;
-            break;
-        }
-        case OP_DIV: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x < dot && y < dot && y != 0) ? x / y : dot;
-            break;
-        }
-        case OP_POW: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x < dot && y < dot) ? std::pow(x, y) : dot;
-            break;
-        }
-#define EXPR_CMP(word, rel)                                                                                  \
-    case word: {                                                                                             \
-        const double y = cmp_operand(ns[sp--], dot, modern), x = cmp_operand(ns[sp], dot, modern);           \
-        ns[sp] = (x rel y) ? 1 : 0;                                                                          \
-        break;                                                                                               \
-    }
-            EXPR_CMP(OP_EQ, ==)
-            EXPR_CMP(OP_NE, !=)
-            EXPR_CMP(OP_GE, >=)
-            EXPR_CMP(OP_LE, <=)
-            EXPR_CMP(OP_LT, <)
-            EXPR_CMP(OP_GT, >)
-#undef EXPR_CMP
-        case OP_OR: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x != 0 || y != 0) ? 1 : 0;
-            break;
-        }
-        case OP_AND: {
-            const double y = ns[sp--], x = ns[sp];
-            ns[sp] = (x != 0 && y != 0) ? 1 : 0;
-            break;
-        }
-        case OP_NEG:
-            ns[sp] = ns[sp] < dot ? -ns[sp] : dot;
-            break;
-        case OP_NOT:
-            ns[sp] = ns[sp] == 0 ? 1 : 0;
-            break;
         case OP_VARSUB:
         case OP_SVARSUB: {
             const int v = (uint16_t)code[++pc];
-            const double e = ns[sp];
-            int32_t obs = 0;
-            if (e < dot && e >= -2147483648.0 && e <= 2147483647.0) {
-                const int64_t k = (int64_t)rec.grp_first + (int64_t)std::trunc(e) - 1;
-                if (k >= rec.grp_first && k <= rec.grp_last && k >= 1 && k <= ds.nobs) obs = (int32_t)k;
-            }
+            const int32_t obs = subscript_obs(ns[sp], rec, dot);
             if (op == OP_VARSUB) {
-                ns[sp] = obs ? get_num(v, obs) : dot;
+                ns[sp] = num_at(v, obs, dot);
             } else {
                 --sp;
                 ++tp;
@@ -1271,7 +1374,7 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
         case OP_SVAR: {
             const int v = (uint16_t)code[++pc];
             ++tp;
-            if (inobs)
+            if (row)
                 get_str(v, i, ss[tp]);
             else
                 ss[tp][0] = 0;
@@ -1322,13 +1425,13 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             break;
         }
         case OP_OBSN:
-            ns[++sp] = (double)i - rec.grp_first + 1;
+            ns[++sp] = obs_n(i, rec);
             break;
         case OP_OBSNN:
-            ns[++sp] = (double)rec.grp_last - rec.grp_first + 1;
+            ns[++sp] = obs_nn(rec);
             break;
         case OP_RC:
-            ns[++sp] = session::lp.capture_rc;
+            ns[++sp] = last_rc();
             break;
         case OP_SUM: {
             const int slot = code[++pc];
@@ -1337,41 +1440,26 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
             ns[sp] = rec.sums[slot];
             break;
         }
-        case OP_ISMISS:
-            ns[sp] = ns[sp] < dot ? 0 : 1;
-            break;
         case OP_SISMISS:
             ns[++sp] = ss[tp--][0] == 0 ? 1 : 0;
             break;
         case OP_ANY: {
             const int n = code[++pc];
-            double r = 0;
-            for (int k = 0; k < n; ++k)
-                if (ns[sp - k] != 0) r = 1;
+            const double r = any_nonzero(n, [&](int j) { return ns[sp - j]; });
             sp -= n - 1;
             ns[sp] = r;
             break;
         }
         case OP_COND: {
             const int n = code[++pc];
-            const double x = ns[sp];
-            double r;
-            if (n == 4 && !(x < dot))
-                r = ns[sp - 3];
-            else
-                r = x != 0 ? ns[sp - 1] : ns[sp - 2];
+            const double r = ns[sp - 1 - cond_branch(ns[sp], n, dot)];
             sp -= n - 1;
             ns[sp] = r;
             break;
         }
         case OP_SCOND: {
             const int n = code[++pc];
-            const double x = ns[sp--];
-            int k;
-            if (n == 4 && !(x < dot))
-                k = 2;
-            else
-                k = x != 0 ? 0 : 1;
+            const int k = cond_branch(ns[sp--], n, dot);
             const int dest = tp - (n - 2);
             if (tp - k != dest) scopy(ss[dest], ss[tp - k]);
             tp = dest;
@@ -1383,7 +1471,7 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
                 // the matrix operations: their values belong to the matrix store
                 return session::not_built("matrix expressions");
             }
-            const int na = r->amin != r->amax ? code[++pc] : r->amin;
+            const int na = fn_operands(r) ? code[++pc] : r->amin;
             int nn, nsr;
             arg_counts(r, na, nn, nsr);
             const Fa fa{sp >= 0 ? &ns[sp] : ns, tp >= 0 ? &ss[tp] : ss, na, i, &rec};
@@ -1403,13 +1491,15 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
         }
         }
     }
+    if (left) {
+        left[0] = sp + 1;
+        left[1] = tp + 1;
+    }
     if (rec.restype == XT_STR) {
         if (sout) scopy(sout, tp >= 0 ? ss[tp] : "");
         if (vout) *vout = dot;
     } else {
-        double v = sp >= 0 ? ns[sp] : dot;
-        if (!std::isfinite(v) || v > session::lim.dot_z) v = dot;
-        if (vout) *vout = v;
+        if (vout) *vout = finish(sp >= 0 ? ns[sp] : dot, dot, session::lim.dot_z);
         if (sout) sout[0] = 0;
     }
     return 0;
@@ -1417,94 +1507,55 @@ int run(ExprRecord &rec, int32_t i, double *vout, char *sout) {
 
 // ---- Blocks of observations ----------------------------------------------------------------------------
 //
-// A numeric record without strings, sums or matrices can also be run for a block of observations at
-// once: each operation then works through the whole block, so the cost of the dispatch is shared by
-// the block. The arithmetic is the same as above, value by value.
+// A numeric record whose every word has a block form (the table says which) can also be run for a
+// block of observations at once: each operation then works through the whole block, so the cost of
+// the dispatch is shared by the block. The rules are the ones above, value by value.
 
 constexpr int BLK = 256;      // observations in one pass
 constexpr int BLK_DEPTH = 24; // number stack of the block form
 
-// Whether rec can run in the block form, by a walk over its words that follows the stack depth.
 bool blockable(const ExprRecord &rec) {
     if (rec.restype != XT_NUM) return false;
-    int depth = 0, maxdepth = 0;
-    for (int pc = 0; pc <= rec.last; ++pc) {
-        const int op = rec.code[pc];
-        int pops = 0, pushes = 1;
-        switch (op) {
-        case OP_LIT:
-        case OP_VAR:
-            ++pc;
-            pops = 0;
-            break;
-        case OP_OBSN:
-        case OP_OBSNN:
-        case OP_RC:
-            pops = 0;
-            break;
-        case OP_ADD:
-        case OP_SUB:
-        case OP_MUL:
-        case OP_DIV:
-        case OP_POW:
-        case OP_EQ:
-        case OP_NE:
-        case OP_GE:
-        case OP_LE:
-        case OP_LT:
-        case OP_GT:
-        case OP_OR:
-        case OP_AND:
-            pops = 2;
-            break;
-        case OP_NEG:
-        case OP_NOT:
-        case OP_ISMISS:
-            pops = 1;
-            break;
-        case OP_VARSUB:
-            ++pc;
-            pops = 1;
-            break;
-        case OP_ANY:
-            pops = rec.code[++pc];
-            break;
-        case OP_COND:
-            pops = rec.code[++pc];
-            break;
-        default: {
-            const FnRow *r = fn_of_word(op);
-            if (!r || r->kind != FK_NUM) return false;
-            const int na = r->amin != r->amax ? rec.code[++pc] : r->amin;
-            for (int k = 0; k < na; ++k)
-                if (type_at(r->types, k) != 'n') return false;
-            pops = na;
-            break;
-        }
-        }
-        depth += pushes - pops;
-        if (depth > maxdepth) maxdepth = depth;
-    }
-    return maxdepth <= BLK_DEPTH;
+    StackUse u;
+    return stack_use(rec, u) && u.block && u.nmax <= BLK_DEPTH;
 }
 
-// Runs rec for observations first .. first+n-1 (n at most BLK) into out.
-void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
+// Runs rec for observations first .. first+n-1 (n at most BLK) into out. Returns the count of
+// numbers left on the stack.
+int run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
     alignas(64) double st[BLK_DEPTH][BLK];
     const char *rows[BLK];
-    const double dot = session::lim.dot;
-    const bool modern = session::lp.modernmissing != 0;
-    const int32_t nobs = ds.nobs;
-    for (int k = 0; k < n; ++k) {
-        const int32_t i = first + k;
-        rows[k] = (i >= 1 && i <= nobs) ? ds.database + (int64_t)ds.index[i - 1] * ds.width : nullptr;
-    }
+    const Rules rules{session::lim.dot, session::lp.modernmissing != 0};
+    const double dot = rules.dot;
+    for (int k = 0; k < n; ++k)
+        rows[k] = obs_row(first + k);
     const int32_t *offset = ds.offset.get();
     const uint8_t *vartype = ds.vartype.get();
     int sp = -1;
     for (int pc = 0; pc <= rec.last; ++pc) {
         const int op = rec.code[pc];
         switch (op) {
+#define K2(name)                                                                                             \
+    case OP_##name: {                                                                                        \
+        const double *yv = st[sp--];                                                                         \
+        double *xv = st[sp];                                                                                 \
+        for (int k = 0; k < n; ++k)                                                                          \
+            xv[k] = kernel2<OP_##name>(xv[k], yv[k], rules);                                                 \
+        break;                                                                                               \
+    }
+#define K1(name)                                                                                             \
+    case OP_##name: {                                                                                        \
+        double *d = st[sp];                                                                                  \
+        for (int k = 0; k < n; ++k)                                                                          \
+            d[k] = kernel1<OP_##name>(d[k], rules);                                                          \
+        break;                                                                                               \
+    }
+#define X(name, word, nopd, npop, npush, spop, spush, mpop, mpush, how, what)                                \
+    EXPR_RUN_CASE_##how(K2, K1, name)
+            EXPR_OPS(X)
+#undef X
+#undef K1
+#undef K2
         case OP_LIT: {
             const double v = pools.lit[rec.code[++pc]];
             double *d = st[++sp];
@@ -1517,122 +1568,57 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
             const int32_t off = offset[v - 1];
             const int t = vartype[v - 1];
             double *d = st[++sp];
-            if (t == T_DOUBLE) {
-                for (int k = 0; k < n; ++k) {
-                    if (rows[k])
-                        std::memcpy(&d[k], rows[k] + off, 8);
-                    else
-                        d[k] = dot;
-                }
-            } else {
+            // with the type fixed for the loop, the cells of a double are read straight
+            if (t == T_DOUBLE)
                 for (int k = 0; k < n; ++k)
-                    d[k] = rows[k] ? cell_get(rows[k] + off, t) : dot;
-            }
+                    d[k] = cell_or_dot(rows[k], off, T_DOUBLE, dot);
+            else
+                for (int k = 0; k < n; ++k)
+                    d[k] = cell_or_dot(rows[k], off, t, dot);
             break;
         }
         case OP_OBSN: {
             double *d = st[++sp];
             for (int k = 0; k < n; ++k)
-                d[k] = (double)(first + k) - rec.grp_first + 1;
+                d[k] = obs_n(first + k, rec);
             break;
         }
         case OP_OBSNN: {
             double *d = st[++sp];
             for (int k = 0; k < n; ++k)
-                d[k] = (double)rec.grp_last - rec.grp_first + 1;
+                d[k] = obs_nn(rec);
             break;
         }
         case OP_RC: {
             double *d = st[++sp];
             for (int k = 0; k < n; ++k)
-                d[k] = session::lp.capture_rc;
-            break;
-        }
-#define EXPR_BLK2(word, expr)                                                                                \
-    case word: {                                                                                             \
-        const double *yv = st[sp--];                                                                         \
-        double *xv = st[sp];                                                                                 \
-        for (int k = 0; k < n; ++k) {                                                                        \
-            const double x = xv[k], y = yv[k];                                                               \
-            xv[k] = (expr);                                                                                  \
-        }                                                                                                    \
-        break;                                                                                               \
-    }
-            EXPR_BLK2(OP_ADD, (x < dot && y < dot) ? x + y : dot)
-            EXPR_BLK2(OP_SUB, (x < dot && y < dot) ? x - y : dot)
-            EXPR_BLK2(OP_MUL, (x < dot && y < dot) ? x * y : dot)
-            EXPR_BLK2(OP_DIV, (x < dot && y < dot && y != 0) ? x / y : dot)
-            EXPR_BLK2(OP_POW, (x < dot && y < dot) ? std::pow(x, y) : dot)
-            EXPR_BLK2(OP_EQ, cmp_operand(x, dot, modern) == cmp_operand(y, dot, modern) ? 1 : 0)
-            EXPR_BLK2(OP_NE, cmp_operand(x, dot, modern) != cmp_operand(y, dot, modern) ? 1 : 0)
-            EXPR_BLK2(OP_GE, cmp_operand(x, dot, modern) >= cmp_operand(y, dot, modern) ? 1 : 0)
-            EXPR_BLK2(OP_LE, cmp_operand(x, dot, modern) <= cmp_operand(y, dot, modern) ? 1 : 0)
-            EXPR_BLK2(OP_LT, cmp_operand(x, dot, modern) < cmp_operand(y, dot, modern) ? 1 : 0)
-            EXPR_BLK2(OP_GT, cmp_operand(x, dot, modern) > cmp_operand(y, dot, modern) ? 1 : 0)
-            EXPR_BLK2(OP_OR, (x != 0 || y != 0) ? 1 : 0)
-            EXPR_BLK2(OP_AND, (x != 0 && y != 0) ? 1 : 0)
-#undef EXPR_BLK2
-        case OP_NEG: {
-            double *d = st[sp];
-            for (int k = 0; k < n; ++k)
-                d[k] = d[k] < dot ? -d[k] : dot;
-            break;
-        }
-        case OP_NOT: {
-            double *d = st[sp];
-            for (int k = 0; k < n; ++k)
-                d[k] = d[k] == 0 ? 1 : 0;
-            break;
-        }
-        case OP_ISMISS: {
-            double *d = st[sp];
-            for (int k = 0; k < n; ++k)
-                d[k] = d[k] < dot ? 0 : 1;
+                d[k] = last_rc();
             break;
         }
         case OP_VARSUB: {
             const int v = (uint16_t)rec.code[++pc];
             double *d = st[sp];
-            for (int k = 0; k < n; ++k) {
-                const double e = d[k];
-                double r = dot;
-                if (e < dot && e >= -2147483648.0 && e <= 2147483647.0) {
-                    const int64_t o = (int64_t)rec.grp_first + (int64_t)std::trunc(e) - 1;
-                    if (o >= rec.grp_first && o <= rec.grp_last && o >= 1 && o <= nobs)
-                        r = get_num(v, (int32_t)o);
-                }
-                d[k] = r;
-            }
+            for (int k = 0; k < n; ++k)
+                d[k] = num_at(v, subscript_obs(d[k], rec, dot), dot);
             break;
         }
         case OP_ANY: {
             const int na = rec.code[++pc];
-            for (int k = 0; k < n; ++k) {
-                double r = 0;
-                for (int j = 0; j < na; ++j)
-                    if (st[sp - j][k] != 0) r = 1;
-                st[sp - na + 1][k] = r;
-            }
+            for (int k = 0; k < n; ++k)
+                st[sp - na + 1][k] = any_nonzero(na, [&](int j) { return st[sp - j][k]; });
             sp -= na - 1;
             break;
         }
         case OP_COND: {
             const int na = rec.code[++pc];
-            for (int k = 0; k < n; ++k) {
-                const double x = st[sp][k];
-                double r;
-                if (na == 4 && !(x < dot))
-                    r = st[sp - 3][k];
-                else
-                    r = x != 0 ? st[sp - 1][k] : st[sp - 2][k];
-                st[sp - na + 1][k] = r;
-            }
+            for (int k = 0; k < n; ++k)
+                st[sp - na + 1][k] = st[sp - 1 - cond_branch(st[sp][k], na, dot)][k];
             sp -= na - 1;
             break;
         }
         default: {
             const FnRow *r = fn_of_word(op);
-            const int na = r->amin != r->amax ? rec.code[++pc] : r->amin;
+            const int na = fn_operands(r) ? rec.code[++pc] : r->amin;
             double args[BLK_DEPTH];
             for (int k = 0; k < n; ++k) {
                 for (int j = 0; j < na; ++j)
@@ -1647,12 +1633,15 @@ void run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
         }
     }
     const double dotz = session::lim.dot_z;
-    for (int k = 0; k < n; ++k) {
-        double v = sp >= 0 ? st[sp][k] : dot;
-        if (!std::isfinite(v) || v > dotz) v = dot;
-        out[k] = v;
-    }
+    for (int k = 0; k < n; ++k)
+        out[k] = finish(sp >= 0 ? st[sp][k] : dot, dot, dotz);
+    return sp + 1;
 }
+
+#undef EXPR_RUN_CASE_K2
+#undef EXPR_RUN_CASE_K1
+#undef EXPR_RUN_CASE_BLOCK
+#undef EXPR_RUN_CASE_ONE
 
 void refresh_ranges(ExprRecord &rec) {
     const int32_t n = ds.nobs;
@@ -1690,6 +1679,26 @@ int expr_xeq_block(ExprRecord &rec, int32_t first, int32_t n, double *out) {
         if (int rc = run(rec, first + k, &out[k], nullptr)) return rc;
     return 0;
 }
+
+namespace xp {
+
+int run_left(ExprRecord &rec, int32_t i, int *nleft, int *sleft) {
+    double v;
+    char buf[EXPR_STRBUF];
+    int left[2] = {0, 0};
+    const int rc = run(rec, i, &v, buf, left);
+    *nleft = left[0];
+    *sleft = left[1];
+    return rc;
+}
+
+bool has_block_form(const ExprRecord &rec) { return blockable(rec); }
+
+int run_block_left(const ExprRecord &rec, int32_t first, int n, double *out) {
+    return run_block(rec, first, std::min(n, BLK), out);
+}
+
+} // namespace xp
 
 int expr_xeq_str(ExprRecord &rec, int32_t i, char *buf) {
     refresh_ranges(rec);

@@ -1098,6 +1098,132 @@ TEST_F(Expr, BlockFormMatchesOneByOne) {
     EXPECT_EQ(out[4], 1 + 3 + 4 + 5); // observation 2 is missing
 }
 
+// Every operator of the table that takes one or two numbers and gives one, run on a grid of operands
+// by both machines: one observation at a time and by blocks. A rule written twice that drifts in one
+// machine shows here.
+TEST_F(Expr, EveryOperatorGivesTheSameBitsInBothMachines) {
+    const double grid[] = {
+        dot(), missing_value(1), missing_value(26),      0.0,   -0.0, 1, -1, 2.5, -3.75, 0.1, 7, -2,
+        1e300, -1e300,           session::lim.maxdouble, 1e-310};
+    constexpr int G = (int)(sizeof grid / sizeof grid[0]);
+    const int ga = addv("ga", T_DOUBLE), gb = addv("gb", T_DOUBLE);
+    {
+        MsgCapture c;
+        ASSERT_EQ(set_obs(G * G), 0);
+    }
+    for (int i = 0; i < G; ++i)
+        for (int j = 0; j < G; ++j) {
+            put_num(ga, i * G + j + 1, grid[i]);
+            put_num(gb, i * G + j + 1, grid[j]);
+        }
+    // observations 0 and G*G+1 lie outside the data, where both operands are `.`; more than one
+    // block of the block machine
+    const int nrun = G * G + 2;
+    int nbinary = 0, nunary = 0;
+    for (const xp::OpRow &row : xp::op_rows) {
+        const bool numbers_only = row.nopd == 0 && row.spop == 0 && row.spush == 0 && row.mpop == 0 &&
+                                  row.mpush == 0 && row.npush == 1;
+        if (!numbers_only || (row.npop != 1 && row.npop != 2)) continue;
+        ExprRecord r;
+        int pc = 0;
+        r.code[pc++] = xp::OP_VAR;
+        r.code[pc++] = (int16_t)ga;
+        if (row.npop == 2) {
+            r.code[pc++] = xp::OP_VAR;
+            r.code[pc++] = (int16_t)gb;
+        }
+        r.code[pc] = row.word;
+        r.last = pc;
+        r.restype = XT_NUM;
+        (row.npop == 2 ? nbinary : nunary)++;
+        ASSERT_TRUE(xp::has_block_form(r)) << row.name;
+        expr_set_ranges(r, 1, G * G, 1, G * G);
+        for (int modern = 0; modern <= 1; ++modern) {
+            session::lp.modernmissing = modern;
+            std::vector<double> block(nrun);
+            ASSERT_EQ(expr_xeq_block(r, 0, nrun, block.data()), 0) << row.name;
+            for (int i = 0; i < nrun; ++i) {
+                const double one = expr_xeqforby(r, i);
+                const double a = i >= 1 && i <= G * G ? grid[(i - 1) / G] : dot();
+                const double b = i >= 1 && i <= G * G ? grid[(i - 1) % G] : dot();
+                EXPECT_EQ(dbits(block[i]), dbits(one))
+                    << row.name << " of " << a << " and " << b << " (modern " << modern << "): " << block[i]
+                    << " by blocks, " << one << " one at a time";
+            }
+        }
+    }
+    session::lp.modernmissing = 1;
+    EXPECT_EQ(nbinary, 13); // | & == != >= <= < > + - * ^ /
+    EXPECT_EQ(nunary, 3);   // - ! missing()
+}
+
+// The stack effect of each word, as the table gives it, against the stacks of the machines: for every
+// prefix of a compiled record, what the table says is left on the stacks is what each machine
+// leaves; and the depths the walk over the table finds are the ones the machines reach.
+TEST_F(Expr, StackEffectsAreWhatTheMachinesDo) {
+    // "1+(2+(...+(m)))": m numbers on the stack before the first addition
+    auto nested = [](int m) {
+        std::string t = "1";
+        for (int k = 2; k <= m; ++k)
+            t += "+(" + std::to_string(k);
+        return t + std::string(m - 1, ')');
+    };
+    const std::string deep24 = nested(24), deep25 = nested(25);
+    struct Case {
+        const char *text;
+        bool block; // every word has a block form
+    } cases[] = {
+        {"x*2 + f/3 - (bb>20)", true},
+        {"cond(x>2,x,-x,99) + cond(x,1,2)", true},
+        {"missing(x,f) + !missing(s,lng)", false},
+        {"max(x,f,1)+normal(x)", true},
+        {"x[_n-1]+_N*_rc", true},
+        {"sum(x)+x", false},
+        {"cond(x>1,s,\"q\")+\"z\"+s[2]", false},
+        {"substr(s+\"xy\",2,1)==\"a\" | strlen(s)>0", false},
+        {"inlist(x,1,3,5)+inrange(s,\"a\",\"c\")", false},
+        {deep24.c_str(), true},
+        {deep25.c_str(), false}, // one number more than the block machine holds
+    };
+    for (const Case &k : cases) {
+        ExprRecord r;
+        {
+            MsgCapture c;
+            ASSERT_EQ(expr_compile(k.text, r, XW_ANY), 0) << k.text << ": " << c.text();
+        }
+        expr_set_ranges(r, 1, 5, 1, 5);
+        xp::StackUse use;
+        ASSERT_TRUE(xp::stack_use(r, use)) << k.text;
+        EXPECT_EQ(xp::has_block_form(r), k.block) << k.text;
+        int n = 0, s = 0, nmax = 0, smax = 0;
+        for (int pc = 0; pc <= r.last; ++pc) {
+            xp::OpEffect e;
+            ASSERT_TRUE(xp::op_effect(r.code, pc, r.last, e)) << k.text << " at " << pc;
+            n += e.npush - e.npop;
+            s += e.spush - e.spop;
+            pc += e.nopd;
+            ExprRecord part = r;
+            part.last = pc;
+            int nleft = -1, sleft = -1;
+            ASSERT_EQ(xp::run_left(part, 2, &nleft, &sleft), 0) << k.text;
+            EXPECT_EQ(nleft, n) << k.text << ": numbers after " << e.name << " at " << pc;
+            EXPECT_EQ(sleft, s) << k.text << ": strings after " << e.name << " at " << pc;
+            if (k.block) {
+                ASSERT_TRUE(xp::has_block_form(part)) << k.text << " up to " << pc;
+                double out[5];
+                EXPECT_EQ(xp::run_block_left(part, 1, 5, out), n)
+                    << k.text << ": after " << e.name << " at " << pc;
+            }
+            nmax = std::max(nmax, nleft);
+            smax = std::max(smax, sleft);
+        }
+        EXPECT_EQ(use.nmax, nmax) << k.text;
+        EXPECT_EQ(use.smax, smax) << k.text;
+        EXPECT_EQ(use.nend, r.restype == XT_NUM ? 1 : 0) << k.text;
+        EXPECT_EQ(use.send, r.restype == XT_STR ? 1 : 0) << k.text;
+    }
+}
+
 TEST_F(Expr, ParallelBlocksAgreeWithOneThread) {
     {
         MsgCapture c;
