@@ -18,9 +18,7 @@ namespace data {
 namespace {
 
 int assertion_false() {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error("assertion is false\n");
-    return 9;
+    return session::fail(9, "assertion is false\n");
 }
 
 } // namespace

@@ -28,12 +28,6 @@ using session::SEP_STD;
 using session::tk;
 using session::ungettok;
 
-int fail(int rc, const std::string &text) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(text);
-    return rc;
-}
-
 // What is left of the line from the token just read.
 std::string rest_from_token() {
     std::string s = tk.tokstart ? tk.tokstart : "";
@@ -43,7 +37,7 @@ std::string rest_from_token() {
 }
 
 // Text left over behind a command: "'rest' invalid".
-int leftover() { return fail(198, "'" + rest_from_token() + "' invalid\n"); }
+int leftover() { return session::fail(198, "'" + rest_from_token() + "' invalid\n"); }
 
 // The end of the line must follow.
 int expect_end() {
@@ -98,19 +92,19 @@ int read_count(int64_t *n) {
 } // namespace
 
 int parse_in() {
-    if (session::lp.byprefix) return fail(190, "'in' may not be combined with 'by'\n");
+    if (session::lp.byprefix) return session::fail(190, "'in' may not be combined with 'by'\n");
     if (ps.inrange) return session::error(198);
     std::string a = gettok(SEP_NUM);
     int32_t lo, hi;
-    if (!in_item(a, &lo)) return fail(198, "'" + a + "' invalid obs no\n");
+    if (!in_item(a, &lo)) return session::fail(198, "'" + a + "' invalid obs no\n");
     hi = lo;
     if (std::strcmp(gettok(SEP_NUM), "/") == 0) {
         std::string b = gettok(SEP_NUM);
-        if (!in_item(b, &hi)) return fail(198, "'" + b + "' invalid obs no\n");
+        if (!in_item(b, &hi)) return session::fail(198, "'" + b + "' invalid obs no\n");
     } else {
         ungettok();
     }
-    if (lo < 1 || lo > hi || hi > ds.nobs) return fail(198, "Obs. nos. out of range\n");
+    if (lo < 1 || lo > hi || hi > ds.nobs) return session::fail(198, "Obs. nos. out of range\n");
     ps.inrange = true;
     ps.in_lo = lo;
     ps.in_hi = hi;

@@ -8,6 +8,7 @@
 
 #include "data/types.h"
 #include "output/channel.h"
+#include "session/errors.h"
 #include "session/hexfloat.h"
 
 namespace data {
@@ -89,10 +90,8 @@ void leap_sentinel_only() {
 }
 
 int leap_fail(const char *msg, int code) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(msg);
     leap_sentinel_only();
-    return code;
+    return session::fail(code, msg);
 }
 
 // Reads one line of the file into days; 0, or -1 for an invalid token, -2 for too many.

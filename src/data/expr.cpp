@@ -66,19 +66,11 @@ struct Fail {
 
 [[noreturn]] void fail(int rc) { throw Fail{rc}; }
 [[noreturn]] void fail_code(int code) { throw Fail{session::error(code)}; }
-[[noreturn]] void fail_text(int rc, const std::string &text) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(text);
-    throw Fail{rc};
-}
+[[noreturn]] void fail_text(int rc, const std::string &text) { throw Fail{session::fail(rc, text)}; }
 [[noreturn]] void too_long() { fail_code(130); }
 [[noreturn]] void syntax() { fail_code(198); }
 
-int write132(const char *lead, const char *what) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(std::string(lead) + what);
-    return 132;
-}
+int write132(const char *lead, const char *what) { return session::fail(132, std::string(lead) + what); }
 
 // ---- Taking the text off the command line ---------------------------------------------------------
 

@@ -1041,10 +1041,7 @@ struct RegexState {
 };
 RegexState rx;
 
-void rx_message(const char *msg) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(std::string(msg) + "\n");
-}
+void rx_message(const char *msg) { session::fail(0, std::string(msg) + "\n"); }
 
 bool is_rep(char c) { return c == '*' || c == '+' || c == '?'; }
 
@@ -1147,10 +1144,8 @@ int regex_match(const char *s, const char *re) {
 int regex_sub(double n, char *out) {
     out[0] = 0;
     if (rx.matched == 0) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error(
-            "a regular expression match function must be executed prior to retrieving a subexpression\n");
-        return 198;
+        return session::fail(
+            198, "a regular expression match function must be executed prior to retrieving a subexpression\n");
     }
     if (miss(n) || n < 0 || n >= 10 || rx.matched < 0) return session::numlist_error(125, true);
     const regmatch_t &m = rx.m[(int)n];

@@ -34,9 +34,7 @@ bool read_format(std::string &text) {
 }
 
 int mismatch(const std::string &fmt, const char *kind, int v) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(fmt + " invalid for " + kind + " variable " + ds.varname[v - 1] + "\n");
-    return 120;
+    return session::fail(120, fmt + " invalid for " + kind + " variable " + ds.varname[v - 1] + "\n");
 }
 
 int list_formats(const std::vector<int> &vars) {

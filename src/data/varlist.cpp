@@ -34,12 +34,6 @@ using session::ungettok;
 // The command separators less `*`, `?` and `~`, which belong to wildcards; `.` is not one either.
 constexpr char VLSEP[] = " \"'`:;,<>/!@|#$%^&()-+=[]{}";
 
-int fail(int rc, const std::string &text) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(text);
-    return rc;
-}
-
 bool is_e(int v) { return std::strcmp(ds.varname[v - 1], "(e)") == 0; }
 
 bool has_wild(std::string_view s) { return s.find_first_of("*?~") != std::string_view::npos; }
@@ -116,12 +110,12 @@ int op_parts(std::string_view opstr, std::string_view token, std::vector<OpPart>
         ++i;
         if (i < s.size() && s[i] == '(') {
             size_t close = s.find(')', i);
-            if (close == std::string::npos) return fail(198, "numlist in operator invalid\n");
+            if (close == std::string::npos) return session::fail(198, "numlist in operator invalid\n");
             NumlistOpts o;
             o.integer = true;
             std::vector<double> v;
             if (numlist_parse(std::string_view(s).substr(i + 1, close - i - 1), o, v, true) || v.empty())
-                return fail(198, "numlist in operator invalid\n");
+                return session::fail(198, "numlist in operator invalid\n");
             for (double x : v)
                 part.values.push_back((long)x);
             i = close + 1;
@@ -221,7 +215,7 @@ bool wild_rec(const char *p, const char *s) {
 int add_pattern(const std::string &tok, const TsOp *op, bool ts) {
     const bool tilde = tok.find('~') != std::string::npos;
     if (tilde && tok.find_first_of("*?") != std::string::npos)
-        return fail(198, tok + ":  may not combine ~ and *-or-? notation\n");
+        return session::fail(198, tok + ":  may not combine ~ and *-or-? notation\n");
     std::vector<int> hits;
     for (int v = 1; v <= ds.nvar_visible; ++v)
         if (!is_e(v) && wild_rec(tok.c_str(), ds.varname[v - 1])) hits.push_back(v);
@@ -229,7 +223,7 @@ int add_pattern(const std::string &tok, const TsOp *op, bool ts) {
     if (tilde && hits.size() > 1) return session::ambiguous(tok);
     for (int v : hits) {
         if (ts && op && is_string_type(ds.vartype[v - 1]))
-            return fail(109, std::string(ds.varname[v - 1]) +
+            return session::fail(109, std::string(ds.varname[v - 1]) +
                                  ":  may not use time-series operators on string variables\n");
         if (int rc = list_add(v, op)) return rc;
     }
@@ -242,7 +236,7 @@ int add_operated(const std::string &base, const TsOp *op) {
     int v = varlookup(base, true, varabbrev);
     if (v < 0) return -v;
     if (op && is_string_type(ds.vartype[v - 1]))
-        return fail(109, std::string(ds.varname[v - 1]) +
+        return session::fail(109, std::string(ds.varname[v - 1]) +
                              ":  may not use time-series operators on string variables\n");
     return list_add(v, op);
 }
@@ -274,7 +268,7 @@ int name_element(const std::string &tok) {
     if (second.empty() || std::strchr(VLSEP, second[0]) || has_wild(second)) return session::error(198);
     int v2 = varlookup(second, true, varabbrev);
     if (v2 < 0) return -v2;
-    if (v2 < v1) return fail(111, "Variables out of order\n");
+    if (v2 < v1) return session::fail(111, "Variables out of order\n");
     if (int rc = list_add(v1)) return rc;
     for (int v = v1 + 1; v <= v2; ++v)
         if (!is_e(v))
@@ -333,9 +327,9 @@ int factor_levels(int v, std::map<double, int64_t> &lev) {
         double x = get_num(v, i);
         if (is_missing(x)) continue;
         if (x != std::floor(x))
-            return fail(459, std::string("factor ") + ds.varname[v - 1] + " contains noninteger values\n");
+            return session::fail(459, std::string("factor ") + ds.varname[v - 1] + " contains noninteger values\n");
         if (x < 0)
-            return fail(459, std::string("factor ") + ds.varname[v - 1] + " contains negative values\n");
+            return session::fail(459, std::string("factor ") + ds.varname[v - 1] + " contains negative values\n");
         ++lev[x];
     }
     return 0;
@@ -370,9 +364,9 @@ int fv_base(std::string_view text, int v, FvFactorInfo &f) {
     }
     const char *lbl = ds.vallab[v - 1];
     if (!lbl[0])
-        return fail(111, std::string("variable ") + ds.varname[v - 1] + " does not have a value label\n");
+        return session::fail(111, std::string("variable ") + ds.varname[v - 1] + " does not have a value label\n");
     if (!hook_vallab_value || hook_vallab_value(lbl, lbltext.c_str(), &x) != 0)
-        return fail(111, "\"" + lbltext + "\" not found in value label " + lbl + "\n");
+        return session::fail(111, "\"" + lbltext + "\" not found in value label " + lbl + "\n");
     f.basepref = FVB_VALUE;
     f.baseidx = x;
     return 0;
@@ -394,9 +388,9 @@ int fv_term(FvScan &sc, FvTerm &term) {
     FvVarInfo vi{v, cont ? 2 : 1, -1, (int32_t)ps.fv.terms.size()};
     if (cont) {
         if (is_string_type(ds.vartype[v - 1])) return session::error(109);
-        if (++term.ncont > FV_MAXCONT) return fail(103, "too many terms in interaction\n");
+        if (++term.ncont > FV_MAXCONT) return session::fail(103, "too many terms in interaction\n");
     } else {
-        if (++term.nfactors > FV_MAXFACTORS) return fail(103, "too many terms in interaction\n");
+        if (++term.nfactors > FV_MAXFACTORS) return session::fail(103, "too many terms in interaction\n");
         FvFactorInfo f{};
         f.var = v;
         f.basepref = FVB_DEFAULT;
@@ -700,7 +694,7 @@ int varlookup(std::string_view name, bool report, bool abbrev) {
 int tsop_parse(std::string_view opstr, std::string_view token, TsOp &op) {
     std::vector<TsOp> ops;
     if (int rc = op_expand(opstr, token, ops)) return rc;
-    if (ops.size() != 1) return fail(198, "numlist in operator invalid\n");
+    if (ops.size() != 1) return session::fail(198, "numlist in operator invalid\n");
     op = ops[0];
     return 0;
 }
@@ -712,7 +706,7 @@ const TsOp *tsop_intern(const TsOp &op, int *rc) {
     for (int k = 0; k < ps.nops; ++k)
         if (std::memcmp(&ps.ops[k], &op, sizeof op) == 0) return &ps.ops[k];
     if (ps.nops >= MAXTSOPS) {
-        *rc = fail(1000, "too many time-series operators\n");
+        *rc = session::fail(1000, "too many time-series operators\n");
         return nullptr;
     }
     ps.ops[ps.nops] = op;

@@ -184,9 +184,7 @@ int regex_compile(const std::string &re, std::regex &out) {
     try {
         out = std::regex(re, std::regex::extended);
     } catch (const std::regex_error &) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("regular expression " + re + " invalid\n");
-        return 198;
+        return session::fail(198, "regular expression " + re + " invalid\n");
     }
     return 0;
 }
@@ -240,17 +238,11 @@ int f_regexsubexp(std::string_view rest, std::string &v) {
     long long k;
     if (!to_long(a, &k) || !trim(rest).empty()) return session::error(198);
     if (!last_regex.matched) {
-        {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(
-                "a regular expression match function must be executed prior to retrieving a subexpression\n");
-        }
+        session::fail(0, "a regular expression match function must be executed prior to retrieving a subexpression\n");
         return session::required("regex");
     }
     if (k < 0 || (size_t)k >= last_regex.subs.size()) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("subexpression " + std::to_string(k) + " out of range\n");
-        return 125;
+        return session::fail(125, "subexpression " + std::to_string(k) + " out of range\n");
     }
     v = last_regex.subs[(size_t)k];
     return 0;
@@ -377,9 +369,7 @@ int f_list(std::string_view rest, std::string &v) {
     v = list_join(r);
     if (v.size() > (size_t)maxcmdlen - 1) {
         v.clear();
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("extended macro function list:  resulting macro too long\n");
-        return 1000;
+        return session::fail(1000, "extended macro function list:  resulting macro too long\n");
     }
     return 0;
 }
@@ -457,9 +447,7 @@ int f_sysdir(std::string_view rest, std::string &v) {
             v = session::adopath_dir(s);
             return 0;
         }
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(n + " is not a system directory\n");
-    return 198;
+    return session::fail(198, n + " is not a system directory\n");
 }
 
 // piece # # of "text" [, nobreak]: the #-th piece of at most # characters, broken at blanks
@@ -521,9 +509,7 @@ int f_dir(std::string_view rest, std::string &v) {
     std::string dir = w[0].bare.empty() ? "." : w[0].bare;
     DIR *d = opendir(dir.c_str());
     if (!d) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("directory " + w[0].bare + " not found\n");
-        return 601;
+        return session::fail(601, "directory " + w[0].bare + " not found\n");
     }
     std::vector<std::string> names;
     while (struct dirent *e = readdir(d)) {
@@ -544,9 +530,7 @@ int f_dir(std::string_view rest, std::string &v) {
         if (v.size() + item.size() > (size_t)maxcmdlen - 1) {
             if (nofail) break;
             v.clear();
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error("too many filenames\n");
-            return 134;
+            return session::fail(134, "too many filenames\n");
         }
         v += item;
     }

@@ -33,12 +33,6 @@ namespace {
 constexpr int max_whilecount = 999; // temporary loop programs running at once
 constexpr int max_fecount = 9999;   // foreach lists in use
 
-int fail(int rc, const std::string &text) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error(text);
-    return rc;
-}
-
 bool blank(const char *p) {
     while (*p == ' ')
         ++p;
@@ -193,7 +187,7 @@ int fail_with_block(int rc) {
 // temporary program, which then runs, the head being executed again where lines are stored.
 int capture_and_run(const char *head) {
     if (lp.loopliteral)
-        return fail(198, std::string(lp.cmdword) +
+        return session::fail(198, std::string(lp.cmdword) +
                              " command may not result from a macro expansion interactively or in do files\n");
     if (fl.whilecount > max_whilecount) return session::error(198);
     std::string name = std::to_string(fl.whilecount) + "while";
@@ -358,7 +352,7 @@ int cmd_if(int is_while) {
     if (modern()) {
         std::string w = gettok(SEP_STD);
         if (session::cmdmatch(w.c_str(), "else", 4))
-            return fail(198, "if may not be immedately followed by else\n");
+            return session::fail(198, "if may not be immedately followed by else\n");
     }
     if (truth) {
         lp.execflag = 1;
@@ -423,7 +417,7 @@ int cmd_forvalues(int) {
     }
     if (std::string(gettok(SEP_STD)) != "{") return fail_with_block(session::error(198));
     if (int rc = after_open_brace()) return fail_with_block(rc);
-    if (step == 0) return fail_with_block(fail(198, "forvalues:  increment may not be zero\n"));
+    if (step == 0) return fail_with_block(session::fail(198, "forvalues:  increment may not be zero\n"));
     const bool old_form = !modern() && !blank(tk.tokpos);
 
     const std::string mname = "_" + name;

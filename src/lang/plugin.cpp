@@ -121,29 +121,23 @@ int plugin_define(const std::string &name, const std::string &using_file, int cl
     if (path.size() >= sizeof(PluginRec::path)) return session::error(198);
     void *h = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!h) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("Could not load plugin: " + path + "\n");
-        return 9999;
+        return session::fail(9999, "Could not load plugin: " + path + "\n");
     }
     auto init = reinterpret_cast<orvat_pginit_fn>(dlsym(h, "pginit"));
     if (!init) {
         dlclose(h);
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("plugin " + path + " has no pginit entry point\n");
-        return 9998;
+        return session::fail(9998, "plugin " + path + " has no pginit entry point\n");
     }
     unsigned v = init(&api_table);
     int major = (int)(v & 0xFFFF), minor = (int)(v >> 16);
     if (major > ORVAT_PLUGIN_MAJOR) {
         dlclose(h);
-        out::ClassScope cs(out::CLS_ERROR);
         char buf[160];
         std::snprintf(buf, sizeof buf, "plugin interface version is %d.%d.\n", major, minor);
-        out::out_error(buf);
+        std::string msg = buf;
         std::snprintf(buf, sizeof buf, "This Orvat only understands plugin interfaces up to %d.%d.\n",
                       ORVAT_PLUGIN_MAJOR, ORVAT_PLUGIN_MINOR);
-        out::out_error(buf);
-        return 9997;
+        return session::fail(9997, msg + buf);
     }
     void *mem = session::store_add(name.c_str(), session::ST_PLUGIN, 0, sizeof(PluginRec));
     if (!mem) {
@@ -167,9 +161,7 @@ int plugin_run(void *rec, const char *args) {
     auto call = reinterpret_cast<orvat_call_fn>(dlsym(r->handle, "orvat_call"));
     if (!call) call = reinterpret_cast<orvat_call_fn>(dlsym(r->handle, "orvat_entry"));
     if (!call) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error(std::string("plugin ") + r->path + " has no orvat_call entry point\n");
-        return 9998;
+        return session::fail(9998, std::string("plugin ") + r->path + " has no orvat_call entry point\n");
     }
     std::vector<std::string> words = split_args(args ? args : "");
     std::vector<char *> argv;

@@ -470,9 +470,7 @@ int program_drop() {
         }
         if (ProgHeader *p = findprog(n.c_str())) {
             if (p->owner[0]) {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("subprograms not allowed:  " + n + "\n");
-                return 198;
+                return session::fail(198, "subprograms not allowed:  " + n + "\n");
             }
             drop_with_subprograms(p);
             continue;
@@ -483,9 +481,7 @@ int program_drop() {
         }
         for (ProgHeader *p : records_named(n.c_str()))
             if (!p->dropped && p->owner[0]) {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("subprograms not allowed:  " + n + "\n");
-                return 198;
+                return session::fail(198, "subprograms not allowed:  " + n + "\n");
             }
         return session::not_found("program " + n);
     }
@@ -613,9 +609,7 @@ int run_ado(const char *name, bool *found) {
         for (ProgHeader *q : all_programs())
             if (q->loadstamp == stamp) program_delete(q);
         if (!defined) return session::error(162);
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("unrecognized command:  " + word + " not defined by " + word + ".ado\n");
-        return 199;
+        return session::fail(199, "unrecognized command:  " + word + " not defined by " + word + ".ado\n");
     }
     // The trim spares what this load defined and the load in progress around it.
     ado_trim(stamp);
@@ -661,9 +655,7 @@ int cmd_which(int) {
         file = name.substr(0, dot);
     }
     if (!session::findfile(file, suffix, path)) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("command " + name + " not found as either built-in or ado-file\n");
-        return 111;
+        return session::fail(111, "command " + name + " not found as either built-in or ado-file\n");
     }
     out::ClassScope cs(out::CLS_RESULT);
     out::out_text(path + "\n");

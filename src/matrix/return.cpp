@@ -195,15 +195,11 @@ int cmd__return(int) {
         if (*tokrest()) return error(198);
         if (int rc = session::check_name(name)) return rc;
         if (held_slot(name) >= 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(name + " already exists\n");
-            return 110;
+            return session::fail(110, name + " already exists\n");
         }
         int slot = held_slot("");
         if (slot < 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error("too many _returns held\n");
-            return 1000;
+            return session::fail(1000, "too many _returns held\n");
         }
         if (int rc = hold_r(slot, false)) return rc;
         std::snprintf(res.held[slot], sizeof res.held[slot], "%s", name.c_str());
@@ -215,9 +211,7 @@ int cmd__return(int) {
         if (int rc = parse_options(specs)) return rc;
         int slot = held_slot(name);
         if (slot < 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(name + " not found\n");
-            return 111;
+            return session::fail(111, name + " not found\n");
         }
         if (int rc = restore_r(slot)) return rc;
         if (!keep) free_slot(slot);
@@ -232,9 +226,7 @@ int cmd__return(int) {
         }
         int slot = held_slot(name);
         if (slot < 0) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error(name + " not found\n");
-            return 111;
+            return session::fail(111, name + " not found\n");
         }
         free_slot(slot);
         return 0;

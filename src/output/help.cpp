@@ -66,9 +66,7 @@ const HelpAlias help_aliases[] = {
 };
 
 int help_not_found(const std::string &topic) {
-    ClassScope cs(CLS_ERROR);
-    out_error("help for " + topic + " not found\n");
-    return 111;
+    return session::fail(111, "help for " + topic + " not found\n");
 }
 
 // Sends the file to the current stream a line at a time, as markup or as literal text; stops when

@@ -89,22 +89,13 @@ int dispatch() {
         return cmd_na(0);
     }
     std::string word = w;
-    out::ClassScope cs(out::CLS_ERROR);
-    if (!name_ok(word)) {
-        out::out_error("unrecognized command:  ");
-        out::out_error(word);
-        out::out_error(" invalid command name\n");
-        return 199;
-    }
+    if (!name_ok(word)) return fail(199, "unrecognized command:  " + word + " invalid command name\n");
     bool found = false;
     int rc = lang::run_stored_program(word.c_str(), &found);
     if (found) return rc;
     rc = lang::run_ado(word.c_str(), &found);
     if (found) return rc;
-    out::out_error("unrecognized command:  ");
-    out::out_error(word);
-    out::out_error("\n");
-    return 199;
+    return fail(199, "unrecognized command:  " + word + "\n");
 }
 
 int dispatch_rest() {

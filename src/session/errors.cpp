@@ -275,6 +275,12 @@ int fail(int rc, std::string_view s) {
     return rc;
 }
 
+int fail_rimu(int rc, std::string_view markup) {
+    out::ClassScope cs(out::CLS_ERROR);
+    err_rimu(markup);
+    return rc;
+}
+
 int not_allowed(std::string_view what) { return fail(101, std::string(what) + " not allowed\n"); }
 
 int required(std::string_view what) { return fail(100, std::string(what) + " required\n"); }

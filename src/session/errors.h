@@ -14,6 +14,8 @@ int error_cmd_show(int code);
 // Writes text (a whole message, ending in a newline) in error class and returns rc: for the
 // messages that belong to one command alone.
 int fail(int rc, std::string_view text);
+// The same for a message written in Rimu markup.
+int fail_rimu(int rc, std::string_view markup);
 int not_allowed(std::string_view what);     // 101
 int required(std::string_view what);        // 100
 int invalid_text(std::string_view text);    // 198

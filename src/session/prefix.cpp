@@ -194,11 +194,7 @@ int cmd_version(int) {
     int v = version_digits(t.c_str(), &shown);
     if (v < 0) return error(198);
     if (v < 100 || v > 1010) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("this is version 10.1 of Orvat; it cannot run version ");
-        out::out_error(shown_number(shown));
-        out::out_error(" programs\n");
-        return 9;
+        return fail(9, "this is version 10.1 of Orvat; it cannot run version " + shown_number(shown) + " programs\n");
     }
     uint8_t mm = v >= 800;
     std::string next = gettok(SEP_STD);
@@ -214,11 +210,9 @@ int cmd_version(int) {
             int d, m, y;
             if (!parse_born(date, &d, &m, &y)) return fail(198, "\"" + date + "\" invalid date\n");
             if (y * 10000 + m * 100 + d > born_year * 10000 + born_month * 100 + born_day) {
-                out::ClassScope cs(out::CLS_ERROR);
-                out::out_error("you must update the Orvat executable to run this program\n");
-                out::out_rimu("{p 4 4}\nThe program was written for an executable born after "
-                              "10 Jun 2010; this one was born on that date.\n{p_end}\n");
-                return 9;
+                fail(9, "you must update the Orvat executable to run this program\n");
+                return fail_rimu(9, "{p 4 4}\nThe program was written for an executable born after "
+                                    "10 Jun 2010; this one was born on that date.\n{p_end}\n");
             }
         }
         if (keep_missing) mm = lp.modernmissing;

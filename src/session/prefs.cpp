@@ -125,10 +125,7 @@ Entry *find_entry(Store *s, std::string_view group, std::string_view key) {
     return nullptr;
 }
 
-void too_many() {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_error("too many stored values\n");
-}
+void too_many() { session::fail(0, "too many stored values\n"); }
 
 int session_store = -1;
 

@@ -11,6 +11,7 @@
 
 #include "output/channel.h"
 #include "output/term.h"
+#include "session/errors.h"
 #include "session/lineedit.h"
 #include "session/state.h"
 
@@ -233,8 +234,7 @@ int file_read(FileSource *f, char *out, int cap) {
         --n;
     out[n] = '\0';
     if (too_long) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("input too long\n");
+        session::fail(0, "input too long\n");  // the line is dropped and reading goes on
         out[0] = '\0';
         return 2;
     }

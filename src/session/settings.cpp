@@ -103,11 +103,9 @@ int read_int_range(int *v, int lo, int hi) {
     long long n;
     if (int rc = read_long(&n)) return rc;
     if (n < lo || n > hi) {
-        out::ClassScope cs(out::CLS_ERROR);
         char buf[120];
         std::snprintf(buf, sizeof buf, "%lld is not between %d and %d\n", n, lo, hi);
-        out::out_error(buf);
-        return 198;
+        return fail(198, buf);
     }
     *v = (int)n;
     return 0;
@@ -233,17 +231,13 @@ int rd_level() {
     std::string w = rest_trimmed();
     settok("");
     if (w.size() > 5) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("level too long\n");
-        return 198;
+        return session::fail(198, "level too long\n");
     }
     char *end;
     double v = std::strtod(w.c_str(), &end);
     if (w.empty() || *end) return error(198);
     if (v < 10 || v > 99.99) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("level must be between 10 and 99.99 inclusive\n");
-        return 198;
+        return session::fail(198, "level must be between 10 and 99.99 inclusive\n");
     }
     se.level = data::number_text(v);
     session::macro_set("S_level", se.level);
@@ -269,9 +263,7 @@ int rd_charset() {
     std::string w = gettok(SEP_STD);
     int k = choice_index("latin1 mac", w);
     if (!k) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("charset " + w + " invalid\n");
-        return 198;
+        return session::fail(198, "charset " + w + " invalid\n");
     }
     if (int rc = end_of_value()) return rc;
     se.charset = k;
@@ -283,10 +275,7 @@ int rd_printcolor() {
     std::string w = gettok(SEP_STD);
     int k = choice_index("automatic asis gs1 gs2 gs3", w);
     if (!k) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("invalid " + w + " value\n");
-        out::out_error("     may be -automatic-, -asis-, -gs1-, -gs2-, or -gs3-\n");
-        return 198;
+        return fail(198, "invalid " + w + " value\n     may be -automatic-, -asis-, -gs1-, -gs2-, or -gs3-\n");
     }
     if (int rc = end_of_value()) return rc;
     se.printcolor = k;
@@ -297,9 +286,7 @@ std::string sh_printcolor() { return choice_word("automatic asis gs1 gs2 gs3", s
 int rd_type() {
     std::string w = gettok(SEP_STD);
     if (w != "float" && w != "double") {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("-set type- may not be set to " + w + "; float and double are allowed\n");
-        return 198;
+        return fail(198, "-set type- may not be set to " + w + "; float and double are allowed\n");
     }
     if (int rc = end_of_value()) return rc;
     se.type = w == "float" ? 254 : 255;
@@ -314,9 +301,7 @@ int rd_scheme() {
     if (int rc = end_of_value()) return rc;
     std::string path;
     if (w != "s2color" && !session::findfile("scheme-" + w, "scheme", path)) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_error("scheme " + w + " not found\n");
-        return 111;
+        return session::fail(111, "scheme " + w + " not found\n");
     }
     se.scheme = w;
     return 0;
@@ -744,9 +729,7 @@ int cmd_set(int) {
         settok(rest.c_str());
         std::string v = gettok(SEP_NUM);
         if (!v.empty() && std::isdigit((unsigned char)v[0])) {
-            out::ClassScope cs(out::CLS_ERROR);
-            out::out_error("old syntax -set more #- may not be combined with permanent\n");
-            return 198;
+            return session::fail(198, "old syntax -set more #- may not be combined with permanent\n");
         }
     }
     settok(rest.c_str());
