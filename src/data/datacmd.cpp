@@ -140,7 +140,11 @@ int cmd_dropkeep(int keep) {
             if (session::poll_break()) return 1;
             remove[i - 1] = (keep ? !chosen : chosen) ? 1 : 0;
         }
-        return drop_obs_mask(remove.data(), true);
+        int32_t removed = 0;
+        if (int rc = drop_obs_mask(remove.data(), &removed)) return rc;
+        out::ClassScope cs(out::CLS_TEXT);
+        out::out_textf("(%d observation%s deleted)\n", removed, removed == 1 ? "" : "s");
+        return 0;
     }
     ungettok();
     if (int rc = parse_varlist(VL_ANY)) return rc;
@@ -193,6 +197,12 @@ int cmd_move(int) {
     return move_var(ps.var[0], ps.var[1]);
 }
 
+void type_change_note(const TypeChange &c) {
+    char from[8], to[8];
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_textf("%s was %s now %s\n", ds.varname[c.var - 1], type_name(c.from, from), type_name(c.to, to));
+}
+
 // compress [varlist]
 int cmd_compress(int) {
     if (ds.nvar == 0) return session::error(3);
@@ -201,7 +211,10 @@ int cmd_compress(int) {
     if (ps.count == 0)
         if (int rc = list_all()) return rc;
     std::vector<int> list(ps.var.begin(), ps.var.begin() + ps.count);
-    return compress(list.data(), (int)list.size());
+    std::vector<TypeChange> changes;
+    const int rc = compress(list.data(), (int)list.size(), &changes);
+    for (const TypeChange &c : changes) type_change_note(c);
+    return rc;
 }
 
 // clear
@@ -231,7 +244,12 @@ int cmd_set_obs(int) {
     int64_t n = 0;
     if (int rc = read_count(&n)) return rc;
     if (int rc = expect_end()) return rc;
-    return set_obs(n);
+    const int32_t old = ds.nobs;
+    if (n == old) return 0;
+    if (int rc = set_obs(n)) return rc;
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_textf("obs was %d, now %d\n", old, ds.nobs);
+    return 0;
 }
 
 } // namespace data

@@ -25,6 +25,11 @@ int cmd_numlist(int);
 // set obs #   (a word of the `set` table)
 int cmd_set_obs(int);
 
+// The note of a storage type that changed: "<name> was <type> now <type>" (compress, and replace
+// when it promotes).
+struct TypeChange;
+void type_change_note(const TypeChange &c);
+
 // The `in` range of the standard command syntax, after the word `in`:
 // range := item [/ item]    item := f | F | l | L | # | -#
 // Fills ps.inrange, ps.in_lo, ps.in_hi. 0 or 198 (190 under by), message written.

@@ -37,11 +37,6 @@ constexpr const char *reserved_names[] = {"_pred", "_b",       "_n",    "_N",  "
 // Bytes of the variable tables for one variable: name, type, offset, format, value-label name, sort slot.
 constexpr int64_t VAR_TABLE_BYTES = (VNAMELEN + 1) + 1 + 4 + (FMTLEN + 1) + (VNAMELEN + 1) + 2;
 
-void write_error(const char *text) {
-    out::ClassScope cs(out::CLS_ERROR);
-    out::out_text(text);
-}
-
 char *align16(char *p) { return (char *)(((uintptr_t)p + 15) & ~(uintptr_t)15); }
 
 int vwidth(int v) { return type_width(ds.vartype[v - 1]); }
@@ -102,7 +97,7 @@ int move_rows(const Layout &L, int32_t w) {
         while (q < n && ix[q] < n)
             ++q;
         if (q >= n) {
-            write_error("System failure\n");
+            session::fail(0, "System failure\n");
             return 9999;
         }
         std::memcpy(olddb + ix[p] * oldw, olddb + ix[q] * oldw, ds.w_cur);
@@ -423,7 +418,7 @@ bool data_in_memory() { return ds.nvar > 0 || ds.nobs > 0; }
 int range_error(int lo, int hi) {
     char buf[80];
     std::snprintf(buf, sizeof buf, "# must be between %d and %d\n", lo, hi);
-    write_error(buf);
+    session::fail(0, buf);
     return 198;
 }
 
@@ -568,12 +563,7 @@ int check_newname(const char *name) {
     if (!session::name_ok(name)) return session::invalid_name(name);
     if (find_var(name)) return session::already_defined(name);
     if (is_reserved(name)) return session::invalid_name(name);
-    if (is_str_word(name)) {
-        out::ClassScope cs(out::CLS_ERROR);
-        out::out_text(name);
-        out::out_text(" invalid variable name\n");
-        return 198;
-    }
+    if (is_str_word(name)) return session::fail(198, std::string(name) + " invalid variable name\n");
     if (std::strcmp(name, "_cons") == 0) return session::invalid_name(name);
     return 0;
 }
@@ -796,7 +786,7 @@ int promote(int v, int newtype, int ncopy) {
     return 0;
 }
 
-int compress(const int *list, int n) {
+int compress(const int *list, int n, std::vector<TypeChange> *changes) {
     if (ds.nvar == 0) return session::error(3);
     if (ds.nobs == 0) return 0;
     auto pass_of = [](int t) { return is_string_type(t) ? 3 : t == T_DOUBLE ? 2 : 1; };
@@ -809,10 +799,7 @@ int compress(const int *list, int n) {
             const int target = compress_target(v);
             if (!target) continue;
             if (int rc = promote(v, target, ds.nobs)) return rc;
-            char from[8], to[8];
-            out::ClassScope cs(out::CLS_TEXT);
-            out::out_textf("%s was %s now %s\n", ds.varname[v - 1], type_name(t, from),
-                           type_name(target, to));
+            if (changes) changes->push_back({v, t, target});
         }
     }
     return 0;
@@ -839,8 +826,6 @@ int set_obs(int64_t n) {
         }
     }
     bump_changed();
-    out::ClassScope cs(out::CLS_TEXT);
-    out::out_textf("obs was %d, now %d\n", old, ds.nobs);
     return 0;
 }
 
@@ -853,7 +838,7 @@ int obs_drop_begin(int *svar) {
     return 0;
 }
 
-int obs_drop_finish(int svar, bool note) {
+int obs_drop_finish(int svar, int32_t *removed_out) {
     // src[k] (in index2) is the physical row that becomes physical row k; need[p] (in index) is the
     // row k that still wants physical row p, or -1 once p is free.
     int32_t *src = ds.index2;
@@ -912,19 +897,16 @@ int obs_drop_finish(int svar, bool note) {
         flags[svar - 1] = 1;
         if (int rc = drop_core(flags.data(), false)) return session::error(rc);
     }
-    if (note) {
-        out::ClassScope cs(out::CLS_TEXT);
-        out::out_textf("(%d observation%s deleted)\n", removed, removed == 1 ? "" : "s");
-    }
+    if (removed_out) *removed_out = removed;
     return 0;
 }
 
-int drop_obs_mask(const uint8_t *remove, bool note) {
+int drop_obs_mask(const uint8_t *remove, int32_t *removed) {
     int s;
     if (int rc = obs_drop_begin(&s)) return rc;
     for (int i = 1; i <= ds.nobs; ++i)
         if (remove[i - 1]) put_long(s, i, 1);
-    return obs_drop_finish(s, note);
+    return obs_drop_finish(s, removed);
 }
 
 } // namespace data

@@ -2,6 +2,7 @@
 // change its shape. Rows are reached through the observation index, so sorting moves indices, not rows.
 #pragma once
 #include <cstdint>
+#include <vector>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -160,8 +161,13 @@ int rename_var(int v, const char *newname);
 // promote: variable v to type newtype, copying the first ncopy observations (the rest are left
 // undefined for the caller to fill).
 int promote(int v, int newtype, int ncopy);
-// compress: the listed variables to their smallest type; a note for each change.
-int compress(const int *list, int n);
+// compress: the listed variables to their smallest type; each change done goes to *changes when
+// given (also those before a failure).
+struct TypeChange {
+    int var;
+    int from, to;
+};
+int compress(const int *list, int n, std::vector<TypeChange> *changes = nullptr);
 
 // Call points for the stores that key entries by variable name (variable labels, characteristics,
 // `S_FN`): they are connected when those stores exist and are skipped while null.
@@ -172,17 +178,16 @@ extern void (*hook_clear)();
 // ---- Observations -----------------------------------------------------------------------------
 
 // set obs: n from the current count up to the largest possible maxobs minus 1; new rows get `.`
-// and "" (0 in `(e)`); the note "obs was %d, now %d".
+// and "" (0 in `(e)`).
 int set_obs(int64_t n);
 
 // drop/keep observations. obs_drop_begin makes a scratch `long` of zeros; the caller puts 1 in the
 // observations to go (put_long), in one or several passes (by-groups); obs_drop_finish removes them,
-// keeps the order of the rest, drops the scratch variable and, if note, prints "(# observations
-// deleted)".
+// keeps the order of the rest and drops the scratch variable; *removed (when given) gets the count.
 int obs_drop_begin(int *svar);
-int obs_drop_finish(int svar, bool note);
+int obs_drop_finish(int svar, int32_t *removed = nullptr);
 // Both in one: remove[i-1] set for each observation i to go.
-int drop_obs_mask(const uint8_t *remove, bool note);
+int drop_obs_mask(const uint8_t *remove, int32_t *removed = nullptr);
 
 // ---- The partition ----------------------------------------------------------------------------
 

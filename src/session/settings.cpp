@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/expr.h"
 #include "data/fmt.h"
@@ -403,12 +404,7 @@ int rd_tol() {
 }
 std::string sh_tol() { return data::number_text(se.tol); }
 
-int rd_obs() {
-    long long n;
-    if (int rc = read_long(&n)) return rc;
-    if (n < 0) return error(198);
-    return data::set_obs(n);
-}
+int rd_obs() { return data::cmd_set_obs(0); }
 std::string sh_obs() { return std::to_string(data::ds.nobs); }
 
 int rd_conren() { return out::set_conren(0); }
