@@ -1,10 +1,10 @@
 # Two entry points for a fresh Debian machine: `make run` and `make test`.
 SHELL := /bin/bash
 JOBS  ?= $(shell nproc)
-DEBS  := g++ cmake make python3 tmux bc libncurses-dev liblapack-dev libopenblas-dev zlib1g-dev libminizip-dev libgtest-dev libbenchmark-dev
+DEBS  := g++ cmake make python3 tmux bc clang-format libncurses-dev liblapack-dev libopenblas-dev zlib1g-dev libminizip-dev libgtest-dev libbenchmark-dev
 SYSDIR := $(CURDIR)/sysdir
 
-.PHONY: deps build build-asan run test unit scripts scripts-asan interactive install bench clean
+.PHONY: deps build build-asan run test check unit scripts scripts-asan interactive install bench clean
 
 deps:
 	@missing=""; for p in $(DEBS); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
@@ -38,8 +38,15 @@ scripts-asan: build-asan
 interactive: build
 	bash tests/interactive/run.sh build/orvat-px $(SYSDIR)
 
+# The house rules that a script can check: no include runs up a floor, and the tree is formatted.
+SOURCES = $(shell find src tests/unit tests/plugin bench -name '*.cpp' -o -name '*.h' -o -name '*.c')
+check: deps
+	python3 tests/floors.py
+	clang-format --dry-run -Werror $(SOURCES)
+
 test: build build-asan
 	@rc=0; \
+	$(MAKE) --no-print-directory check || rc=1; \
 	./build/unit_tests --gtest_brief=1 || rc=1; \
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ./build-asan/unit_tests --gtest_brief=1 || rc=1; \

@@ -17,9 +17,7 @@ namespace data {
 
 namespace {
 
-int assertion_false() {
-    return session::fail(9, "assertion is false\n");
-}
+int assertion_false() { return session::fail(9, "assertion is false\n"); }
 
 } // namespace
 

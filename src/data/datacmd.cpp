@@ -213,7 +213,8 @@ int cmd_compress(int) {
     std::vector<int> list(ps.var.begin(), ps.var.begin() + ps.count);
     std::vector<TypeChange> changes;
     const int rc = compress(list.data(), (int)list.size(), &changes);
-    for (const TypeChange &c : changes) type_change_note(c);
+    for (const TypeChange &c : changes)
+        type_change_note(c);
     return rc;
 }
 

@@ -2,10 +2,10 @@
 // change its shape. Rows are reached through the observation index, so sorting moves indices, not rows.
 #pragma once
 #include <cstdint>
-#include <vector>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "data/types.h"
 

@@ -18,10 +18,10 @@
 #include "data/fmt.h"
 #include "data/scalar.h"
 #include "data/varlist.h"
-#include "session/macstore.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
+#include "session/macstore.h"
 #include "session/state.h"
 #include "session/tok.h"
 

@@ -1145,7 +1145,8 @@ int regex_sub(double n, char *out) {
     out[0] = 0;
     if (rx.matched == 0) {
         return session::fail(
-            198, "a regular expression match function must be executed prior to retrieving a subexpression\n");
+            198,
+            "a regular expression match function must be executed prior to retrieving a subexpression\n");
     }
     if (miss(n) || n < 0 || n >= 10 || rx.matched < 0) return session::numlist_error(125, true);
     const regmatch_t &m = rx.m[(int)n];

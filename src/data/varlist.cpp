@@ -224,7 +224,7 @@ int add_pattern(const std::string &tok, const TsOp *op, bool ts) {
     for (int v : hits) {
         if (ts && op && is_string_type(ds.vartype[v - 1]))
             return session::fail(109, std::string(ds.varname[v - 1]) +
-                                 ":  may not use time-series operators on string variables\n");
+                                          ":  may not use time-series operators on string variables\n");
         if (int rc = list_add(v, op)) return rc;
     }
     return 0;
@@ -237,7 +237,7 @@ int add_operated(const std::string &base, const TsOp *op) {
     if (v < 0) return -v;
     if (op && is_string_type(ds.vartype[v - 1]))
         return session::fail(109, std::string(ds.varname[v - 1]) +
-                             ":  may not use time-series operators on string variables\n");
+                                      ":  may not use time-series operators on string variables\n");
     return list_add(v, op);
 }
 
@@ -327,9 +327,11 @@ int factor_levels(int v, std::map<double, int64_t> &lev) {
         double x = get_num(v, i);
         if (is_missing(x)) continue;
         if (x != std::floor(x))
-            return session::fail(459, std::string("factor ") + ds.varname[v - 1] + " contains noninteger values\n");
+            return session::fail(459, std::string("factor ") + ds.varname[v - 1] +
+                                          " contains noninteger values\n");
         if (x < 0)
-            return session::fail(459, std::string("factor ") + ds.varname[v - 1] + " contains negative values\n");
+            return session::fail(459,
+                                 std::string("factor ") + ds.varname[v - 1] + " contains negative values\n");
         ++lev[x];
     }
     return 0;
@@ -364,7 +366,8 @@ int fv_base(std::string_view text, int v, FvFactorInfo &f) {
     }
     const char *lbl = ds.vallab[v - 1];
     if (!lbl[0])
-        return session::fail(111, std::string("variable ") + ds.varname[v - 1] + " does not have a value label\n");
+        return session::fail(111,
+                             std::string("variable ") + ds.varname[v - 1] + " does not have a value label\n");
     if (!hook_vallab_value || hook_vallab_value(lbl, lbltext.c_str(), &x) != 0)
         return session::fail(111, "\"" + lbltext + "\" not found in value label " + lbl + "\n");
     f.basepref = FVB_VALUE;

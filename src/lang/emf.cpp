@@ -238,7 +238,8 @@ int f_regexsubexp(std::string_view rest, std::string &v) {
     long long k;
     if (!to_long(a, &k) || !trim(rest).empty()) return session::error(198);
     if (!last_regex.matched) {
-        session::fail(0, "a regular expression match function must be executed prior to retrieving a subexpression\n");
+        session::fail(
+            0, "a regular expression match function must be executed prior to retrieving a subexpression\n");
         return session::required("regex");
     }
     if (k < 0 || (size_t)k >= last_regex.subs.size()) {

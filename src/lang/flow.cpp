@@ -187,8 +187,9 @@ int fail_with_block(int rc) {
 // temporary program, which then runs, the head being executed again where lines are stored.
 int capture_and_run(const char *head) {
     if (lp.loopliteral)
-        return session::fail(198, std::string(lp.cmdword) +
-                             " command may not result from a macro expansion interactively or in do files\n");
+        return session::fail(
+            198, std::string(lp.cmdword) +
+                     " command may not result from a macro expansion interactively or in do files\n");
     if (fl.whilecount > max_whilecount) return session::error(198);
     std::string name = std::to_string(fl.whilecount) + "while";
     const char *brace = find_open_brace(head);

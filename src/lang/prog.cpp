@@ -15,9 +15,9 @@
 #include "output/channel.h"
 #include "session/commands.h"
 #include "session/errors.h"
-#include "session/options.h"
 #include "session/findfile.h"
 #include "session/loop.h"
+#include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -286,14 +286,16 @@ int program_define() {
         // The class words: the last one written holds.
         for (const session::Option &o : written) {
             const char *w = o.name.c_str();
-            const int cls = o.paren                              ? -1
+            const int cls = o.paren                                                   ? -1
                             : session::cmdmatch(w, "rclass", 1) || o.name == "return" ? 1
-                            : session::cmdmatch(w, "sclass", 1)                        ? 2
-                            : session::cmdmatch(w, "eclass", 1)                        ? 3
-                            : session::cmdmatch(w, "nclass", 1)                        ? 0
-                                                                                       : -1;
-            if (cls >= 0) opts.cls = (uint8_t)cls;
-            else rest.push_back(o);
+                            : session::cmdmatch(w, "sclass", 1)                       ? 2
+                            : session::cmdmatch(w, "eclass", 1)                       ? 3
+                            : session::cmdmatch(w, "nclass", 1)                       ? 0
+                                                                                      : -1;
+            if (cls >= 0)
+                opts.cls = (uint8_t)cls;
+            else
+                rest.push_back(o);
         }
         const session::OptSpec specs[] = {
             session::opt_flag("sortpreserve", 4, sortpreserve), session::opt_flag("plugin", 6, plugin),
@@ -312,10 +314,14 @@ int program_define() {
         const size_t c = byable.find(',');
         const std::string w1 = trimmed(byable.substr(0, c));
         const std::string w2 = c == std::string::npos ? "" : trimmed(byable.substr(c + 1));
-        if (!w1.empty() && session::cmdmatch(w1.c_str(), "onecall", 1) && c == std::string::npos) opts.byable = 1;
-        else if (w1 == "recall" && (c == std::string::npos || w2 == "header")) opts.byable = 2;
-        else if (w1 == "recall" && w2 == "noheader") opts.byable = 3;
-        else return session::fail(198, "option byable() incorrectly specified\n");
+        if (!w1.empty() && session::cmdmatch(w1.c_str(), "onecall", 1) && c == std::string::npos)
+            opts.byable = 1;
+        else if (w1 == "recall" && (c == std::string::npos || w2 == "header"))
+            opts.byable = 2;
+        else if (w1 == "recall" && w2 == "noheader")
+            opts.byable = 3;
+        else
+            return session::fail(198, "option byable() incorrectly specified\n");
     }
     if (properties.size() > 80) return session::option_invalid("properties");
     for (size_t at = 0; at < properties.size();) {

@@ -59,7 +59,8 @@ int cmd_type(int) {
     if (!fn.empty() && fn[0] == '"') fn.erase(0, 1);
     if (fn.empty() || fn == ",") return session::error(7197);
     bool asis = false, showtabs = false;
-    const session::OptSpec specs[] = {session::opt_flag("asis", 4, asis), session::opt_flag("showtabs", 8, showtabs)};
+    const session::OptSpec specs[] = {session::opt_flag("asis", 4, asis),
+                                      session::opt_flag("showtabs", 8, showtabs)};
     if (int rc = session::parse_options(specs)) return rc;
 
     struct stat sb;

@@ -214,7 +214,7 @@
     XA(5101, 101, "iweights not allowed with robust\n")                                                      \
     XA(6101, 101, "time-series operators not allowed\n")                                                     \
     XA(7196, 180, "invalid attempt to modify label\n")                                                       \
-    XA(7197, 198, "invalid file specification\n")                                                                     \
+    XA(7197, 198, "invalid file specification\n")                                                            \
     XA(7198, 198, "multiple by's not allowed\n")                                                             \
     XN(8001, "irrelevant under Unix\n")                                                                      \
     XN(8002, "request ignored because of batch mode\n")                                                      \

@@ -194,7 +194,8 @@ int cmd_version(int) {
     int v = version_digits(t.c_str(), &shown);
     if (v < 0) return error(198);
     if (v < 100 || v > 1010) {
-        return fail(9, "this is version 10.1 of Orvat; it cannot run version " + shown_number(shown) + " programs\n");
+        return fail(9, "this is version 10.1 of Orvat; it cannot run version " + shown_number(shown) +
+                           " programs\n");
     }
     uint8_t mm = v >= 800;
     std::string next = gettok(SEP_STD);

@@ -234,7 +234,7 @@ int file_read(FileSource *f, char *out, int cap) {
         --n;
     out[n] = '\0';
     if (too_long) {
-        session::fail(0, "input too long\n");  // the line is dropped and reading goes on
+        session::fail(0, "input too long\n"); // the line is dropped and reading goes on
         out[0] = '\0';
         return 2;
     }

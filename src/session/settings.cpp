@@ -276,7 +276,8 @@ int rd_printcolor() {
     std::string w = gettok(SEP_STD);
     int k = choice_index("automatic asis gs1 gs2 gs3", w);
     if (!k) {
-        return fail(198, "invalid " + w + " value\n     may be -automatic-, -asis-, -gs1-, -gs2-, or -gs3-\n");
+        return fail(198,
+                    "invalid " + w + " value\n     may be -automatic-, -asis-, -gs1-, -gs2-, or -gs3-\n");
     }
     if (int rc = end_of_value()) return rc;
     se.printcolor = k;

@@ -601,7 +601,8 @@ TEST_F(Store, Compress) {
     std::string told;
     char from[8], to[8];
     for (const TypeChange &t : changes)
-        told += std::string(ds.varname[t.var - 1]) + " " + type_name(t.from, from) + " " + type_name(t.to, to) + ";";
+        told += std::string(ds.varname[t.var - 1]) + " " + type_name(t.from, from) + " " +
+                type_name(t.to, to) + ";";
     EXPECT_EQ(told, "f float byte;i3 int byte;d double long;s str10 str3;e str6 str1;");
     EXPECT_EQ(ds.vartype[f - 1], T_BYTE);
     EXPECT_EQ(ds.vartype[g - 1], T_FLOAT);   // 40000 would need a long: no gain on a float
