@@ -82,21 +82,6 @@ bool word_char(char c) {
            c == '.' || c == '"' || c == '\'';
 }
 
-// The end of the compound quote that opens at p (the `'` of its closing pair), or null.
-const char *compound_end(const char *p, const char *b) {
-    int depth = 0;
-    for (const char *q = p; q + 1 < b; ++q) {
-        if (q[0] == '`' && q[1] == '"') {
-            ++depth;
-            ++q;
-        } else if (q[0] == '"' && q[1] == '\'') {
-            if (--depth == 0) return q + 1;
-            ++q;
-        }
-    }
-    return nullptr;
-}
-
 std::unique_ptr<char[]> scratch; // the text of the expression being compiled
 
 // exptext := { quoted | '(' exptext ')' | '[' exptext ']' | character }
@@ -118,20 +103,12 @@ int take_text(const char *p, bool matmode, char *out, size_t *len, const char **
             if (depth) return write132("too few ", "')' or ']'\n");
             break;
         }
-        if (c == '"') {
-            const char *q = std::strchr(p + 1, '"');
-            if (!q) return write132("too few ", "quotes\n");
-            std::memcpy(out + n, p, (size_t)(q - p + 1));
-            n += (size_t)(q - p + 1);
-            p = q + 1;
-            continue;
-        }
-        if (c == '`' && p[1] == '"') {
-            const char *q = compound_end(p, limit);
-            if (!q) return write132("too few ", "quotes\n");
-            std::memcpy(out + n, p, (size_t)(q - p + 1));
-            n += (size_t)(q - p + 1);
-            p = q + 1;
+        session::Quoted qt;
+        if (session::quoted_at(std::string_view(p, (size_t)(limit - p)), 0, qt)) {
+            if (!qt.closed) return write132("too few ", "quotes\n");
+            std::memcpy(out + n, p, qt.next);
+            n += qt.next;
+            p += qt.next;
             continue;
         }
         if (c == '(' || c == '[') {
@@ -272,16 +249,9 @@ void emit_slit(std::string_view s) {
 
 // The last character of the quoted text that opens at p, or p itself for no quote.
 const char *skip_quote(const char *p, const char *b) {
-    if (*p == '"') {
-        for (const char *q = p + 1; q < b; ++q)
-            if (*q == '"') return q;
-        return b - 1;
-    }
-    if (*p == '`' && p + 1 < b && p[1] == '"') {
-        const char *q = compound_end(p, b);
-        return q ? q : b - 1;
-    }
-    return p;
+    session::Quoted qt;
+    if (!session::quoted_at(std::string_view(p, (size_t)(b - p)), 0, qt)) return p;
+    return p + qt.next - 1;
 }
 
 // The bracket that closes the one at p, or null when there is none in [p, b).

@@ -54,29 +54,10 @@ std::vector<Word> words_of(std::string_view t) {
         if (i >= n) break;
         size_t start = i;
         Word x;
-        if (t[i] == '`' && i + 1 < n && t[i + 1] == '"') {
-            size_t j = i + 2;
-            int nest = 1;
-            while (j < n) {
-                if (t[j] == '`' && j + 1 < n && t[j + 1] == '"') {
-                    ++nest;
-                    j += 2;
-                    continue;
-                }
-                if (t[j] == '"' && j + 1 < n && t[j + 1] == '\'') {
-                    if (--nest == 0) break;
-                    j += 2;
-                    continue;
-                }
-                ++j;
-            }
-            x.bare = std::string(t.substr(i + 2, j - i - 2));
-            i = j < n ? j + 2 : n;
-        } else if (t[i] == '"') {
-            size_t j = t.find('"', i + 1);
-            if (j == std::string_view::npos) j = n;
-            x.bare = std::string(t.substr(i + 1, j - i - 1));
-            i = j < n ? j + 1 : n;
+        session::Quoted q;
+        if (session::quoted_at(t, i, q)) {
+            x.bare = std::string(t.substr(q.begin, q.end - q.begin));
+            i = q.next;
         } else {
             while (i < n && t[i] != ' ')
                 ++i;

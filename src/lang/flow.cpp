@@ -45,29 +45,14 @@ bool modern() { return lp.version >= 800; }
 } // namespace
 
 const char *find_open_brace(const char *text) {
-    bool dq = false;
-    int cq = 0, depth = 0;
+    session::QuoteState qs;
+    int depth = 0;
     for (const char *p = text; *p; ++p) {
-        if (dq) {
-            if (*p == '"') dq = false;
-            continue;
-        }
-        if (p[0] == '`' && p[1] == '"') {
-            ++cq;
-            ++p;
-            continue;
-        }
-        if (cq) {
-            if (p[0] == '"' && p[1] == '\'') {
-                --cq;
-                ++p;
-            }
+        if (int k = qs.feed(p[0], p[1])) {
+            p += k - 1;
             continue;
         }
         switch (*p) {
-        case '"':
-            dq = true;
-            break;
         case '(':
         case '[':
             ++depth;
@@ -472,29 +457,10 @@ int list_text(std::string &text) {
 // without its quotes. pos goes past the element and the blanks behind it.
 std::string cut_element(const char *text, size_t len, size_t &pos) {
     std::string el;
-    if (text[pos] == '`' && pos + 1 < len && text[pos + 1] == '"') {
-        size_t i = pos + 2;
-        int nest = 1;
-        while (i < len) {
-            if (text[i] == '`' && i + 1 < len && text[i + 1] == '"') {
-                ++nest;
-                i += 2;
-                continue;
-            }
-            if (text[i] == '"' && i + 1 < len && text[i + 1] == '\'') {
-                if (--nest == 0) break;
-                i += 2;
-                continue;
-            }
-            ++i;
-        }
-        el.assign(text + pos + 2, i - pos - 2);
-        pos = i < len ? i + 2 : len;
-    } else if (text[pos] == '"') {
-        const void *q = std::memchr(text + pos + 1, '"', len - pos - 1);
-        size_t i = q ? (size_t)(static_cast<const char *>(q) - text) : len;
-        el.assign(text + pos + 1, i - pos - 1);
-        pos = i < len ? i + 1 : len;
+    session::Quoted q;
+    if (session::quoted_at(std::string_view(text, len), pos, q)) {
+        el.assign(text + q.begin, q.end - q.begin);
+        pos = q.next;
     } else {
         size_t i = pos;
         while (i < len && text[i] != ' ')

@@ -99,22 +99,18 @@ int expand_at(char *b, size_t pos, int *count);
 // -1 in *end when the text ends first.
 int scan_to_close(char *b, size_t q, char open, char close, size_t *end) {
     int nest = 1;
-    int cq = 0; // compound quotes open inside a reference: their "' closes no reference
+    session::QuoteState qs; // compound quotes open inside a reference: their "' closes no reference
     for (;;) {
         char c = b[q];
         if (c == '\0') {
             *end = (size_t)-1;
             return 0;
         }
-        if (open == '`' && c == '`' && b[q + 1] == '"') {
-            ++cq;
-            q += 2;
-            continue;
-        }
-        if (open == '`' && cq && c == '"' && b[q + 1] == '\'') {
-            --cq;
-            q += 2;
-            continue;
+        if (open == '`') {
+            if (int k = qs.feed_pair(c, b[q + 1])) {
+                q += (size_t)k;
+                continue;
+            }
         }
         if (c == '$' || (c == '`' && b[q + 1] != '"') || (pct_pass && c == '%')) {
             int n = 0;

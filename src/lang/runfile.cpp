@@ -187,29 +187,10 @@ std::vector<std::string> split_args(const std::string &text) {
         while (i < n && text[i] == ' ')
             ++i;
         if (i >= n) break;
-        if (text[i] == '`' && i + 1 < n && text[i + 1] == '"') {
-            size_t j = i + 2;
-            int nest = 1;
-            while (j < n) {
-                if (text[j] == '`' && j + 1 < n && text[j + 1] == '"') {
-                    ++nest;
-                    j += 2;
-                    continue;
-                }
-                if (text[j] == '"' && j + 1 < n && text[j + 1] == '\'') {
-                    if (--nest == 0) break;
-                    j += 2;
-                    continue;
-                }
-                ++j;
-            }
-            w.push_back(text.substr(i + 2, j - i - 2));
-            i = j < n ? j + 2 : n;
-        } else if (text[i] == '"') {
-            size_t j = text.find('"', i + 1);
-            if (j == std::string::npos) j = n;
-            w.push_back(text.substr(i + 1, j - i - 1));
-            i = j < n ? j + 1 : n;
+        session::Quoted q;
+        if (session::quoted_at(text, i, q)) {
+            w.push_back(text.substr(q.begin, q.end - q.begin));
+            i = q.next;
         } else {
             size_t j = i;
             while (j < n && text[j] != ' ' && text[j] != '"')

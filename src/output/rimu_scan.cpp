@@ -5,6 +5,7 @@
 
 #include "output/rimu.h"
 #include "output/rimu_int.h"
+#include "session/tok.h"
 
 namespace out {
 
@@ -47,27 +48,11 @@ int next_token(const char *&p, const char *e, char *out) {
         return TK_COLON;
     }
     const char *b, *q;
-    if (*p == '"') {
-        b = p + 1;
-        q = (const char *)std::memchr(b, '"', e - b);
-        if (!q) q = e;
-        p = q < e ? q + 1 : e;
-    } else if (*p == '`' && p + 1 < e && p[1] == '"') {
-        b = p + 2;
-        int depth = 1;
-        q = b;
-        while (q < e) {
-            if (q[0] == '`' && q + 1 < e && q[1] == '"') {
-                ++depth;
-                q += 2;
-            } else if (q[0] == '"' && q + 1 < e && q[1] == '\'') {
-                if (--depth == 0) break;
-                q += 2;
-            } else {
-                ++q;
-            }
-        }
-        p = q < e ? q + 2 : e;
+    session::Quoted qt;
+    if (session::quoted_at(std::string_view(p, (size_t)(e - p)), 0, qt)) {
+        b = p + qt.begin;
+        q = p + qt.end;
+        p += qt.next;
     } else {
         b = p;
         while (p < e && *p != ' ' && *p != ':' && *p != '\t' && *p != '\n')

@@ -20,24 +20,13 @@ constexpr int max_nesting = 100; // parentheses and brackets inside one argument
 const char *balance(const char *p, const char **end) {
     char stack[max_nesting];
     int depth = 0;
+    const char *e = p + std::strlen(p);
     for (; *p; ++p) {
         const char c = *p;
-        if (c == '`' && p[1] == '"') {
-            int cq = 1;
-            for (p += 2; *p && cq; ++p) {
-                if (p[0] == '`' && p[1] == '"')
-                    ++cq, ++p;
-                else if (p[0] == '"' && p[1] == '\'')
-                    --cq, ++p;
-            }
-            if (cq) return "quotes do not match";
-            --p;
-            continue;
-        }
-        if (c == '"') {
-            const char *q = std::strchr(p + 1, '"');
-            if (!q) return "quotes do not match";
-            p = q;
+        Quoted q;
+        if (quoted_at(std::string_view(p, (size_t)(e - p)), 0, q)) {
+            if (!q.closed) return "quotes do not match";
+            p += q.next - 1;
             continue;
         }
         if (c == '(' || c == '[') {
@@ -207,26 +196,11 @@ int read_options_of(std::string_view text, std::vector<Option> &out) {
 }
 
 size_t options_comma(std::string_view s) {
-    bool dq = false;
-    int cq = 0;
+    QuoteState qs;
     for (size_t i = 0; i < s.size(); ++i) {
-        const char c = s[i], n = i + 1 < s.size() ? s[i + 1] : '\0';
-        if (cq) {
-            if (c == '`' && n == '"')
-                ++cq, ++i;
-            else if (c == '"' && n == '\'')
-                --cq, ++i;
-            continue;
-        }
-        if (dq) {
-            if (c == '"') dq = false;
-            continue;
-        }
-        if (c == '`' && n == '"')
-            cq = 1, ++i;
-        else if (c == '"')
-            dq = true;
-        else if (c == ',')
+        if (int k = qs.feed(s[i], i + 1 < s.size() ? s[i + 1] : '\0'))
+            i += (size_t)k - 1;
+        else if (s[i] == ',')
             return i;
     }
     return std::string_view::npos;

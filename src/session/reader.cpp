@@ -14,6 +14,7 @@
 #include "session/errors.h"
 #include "session/lineedit.h"
 #include "session/state.h"
+#include "session/tok.h"
 
 namespace session {
 
@@ -101,8 +102,7 @@ void echo_physical(const std::string &text, const char *prefix) {
 int file_read(FileSource *f, char *out, int cap) {
     int n = 0;
     bool too_long = false;
-    bool in_dq = false; // inside "..."
-    int cq = 0;         // inside `"..."' (nesting)
+    QuoteState qs; // comment markers inside quotes are plain text
     bool seen_text = false;
     bool first_physical = true;
     auto put = [&](char c) {
@@ -164,41 +164,11 @@ int file_read(FileSource *f, char *out, int cap) {
                 }
                 continue;
             }
-            if (in_dq) {
-                if (ch == '"') in_dq = false;
+            if (int k = qs.feed(ch, nx)) {
                 put(ch);
-                continue;
-            }
-            if (cq > 0) {
-                if (ch == '`' && nx == '"') {
-                    ++cq;
-                    put(ch);
-                    put(nx);
-                    ++i;
-                    continue;
-                }
-                if (ch == '"' && nx == '\'') {
-                    --cq;
-                    put(ch);
-                    put(nx);
-                    ++i;
-                    continue;
-                }
-                put(ch);
-                continue;
-            }
-            if (ch == '`' && nx == '"') {
-                cq = 1;
-                put(ch);
-                put(nx);
-                ++i;
-                seen_text = true;
-                continue;
-            }
-            if (ch == '"') {
-                in_dq = true;
-                put(ch);
-                seen_text = true;
+                if (k == 2) put(nx);
+                i += (size_t)k - 1;
+                seen_text = true; // a quote opened here, or one that did is still open
                 continue;
             }
             if (ch == '/' && nx == '*') {

@@ -66,19 +66,17 @@ const char *gettok(const char *seps) {
         // empty token at the end of the text
     } else if (p[0] == '`' && p[1] == '"') {
         put('"');
-        p += 2;
-        int depth = 1;
-        while (*p) {
-            if (p[0] == '`' && p[1] == '"') {
-                ++depth;
-            } else if (p[0] == '"' && p[1] == '\'') {
-                if (--depth == 0) {
-                    p += 2;
-                    break;
-                }
-            }
-            if (!put(*p)) break;
-            ++p;
+        std::string_view s(p);
+        size_t close = cq_close_overlapping(s, 0);
+        size_t inside = (close == std::string_view::npos ? s.size() : close - 2) - 2;
+        if (inside > (size_t)tokenlen - 1) { // the token is full: the rest stays unread
+            std::memcpy(out + n, p + 2, (size_t)tokenlen - 1);
+            n = tokenlen;
+            p += 2 + (tokenlen - 1);
+        } else {
+            std::memcpy(out + n, p + 2, inside);
+            n += (int)inside;
+            p += close == std::string_view::npos ? s.size() : close;
         }
     } else if (*p == '"') {
         put('"');
@@ -117,6 +115,86 @@ bool name_ok(std::string_view name) {
     for (char c : name)
         if ((unsigned char)c <= ' ' || c == 127 || std::strchr(bad, c)) return false;
     return true;
+}
+
+namespace {
+
+bool opens_cq(std::string_view s, size_t i) { return i + 1 < s.size() && s[i] == '`' && s[i + 1] == '"'; }
+bool closes_cq(std::string_view s, size_t i) { return i + 1 < s.size() && s[i] == '"' && s[i + 1] == '\''; }
+
+} // namespace
+
+size_t cq_close(std::string_view s, size_t open) {
+    int depth = 1;
+    for (size_t i = open + 2; i < s.size();) {
+        if (opens_cq(s, i)) {
+            ++depth;
+            i += 2;
+        } else if (closes_cq(s, i)) {
+            if (--depth == 0) return i + 2;
+            i += 2;
+        } else {
+            ++i;
+        }
+    }
+    return std::string_view::npos;
+}
+
+size_t cq_close_overlapping(std::string_view s, size_t open) {
+    int depth = 1;
+    for (size_t i = open + 2; i < s.size(); ++i) {
+        if (opens_cq(s, i))
+            ++depth;
+        else if (closes_cq(s, i) && --depth == 0)
+            return i + 2;
+    }
+    return std::string_view::npos;
+}
+
+bool quoted_at(std::string_view s, size_t i, Quoted &q) {
+    if (opens_cq(s, i)) {
+        size_t close = cq_close(s, i);
+        q.closed = close != std::string_view::npos;
+        q.begin = i + 2;
+        q.end = q.closed ? close - 2 : s.size();
+        q.next = q.closed ? close : s.size();
+        return true;
+    }
+    if (i < s.size() && s[i] == '"') {
+        size_t close = s.find('"', i + 1);
+        q.closed = close != std::string_view::npos;
+        q.begin = i + 1;
+        q.end = q.closed ? close : s.size();
+        q.next = q.closed ? close + 1 : s.size();
+        return true;
+    }
+    return false;
+}
+
+int QuoteState::feed(char c, char next) {
+    if (dq) {
+        if (c == '"') dq = false;
+        return 1;
+    }
+    if (int k = feed_pair(c, next)) return k;
+    if (cq > 0) return 1;
+    if (c == '"') {
+        dq = true;
+        return 1;
+    }
+    return 0;
+}
+
+int QuoteState::feed_pair(char c, char next) {
+    if (c == '`' && next == '"') {
+        ++cq;
+        return 2;
+    }
+    if (cq > 0 && c == '"' && next == '\'') {
+        --cq;
+        return 2;
+    }
+    return 0;
 }
 
 } // namespace session

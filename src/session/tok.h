@@ -1,4 +1,5 @@
-// The tokenizer over the command buffer, and the abbreviation test used by every command.
+// The tokenizer over the command buffer, the abbreviation test used by every command, and the quote
+// scanners that every layer reading command text shares.
 #pragma once
 #include <cstddef>
 #include <string_view>
@@ -44,5 +45,42 @@ bool name_ok(std::string_view name);
 
 // True when word is a prefix of name, at least minlen and at most strlen(name) long.
 bool cmdmatch(const char *word, const char *name, int minlen);
+
+// ---- Quotes ----
+// A compound quote opens with `" and closes with "'; compound quotes nest, and a plain " inside one
+// means nothing. A plain quote runs from " to the next ", with no nesting and no escape.
+
+// The position just past the "' that closes the compound quote whose `" is at s[open] (the caller has
+// seen it there), with nested pairs counted; npos when s ends first. Pairs are read whole: the " of an
+// opening `" never begins a closing "'.
+size_t cq_close(std::string_view s, size_t open);
+
+// As cq_close, but reading one byte at a time, so that the " of a nested `" may also begin a closing
+// "': inside a compound quote, `"' opens and closes at once. This is the tokenizer's reading.
+size_t cq_close_overlapping(std::string_view s, size_t open);
+
+// The quoted text, plain or compound, that opens at s[i].
+struct Quoted {
+    size_t begin = 0, end = 0; // the text inside the quotes
+    size_t next = 0;           // just past the closing quote; s.size() when there is none
+    bool closed = false;
+};
+// False when s[i] opens no quote. An unclosed quote runs to the end of s.
+bool quoted_at(std::string_view s, size_t i, Quoted &q);
+
+// Where a reader going byte by byte stands among quotes; it may be kept from one line to the next.
+struct QuoteState {
+    bool dq = false; // inside "..."
+    int cq = 0;      // compound quotes open
+    bool inside() const { return dq || cq > 0; }
+    // Takes in the byte c, next being the byte after it ('\0' at the end of the text). Returns how many
+    // bytes (1, or 2 for a pair) were taken as a quote or as quoted text, or 0 when c stands outside
+    // quotes and opens none: such a byte is the caller's. Inside a plain quote a compound pair means
+    // nothing; inside a compound quote a plain " means nothing.
+    int feed(char c, char next);
+    // Compound pairs only: 2 for an opening pair, and for a closing pair while one is open, else 0.
+    // Plain quotes and the bytes between the pairs are the caller's.
+    int feed_pair(char c, char next);
+};
 
 } // namespace session
