@@ -1,7 +1,5 @@
 // The functions of the expression language: one table of rows (name, argument count and types,
 // result, implementation), searched by the compiler in the order of its groups.
-#include <regex.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -13,6 +11,7 @@
 #include "data/exprint.h"
 #include "data/exprmath.h"
 #include "data/fmt.h"
+#include "data/regex.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
@@ -300,7 +299,14 @@ bool wild(const char *p, const char *s) {
 // strmatch(s, pattern): `*` stands for any run of characters, `?` for one.
 double fn_strmatch(const Fa &a) { return wild(a.s(1), a.s(0)) ? 1 : 0; }
 
-double fn_regexm(const Fa &a) { return regex_match(a.s(0), a.s(1)); }
+// The pattern regexm() and regexr() compiled last, and the last match of regexm() for regexs().
+Regex expr_rx;
+
+// regexm(s, re): 1 when re matches s; a pattern that fails to compile gives 0 and leaves no match.
+double fn_regexm(const Fa &a) {
+    if (regex_compile(expr_rx, a.s(1), false)) return 0;
+    return regex_match(expr_rx, a.s(0)) ? 1 : 0;
+}
 
 // ---- Numbers to strings -------------------------------------------------------------------------
 
@@ -321,7 +327,22 @@ int fn_char(const Fa &a, char *out) {
     return 0;
 }
 
-int fn_regexs(const Fa &a, char *out) { return regex_sub(a.n(0), out); }
+// regexs(n): sub-expression n of the last regexm() match.
+int fn_regexs(const Fa &a, char *out) {
+    out[0] = 0;
+    const double n = a.n(0);
+    std::string t;
+    switch (regex_sub(expr_rx, miss(n) || n < 0 || n >= regex_nmatch ? -1 : (long long)n, t)) {
+    case RX_TEXT:
+        return put(out, t);
+    case RX_NOT_RUN:
+        return session::fail(
+            198,
+            "a regular expression match function must be executed prior to retrieving a subexpression\n");
+    default:
+        return session::numlist_error(125, true);
+    }
+}
 
 // string(n) and string(n, format): the number through the format, "%9.0g" by default or when the
 // format is invalid, with the leading blanks removed.
@@ -413,7 +434,11 @@ int fn_reverse(const Fa &a, char *out) {
 // strsubdp(s): the decimal point of the `dp` setting put in; with the period in force, s itself.
 int fn_strsubdp(const Fa &a, char *out) { return put(out, a.s(0)); }
 
-int fn_regexr(const Fa &a, char *out) { return regex_replace(a.s(0), a.s(1), a.s(2), out); }
+// regexr(s, re, t): the first match of re in s replaced by t.
+int fn_regexr(const Fa &a, char *out) {
+    if (regex_compile(expr_rx, a.s(1), false)) return put(out, a.s(0));
+    return put(out, regex_replace(expr_rx, a.s(0), a.s(2), false));
+}
 
 // substr(s, n1, n2): n2 bytes from position n1 (from the end when negative); n2 missing: to the end.
 int fn_substr(const Fa &a, char *out) {
@@ -1025,143 +1050,6 @@ const FnRow *fn_of_word(int word) {
 const FnRow *fn_rows(int *n) {
     *n = NROWS;
     return rows;
-}
-
-// ---- Regular expressions ------------------------------------------------------------------------
-
-namespace {
-
-struct RegexState {
-    bool compiled = false;
-    regex_t re;
-    char pattern[EXPR_STRBUF] = {};
-    int matched = 0; // 0 no match function has run, 1 the last one matched, -1 it did not
-    regmatch_t m[10];
-    char subject[EXPR_STRBUF] = {};
-};
-RegexState rx;
-
-void rx_message(const char *msg) { session::fail(0, std::string(msg) + "\n"); }
-
-bool is_rep(char c) { return c == '*' || c == '+' || c == '?'; }
-
-// Checks the pattern for the faults the matcher reports by name, and rewrites it for the library:
-// braces are ordinary characters here. Returns the message of a fault, or null.
-const char *rx_prepare(const char *pat, std::string &out) {
-    int groups = 0, depth = 0;
-    char prev = 0; // the previous significant character ('(' , '|', a repetition, or 'a' for an atom)
-    for (const char *p = pat; *p; ++p) {
-        char c = *p;
-        if (c == '\\') {
-            if (!p[1]) return "trailing \\";
-            out += c;
-            out += *++p;
-            prev = 'a';
-            continue;
-        }
-        if (c == '[') {
-            const char *q = p + 1;
-            if (*q == '^') ++q;
-            if (*q == ']') ++q;
-            while (*q && *q != ']')
-                ++q;
-            if (!*q) return "unmatched []";
-            out.append(p, (size_t)(q - p + 1));
-            p = q;
-            prev = 'a';
-            continue;
-        }
-        if (c == '{' || c == '}') {
-            out += '\\';
-            out += c;
-            prev = 'a';
-            continue;
-        }
-        if (is_rep(c)) {
-            if (prev == 0 || prev == '(' || prev == '|') return "?+* follows nothing";
-            if (is_rep(prev)) return "nested *?+";
-            out += c;
-            prev = c;
-            continue;
-        }
-        if (c == '(') {
-            if (++groups > 9) return "too many ()";
-            ++depth;
-            out += c;
-            prev = '(';
-            continue;
-        }
-        if (c == ')') {
-            if (depth == 0) return "unmatched ()";
-            --depth;
-            out += c;
-            prev = 'a';
-            continue;
-        }
-        out += c;
-        prev = c == '|' ? '|' : 'a';
-    }
-    if (depth > 0) return "unmatched ()";
-    return nullptr;
-}
-
-// Compiles re unless it is the pattern compiled last. False (message written) when it fails.
-bool rx_compile(const char *re) {
-    if (rx.compiled && std::strcmp(rx.pattern, re) == 0) return true;
-    if (rx.compiled) regfree(&rx.re);
-    rx.compiled = false;
-    rx.matched = 0;
-    std::string prepared;
-    if (const char *msg = rx_prepare(re, prepared)) {
-        rx_message(msg);
-        return false;
-    }
-    int rc = regcomp(&rx.re, prepared.c_str(), REG_EXTENDED);
-    if (rc != 0) {
-        rx_message(rc == REG_ESPACE   ? "out of space"
-                   : rc == REG_EPAREN ? "unmatched ()"
-                                      : "corrupted regexp");
-        return false;
-    }
-    std::snprintf(rx.pattern, sizeof rx.pattern, "%s", re);
-    rx.compiled = true;
-    return true;
-}
-
-} // namespace
-
-int regex_match(const char *s, const char *re) {
-    if (!rx_compile(re)) return 0;
-    std::snprintf(rx.subject, sizeof rx.subject, "%s", s);
-    if (regexec(&rx.re, rx.subject, 10, rx.m, 0) == 0) {
-        rx.matched = 1;
-        return 1;
-    }
-    rx.matched = -1;
-    return 0;
-}
-
-int regex_sub(double n, char *out) {
-    out[0] = 0;
-    if (rx.matched == 0) {
-        return session::fail(
-            198,
-            "a regular expression match function must be executed prior to retrieving a subexpression\n");
-    }
-    if (miss(n) || n < 0 || n >= 10 || rx.matched < 0) return session::numlist_error(125, true);
-    const regmatch_t &m = rx.m[(int)n];
-    if (m.rm_so < 0) return session::numlist_error(125, true);
-    return put(out, std::string_view(rx.subject + m.rm_so, (size_t)(m.rm_eo - m.rm_so)));
-}
-
-int regex_replace(const char *s, const char *re, const char *t, char *out) {
-    if (!rx_compile(re)) return put(out, s);
-    regmatch_t m[1];
-    if (regexec(&rx.re, s, 1, m, 0) != 0) return put(out, s);
-    std::string r(s, (size_t)m[0].rm_so);
-    r += t;
-    r += s + m[0].rm_eo;
-    return put(out, r);
 }
 
 } // namespace data::xp

@@ -265,11 +265,6 @@ struct Pools {
 };
 extern Pools pools;
 
-// Regular expressions: the pattern compiled last and the last match.
-int regex_match(const char *s, const char *re);                             // regexm(): 1 or 0
-int regex_sub(double n, char *out);                                         // regexs(): 0 or the code
-int regex_replace(const char *s, const char *re, const char *t, char *out); // regexr()
-
 // Random draws for the functions of the table (exprrand.cpp).
 double rnd_uniform();
 double rnd_normal(double m, double s);

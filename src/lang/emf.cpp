@@ -10,11 +10,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/regex.h"
 #include "data/varlist.h"
 #include "lang/exprhook.h"
 #include "lang/macro.h"
@@ -154,34 +154,31 @@ int f_word(std::string_view rest, std::string &v) {
     return 0;
 }
 
-// The result of the last regexmatch, for regexsubexp.
+// The pattern the regular-expression functions compiled last, and the result of the last regexmatch
+// for regexsubexp: a match, with its sub-expressions, or none.
+data::Regex emf_rx;
 struct RegexState {
     bool matched = false;
     std::vector<std::string> subs;
 };
 RegexState last_regex;
 
-int regex_compile(const std::string &re, std::regex &out) {
-    try {
-        out = std::regex(re, std::regex::extended);
-    } catch (const std::regex_error &) {
-        return session::fail(198, "regular expression " + re + " invalid\n");
-    }
-    return 0;
+int compile_pattern(const std::string &re) {
+    if (data::regex_compile(emf_rx, re, true) == 0) return 0;
+    return session::fail(198, "regular expression " + re + " invalid\n");
 }
 
 // regexmatch "text" "re"
 int f_regexmatch(std::string_view rest, std::string &v) {
     std::vector<Word> w = words_of(rest);
     if (w.size() != 2) return session::error(198);
-    std::regex re;
-    if (int rc = regex_compile(w[1].bare, re)) return rc;
-    std::smatch m;
+    if (int rc = compile_pattern(w[1].bare)) return rc;
     last_regex = RegexState();
-    if (std::regex_search(w[0].bare, m, re)) {
+    if (data::regex_match(emf_rx, w[0].bare)) {
         last_regex.matched = true;
-        for (size_t i = 0; i < m.size(); ++i)
-            last_regex.subs.push_back(m[i].matched ? m[i].str() : "");
+        std::string t;
+        for (long long k = 0; data::regex_sub(emf_rx, k, t) != data::RX_OUT_OF_RANGE; ++k)
+            last_regex.subs.push_back(t);
     }
     v = last_regex.matched ? "1" : "0";
     return 0;
@@ -191,25 +188,8 @@ int f_regexmatch(std::string_view rest, std::string &v) {
 int f_regexreplace(std::string_view rest, std::string &v) {
     std::vector<Word> w = words_of(rest);
     if (w.size() != 3) return session::error(198);
-    std::regex re;
-    if (int rc = regex_compile(w[1].bare, re)) return rc;
-    std::smatch m;
-    const std::string &text = w[0].bare;
-    if (!std::regex_search(text, m, re)) {
-        v = text;
-        return 0;
-    }
-    std::string rep;
-    const std::string &r = w[2].bare;
-    for (size_t i = 0; i < r.size(); ++i) {
-        if (r[i] == '\\' && i + 1 < r.size() && std::isdigit((unsigned char)r[i + 1])) {
-            size_t k = (size_t)(r[++i] - '0');
-            if (k < m.size() && m[k].matched) rep += m[k].str();
-        } else {
-            rep.push_back(r[i]);
-        }
-    }
-    v = m.prefix().str() + rep + m.suffix().str();
+    if (int rc = compile_pattern(w[1].bare)) return rc;
+    v = data::regex_replace(emf_rx, w[0].bare, w[2].bare, true);
     return 0;
 }
 
