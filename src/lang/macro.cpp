@@ -332,6 +332,4 @@ int expand_macros(char *buf) {
     return rc;
 }
 
-// Position of the first comma outside quotes, or npos.
-
 } // namespace lang

@@ -148,7 +148,7 @@ int set_conren(int) {
             conren.tab[f * 7 + colour - 1] = seq;
     }
     // The next style change sends the new sequences.
-    con.lastStyle = -1;
+    con.last_style = -1;
     return 0;
 }
 

@@ -16,34 +16,34 @@ static int get16(const uint8_t *p) { return p[0] | (p[1] << 8); }
 // (index of the last run, start and style of each run, end column of the last); text closed by a zero.
 int line_build(uint8_t *img, const RimuStream *s) {
     int pos = 10;
-    std::memcpy(img + pos, s->linkTable, s->linkBytes);
+    std::memcpy(img + pos, s->link_table, s->linkBytes);
     pos += s->linkBytes;
     img[pos++] = 0;
     img[pos++] = 0;
-    int markerOff = pos;
-    std::memcpy(img + pos, s->markers, s->markerBytes);
-    pos += s->markerBytes;
+    int marker_off = pos;
+    std::memcpy(img + pos, s->markers, s->marker_bytes);
+    pos += s->marker_bytes;
     img[pos++] = 0;
-    int runOff = pos;
+    int run_off = pos;
     // A run that holds no character at the end of the line is left out, but one run always stands.
-    int runs = s->runCount;
-    while (runs > 1 && s->runStart[runs - 1] >= s->lineLength)
+    int runs = s->run_count;
+    while (runs > 1 && s->run_start[runs - 1] >= s->lineLength)
         --runs;
     img[pos++] = (uint8_t)(runs - 1);
     for (int i = 0; i < runs; ++i) {
-        img[pos++] = s->runStart[i];
-        img[pos++] = s->runStyle[i];
+        img[pos++] = s->run_start[i];
+        img[pos++] = s->run_style[i];
     }
     img[pos++] = (uint8_t)s->lineLength;
-    int textOff = pos;
-    std::memcpy(img + pos, s->lineText, s->lineLength);
+    int text_off = pos;
+    std::memcpy(img + pos, s->line_text, s->lineLength);
     pos += s->lineLength;
     img[pos++] = 0;
     put16(img, pos);
-    put16(img + 2, markerOff);
-    put16(img + 4, runOff);
-    put16(img + 6, textOff);
-    img[8] = s->lineContinued;
+    put16(img + 2, marker_off);
+    put16(img + 4, run_off);
+    put16(img + 6, text_off);
+    img[8] = s->line_continued;
     img[9] = (uint8_t)(s->lineLength + 1); // 255 characters wrap this byte to 0
     return pos;
 }
@@ -51,12 +51,12 @@ int line_build(uint8_t *img, const RimuStream *s) {
 LineView line_view(const uint8_t *image) {
     LineView v{};
     v.continued = image[8] != 0;
-    v.textLength = (image[9] + 255) & 0xff;
+    v.text_length = (image[9] + 255) & 0xff;
     v.text = reinterpret_cast<const char *>(image + get16(image + 6));
     const uint8_t *rt = image + get16(image + 4);
-    v.runCount = rt[0] + 1;
+    v.run_count = rt[0] + 1;
     v.runs = rt + 1;
-    v.lastEnd = rt[1 + 2 * v.runCount];
+    v.last_end = rt[1 + 2 * v.run_count];
     v.links = image + 10;
     v.markers = reinterpret_cast<const char *>(image + get16(image + 2));
     return v;
@@ -68,7 +68,7 @@ bool link_next(const uint8_t *links, int *pos, LinkView *out) {
     out->start = e[0];
     out->end = e[1];
     out->kind = e[2];
-    out->argLength = e[3];
+    out->arg_length = e[3];
     out->arg = reinterpret_cast<const char *>(e + 4);
     *pos += 4 + e[3] + 1;
     return true;

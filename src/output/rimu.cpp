@@ -128,7 +128,7 @@ int more_store_sink(void *, const uint8_t *img, int code) {
 
 struct Count {
     int total = 0;
-    bool firstWordOnly = false;
+    bool first_word_only = false;
     bool done = false;
 };
 
@@ -136,22 +136,22 @@ int count_sink(void *ctx, const uint8_t *img, int code) {
     Count *c = static_cast<Count *>(ctx);
     if ((code != SINK_LINE && code != SINK_PARTIAL) || !img || c->done) return 0;
     LineView v = line_view(img);
-    if (!c->firstWordOnly) {
-        c->total += v.textLength;
+    if (!c->first_word_only) {
+        c->total += v.text_length;
         return 0;
     }
-    const char *b = (const char *)std::memchr(v.text, ' ', v.textLength);
-    c->total += b ? (int)(b - v.text) : v.textLength;
+    const char *b = (const char *)std::memchr(v.text, ' ', v.text_length);
+    c->total += b ? (int)(b - v.text) : v.text_length;
     if (b) c->done = true;
     return 0;
 }
 
-int measure_with(std::string_view rimu, bool firstWord) {
+int measure_with(std::string_view rimu, bool first_word) {
     RimuStream tmp;
     stream_init(&tmp);
     tmp.width = 254;
     Count c;
-    c.firstWordOnly = firstWord;
+    c.first_word_only = first_word;
     stream_set_sink(&tmp, count_sink, &c);
     stream_put_rimu(&tmp, rimu);
     stream_flush(&tmp);
@@ -164,10 +164,10 @@ void text_log_line(RimuStream *s) {
     if (s->textLogs.count == 0) return;
     char copy[LINE_TEXT_MAX + 2];
     bool draw = false;
-    for (int i = 0; i < s->runCount; ++i)
-        draw |= (s->runStyle[i] & STY_LINEDRAW) != 0;
+    for (int i = 0; i < s->run_count; ++i)
+        draw |= (s->run_style[i] & STY_LINEDRAW) != 0;
     for (int i = 0; i < s->lineLength; ++i) {
-        char c = s->lineText[i];
+        char c = s->line_text[i];
         if (draw && c >= CH_TT && c <= CH_TLC) c = c <= CH_BT ? '-' : c <= CH_RT ? '|' : '+';
         if (c == (char)CH_NBSP) c = ' ';
         copy[i] = c;
@@ -235,7 +235,7 @@ void stream_free(RimuStream *s) {
 
 void stream_set_sink(RimuStream *s, SinkFn sink, void *ctx) {
     s->sink = s->sinkBackup = sink;
-    s->sinkContext = s->sinkContextBackup = ctx;
+    s->sinkContext = s->sink_context_backup = ctx;
 }
 
 void stream_detach_sink(RimuStream *s) {
@@ -246,7 +246,7 @@ void stream_detach_sink(RimuStream *s) {
 void stream_restore_sink(RimuStream *s) {
     stream_flush(s);
     s->sink = s->sinkBackup;
-    s->sinkContext = s->sinkContextBackup;
+    s->sinkContext = s->sink_context_backup;
 }
 
 void stream_flush(RimuStream *s) {
@@ -296,7 +296,7 @@ void stream_set_colour(RimuStream *s, int colour) {
                                        "{err}", "{com}", nullptr, nullptr};
     if (s->mode == MODE_ASIS || s->mode == MODE_OLDHELP) return;
     if (colour < 0 || colour > 7 || !tag[colour]) return;
-    bool settled = s->mode == MODE_PARA ? s->wordLen == 0 : s->pendingLen == 0;
+    bool settled = s->mode == MODE_PARA ? s->word_len == 0 : s->pending_len == 0;
     if (settled && (s->style & STY_COLOUR_BITS) == colour) return;
     stream_put_rimu(s, tag[colour]);
 }

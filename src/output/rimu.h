@@ -77,7 +77,7 @@ struct RimuStream {
     SinkFn sink = nullptr;
     SinkFn sinkBackup = nullptr;
     void *sinkContext = nullptr;
-    void *sinkContextBackup = nullptr;
+    void *sink_context_backup = nullptr;
     int width = 79;
     int markMatch = 0;
     uint8_t style = COL_TEXT;
@@ -103,53 +103,53 @@ struct RimuStream {
     int rightMarginWidth = 79;
     uint8_t paragraphOpen = 0;
     char pendingTag[PENDING_MAX];
-    int pendingLen = 0;
+    int pending_len = 0;
     char wordBuffer[256];
     uint8_t wordStyles[256];
-    int wordLen = 0;
+    int word_len = 0;
     int spaceState = 1;
     int spacesSeen = 0;
     uint8_t spaceStyle = COL_TEXT;
     uint8_t linkPending = 0;                      // the link's last characters wait in wordBuffer
-    int linkCloseAt = 0;                          // ... and it closes after this many of them
+    int link_close_at = 0;                        // ... and it closes after this many of them
     uint8_t p2colDefaults[5] = {1, 31, 35, 0, 2}; // #1, #2, #3, 1 when #4 is negative, |#4|
     // Link on the line: 1 idle, 2 open with an entry at linkHead, 3 to be opened at the next character shown.
     int linkState = 1;
-    uint8_t linkOpen = 0; // a link directive is rendering its text
+    uint8_t link_open = 0; // a link directive is rendering its text
     int linkKind = 0;
     char linkArgument[256];
-    int linkArgLen = 0;
+    int link_arg_len = 0;
     int linkHead = -1;
     int linkStart = 0;
-    int bindDepth = 0;         // inside {bind:}: blanks don't break
-    uint8_t inFirstColumn = 0; // rendering the first text of {p2col} or {synopt}
-    int modeSerial = 0;        // counts mode changes, so the scanner sees one happen under it
+    int bind_depth = 0;          // inside {bind:}: blanks don't break
+    uint8_t in_first_column = 0; // rendering the first text of {p2col} or {synopt}
+    int mode_serial = 0;         // counts mode changes, so the scanner sees one happen under it
     // The line being built.
     int lineLength = 0;
     uint8_t lineEmpty = 1;
-    uint8_t lineContinued = 0; // second or later line of a paragraph
-    char lineText[LINE_TEXT_MAX + 1];
-    uint8_t runStart[LINE_TEXT_MAX + 1];
-    uint8_t runStyle[LINE_TEXT_MAX + 1];
-    int runCount = 0;
-    uint8_t linkTable[LINK_TABLE_MAX + 3];
+    uint8_t line_continued = 0; // second or later line of a paragraph
+    char line_text[LINE_TEXT_MAX + 1];
+    uint8_t run_start[LINE_TEXT_MAX + 1];
+    uint8_t run_style[LINE_TEXT_MAX + 1];
+    int run_count = 0;
+    uint8_t link_table[LINK_TABLE_MAX + 3];
     int linkBytes = 0;
     char markers[MARKER_MAX + 1];
-    int markerBytes = 0;
+    int marker_bytes = 0;
     char argBuffer[256];
     // Option-table layout of {synoptset}: width of the option column, 0 plain, 1 tabbed, 2 notes.
-    int synoptWidth = 20;
-    int synoptMode = 0;
+    int synopt_width = 20;
+    int synopt_mode = 0;
 };
 
 // Reading a line image.
 struct LineView {
     bool continued;   // second or later line of a paragraph
     const char *text; // zero-terminated
-    int textLength;
-    int runCount;
-    const uint8_t *runs;  // pairs (start column, style), runCount of them
-    int lastEnd;          // end column of the last run
+    int text_length;
+    int run_count;
+    const uint8_t *runs;  // pairs (start column, style), run_count of them
+    int last_end;         // end column of the last run
     const uint8_t *links; // link table, closed by two zero bytes
     const char *markers;  // zero-terminated names, closed by a further zero
 };
@@ -159,7 +159,7 @@ LineView line_view(const uint8_t *image);
 struct LinkView {
     int start, end, kind;
     const char *arg; // zero-terminated
-    int argLength;
+    int arg_length;
 };
 // Reads the entry at *pos of a link table and moves *pos on; false at the closing two zero bytes.
 bool link_next(const uint8_t *links, int *pos, LinkView *out);

@@ -39,18 +39,18 @@ int text_sink(void *ctx, const uint8_t *img, int code) {
     if (code != SINK_LINE || !img) return 0;
     LineView v = line_view(img);
     bool draw = false;
-    for (int i = 0; i < v.runCount; ++i)
+    for (int i = 0; i < v.run_count; ++i)
         draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
     std::string line(t->lmargin, ' ');
     size_t at = line.size();
-    line.append(v.text, v.textLength);
+    line.append(v.text, v.text_length);
     for (size_t i = at; i < line.size(); ++i) {
         char &c = line[i];
         if (draw && c >= CH_TT && c <= CH_TLC) c = c <= CH_BT ? '-' : c <= CH_RT ? '|' : '+';
         if (c == (char)CH_NBSP) c = ' ';
     }
     // A command line is one that begins with the prompt ". " (continuations begin with "> ").
-    if (t->cmdnumber && v.textLength >= 2 && v.text[0] == '.' && v.text[1] == ' ')
+    if (t->cmdnumber && v.text_length >= 2 && v.text[0] == '.' && v.text[1] == ' ')
         line.insert(at, std::to_string(++t->commands));
     if (t->pagelines > 0 && t->lines >= t->pagelines) {
         put_out(t, "\f");

@@ -19,15 +19,15 @@ void line_place(RimuStream *s, const char *p, int n, uint8_t sty);    // shown t
 void line_write(RimuStream *s, const char *p, size_t n, uint8_t sty); // with "> " continuation
 void line_blanks(RimuStream *s, int n);                               // n blanks in the current style
 void finish_line(RimuStream *s);
-void link_close(RimuStream *s);                                        // ends the link on the line
-void link_begin(RimuStream *s, int kind, const char *arg, int argLen); // link due at the next character
+void link_close(RimuStream *s);                                         // ends the link on the line
+void link_begin(RimuStream *s, int kind, const char *arg, int arg_len); // link due at the next character
 // The text writer: paragraph writer in mode 3, line writer otherwise; newlines act.
 void text_write(RimuStream *s, const char *p, size_t n);
 void text_write_styled(RimuStream *s, const char *p, size_t n, uint8_t sty);
 // Places the pending word of mode 3; extra is the width of what must join it on the same line.
 void word_done(RimuStream *s, int extra, bool forced);
 // {p}: starts a paragraph after the checks and clamps; false when an argument is out of range.
-bool para_begin(RimuStream *s, int first, int next, int margin, int lineWidth);
+bool para_begin(RimuStream *s, int first, int next, int margin, int line_width);
 
 // rimu_scan.cpp: a piece of input at the top (steps counts the paragraph-end and newline checks),
 // and text inside a directive.

@@ -14,7 +14,7 @@ constexpr int OLDHELP_LINE_MAX = 1023;
 struct OldLinkRow {
     const char *word;
     uint8_t kind;
-    uint8_t targetRule;
+    uint8_t target_rule;
 };
 
 const OldLinkRow oldlink_table[] = {
@@ -36,15 +36,15 @@ bool rule_line(const char *p, int n) {
 bool show_link(RimuStream *s, const char *c, int n) {
     const char *bang = (const char *)std::memchr(c, '!', n);
     const char *target = c, *text = c;
-    int targetLen = n, textLen = n, kind = 12;
+    int target_len = n, text_len = n, kind = 12;
     if (!bang) {
         if (n >= 5 && std::memcmp(c, "http:", 5) == 0) kind = 9;
     } else {
         text = bang + 1;
-        textLen = (int)(c + n - text);
-        int partLen = (int)(bang - c);
-        targetLen = partLen;
-        const char *colon = (const char *)std::memchr(c, ':', partLen);
+        text_len = (int)(c + n - text);
+        int part_len = (int)(bang - c);
+        target_len = part_len;
+        const char *colon = (const char *)std::memchr(c, ':', part_len);
         if (colon) {
             int wl = (int)(colon - c);
             if (wl < 1 || wl > 13) return false;
@@ -57,16 +57,16 @@ bool show_link(RimuStream *s, const char *c, int n) {
             kind = row->kind;
             if (std::strcmp(row->word, "http") != 0) {
                 target = colon + 1;
-                targetLen = (int)(bang - target);
+                target_len = (int)(bang - target);
             }
-            if (row->targetRule == 1 && targetLen != 0) return false;
-            if (row->targetRule == 2 && targetLen == 0) return false;
+            if (row->target_rule == 1 && target_len != 0) return false;
+            if (row->target_rule == 2 && target_len == 0) return false;
         }
     }
-    if (textLen == 0 || targetLen >= 255) return false;
+    if (text_len == 0 || target_len >= 255) return false;
     uint8_t old = s->style;
-    link_begin(s, kind, target, targetLen);
-    line_write(s, text, textLen, (uint8_t)((s->style & ~STY_COLOUR_BITS) | COL_LINK));
+    link_begin(s, kind, target, target_len);
+    line_write(s, text, text_len, (uint8_t)((s->style & ~STY_COLOUR_BITS) | COL_LINK));
     link_close(s);
     s->style = old;
     return true;
@@ -155,22 +155,22 @@ void oldhelp_feed(RimuStream *s, const char *p, size_t n) {
         const char *nl = (const char *)std::memchr(p, '\n', n);
         size_t k = nl ? (size_t)(nl - p) : n;
         while (k > 0) {
-            size_t room = OLDHELP_LINE_MAX - s->pendingLen;
+            size_t room = OLDHELP_LINE_MAX - s->pending_len;
             size_t c = k < room ? k : room;
-            std::memcpy(s->pendingTag + s->pendingLen, p, c);
-            s->pendingLen += (int)c;
+            std::memcpy(s->pendingTag + s->pending_len, p, c);
+            s->pending_len += (int)c;
             p += c;
             n -= c;
             k -= c;
-            if (s->pendingLen == OLDHELP_LINE_MAX) {
-                int len = s->pendingLen;
-                s->pendingLen = 0;
+            if (s->pending_len == OLDHELP_LINE_MAX) {
+                int len = s->pending_len;
+                s->pending_len = 0;
                 oldhelp_line(s, s->pendingTag, len);
             }
         }
         if (!nl) break;
-        int len = s->pendingLen;
-        s->pendingLen = 0;
+        int len = s->pending_len;
+        s->pending_len = 0;
         oldhelp_line(s, s->pendingTag, len);
         ++p;
         --n;
@@ -178,9 +178,9 @@ void oldhelp_feed(RimuStream *s, const char *p, size_t n) {
 }
 
 void oldhelp_flush(RimuStream *s) {
-    if (s->pendingLen == 0) return;
-    int len = s->pendingLen;
-    s->pendingLen = 0;
+    if (s->pending_len == 0) return;
+    int len = s->pending_len;
+    s->pending_len = 0;
     oldhelp_line(s, s->pendingTag, len);
 }
 

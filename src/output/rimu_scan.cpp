@@ -102,15 +102,15 @@ bool parse_num(const char *t, bool sign, int &v) {
     return true;
 }
 
-// Reads up to max numbers; the argument at signedAt may carry a sign. Returns the count, or -1.
-int numbers(Span a, int max, int signedAt, int *v) {
+// Reads up to max numbers; the argument at signed_at may carry a sign. Returns the count, or -1.
+int numbers(Span a, int max, int signed_at, int *v) {
     char tok[256];
     const char *p = a.p, *e = a.p + a.n;
     int count = 0;
     for (;;) {
         int t = next_token(p, e, tok);
         if (t == TK_END) return count;
-        if (t < 0 || count == max || !parse_num(tok, count == signedAt, v[count])) return -1;
+        if (t < 0 || count == max || !parse_num(tok, count == signed_at, v[count])) return -1;
         ++count;
     }
 }
@@ -305,7 +305,7 @@ bool dir_hline(RimuStream *s, const Dir &d, int) {
     if (k < 0) return false;
     if (s->mode == MODE_PARA) {
         // Only the first column of a two-column row may hold a rule, of a length given.
-        if (!s->inFirstColumn || k != 1 || v[0] < 0 || v[0] > 255) return false;
+        if (!s->in_first_column || k != 1 || v[0] < 0 || v[0] > 255) return false;
         char d[256];
         std::memset(d, '-', v[0]);
         text_write_styled(s, d, v[0], (uint8_t)(s->style | STY_LINEDRAW));
@@ -354,9 +354,9 @@ bool dir_col(RimuStream *s, const Dir &d, int) {
         return true;
     }
     for (int guard = 0; guard < 256 && s->lineLength < target; ++guard) {
-        int before = s->lineLength, serial = s->modeSerial;
+        int before = s->lineLength, serial = s->mode_serial;
         scan_nested(s, t.p, t.n);
-        if (s->lineLength <= before || s->modeSerial != serial) break;
+        if (s->lineLength <= before || s->mode_serial != serial) break;
     }
     return true;
 }
@@ -404,8 +404,8 @@ bool dir_align(RimuStream *s, const Dir &d, int how) {
     if (!split(d, a, t, has) || !has) return false;
     int k = numbers(a, 1, -1, v);
     if (k < 0) return false;
-    bool needN = how == AL_LEFT_N || how == AL_RIGHT_N;
-    if ((needN && k != 1) || (how == AL_RIGHT && k != 0)) return false;
+    bool need_n = how == AL_LEFT_N || how == AL_RIGHT_N;
+    if ((need_n && k != 1) || (how == AL_RIGHT && k != 0)) return false;
     if (k == 1 && v[0] > 254) return false;
     if (s->mode != MODE_LINE) {
         scan_nested(s, t.p, t.n);
@@ -481,9 +481,9 @@ bool dir_bind(RimuStream *s, const Dir &d, int) {
     Span t;
     bool has;
     if (!no_args(d, t, has, TEXT_YES)) return false;
-    ++s->bindDepth;
+    ++s->bind_depth;
     scan_nested(s, t.p, t.n);
-    --s->bindDepth;
+    --s->bind_depth;
     return true;
 }
 
@@ -508,10 +508,10 @@ bool dir_ccl(RimuStream *s, const Dir &d, int) {
 }
 
 void add_marker(RimuStream *s, const char *name, int len) {
-    if (s->markerBytes + len + 1 > MARKER_MAX) return; // the block is full: the mark is dropped
-    std::memcpy(s->markers + s->markerBytes, name, len);
-    s->markerBytes += len;
-    s->markers[s->markerBytes++] = 0;
+    if (s->marker_bytes + len + 1 > MARKER_MAX) return; // the block is full: the mark is dropped
+    std::memcpy(s->markers + s->marker_bytes, name, len);
+    s->marker_bytes += len;
+    s->markers[s->marker_bytes++] = 0;
 }
 
 bool dir_marker(RimuStream *s, const Dir &d, int) {
@@ -545,9 +545,9 @@ bool dir_link(RimuStream *s, const Dir &d, int row) {
     if (!split(d, a, t, has)) return false;
     int al = join_args(a, arg);
     if (al < 0 || (rule == LINK_NOARG && al > 0) || (!has && al == 0)) return false;
-    if (s->linkOpen) return false; // a link in a link
+    if (s->link_open) return false; // a link in a link
     if (s->mode != MODE_PARA && s->linkBytes + 4 + al + 1 > LINK_TABLE_MAX) return false;
-    if (s->mode == MODE_PARA && s->wordLen > 0) {
+    if (s->mode == MODE_PARA && s->word_len > 0) {
         // The pending word goes out now, kept on one line with the link's first word, which joins it.
         int w;
         if (has) {
@@ -561,7 +561,7 @@ bool dir_link(RimuStream *s, const Dir &d, int row) {
         s->spacesSeen = 0;
     }
     link_begin(s, kind, arg, al);
-    s->linkOpen = 1;
+    s->link_open = 1;
     uint8_t mask = bold ? STY_COLOUR_BITS | STY_FONT_BITS : STY_COLOUR_BITS;
     uint8_t old = s->style;
     s->style = (uint8_t)((s->style & ~mask) | COL_LINK | (bold ? FONT_BF : 0));
@@ -570,10 +570,10 @@ bool dir_link(RimuStream *s, const Dir &d, int row) {
     else
         text_write(s, arg, al);
     s->style = (uint8_t)((s->style & ~mask) | (old & mask));
-    s->linkOpen = 0;
-    if (s->mode == MODE_PARA && s->wordLen > 0 && s->linkState != 1) {
+    s->link_open = 0;
+    if (s->mode == MODE_PARA && s->word_len > 0 && s->linkState != 1) {
         s->linkPending = 1; // closes when the word buffer goes out
-        s->linkCloseAt = s->wordLen;
+        s->link_close_at = s->word_len;
     } else {
         link_close(s);
     }
@@ -613,7 +613,7 @@ bool dir_fixed(RimuStream *s, const Dir &d, int which) {
 }
 
 // opt name | opt na:me | opt name(args); opth puts the argument in a help link.
-bool dir_opt(RimuStream *s, const Dir &d, int withHelp) {
+bool dir_opt(RimuStream *s, const Dir &d, int with_help) {
     Span r = trim(d.rest);
     if (r.n == 0 || r.p[0] == ':') return false;
     Span name = r, args;
@@ -628,9 +628,9 @@ bool dir_opt(RimuStream *s, const Dir &d, int withHelp) {
     b.add(name);
     b.add("}");
     if (paren) {
-        b.add(withHelp ? "{cmd:(}{it:{help " : "{cmd:(}{it:");
+        b.add(with_help ? "{cmd:(}{it:{help " : "{cmd:(}{it:");
         b.add(args);
-        b.add(withHelp ? "}}{cmd:)}" : "}{cmd:)}");
+        b.add(with_help ? "}}{cmd:)}" : "}{cmd:)}");
     }
     return run_built(s, b);
 }
@@ -691,11 +691,11 @@ bool two_column_row(RimuStream *s, int c1, int c2, int c3, int rm, Span first) {
     if (s->inputDepth != 1 || c1 < 0 || c2 < 0 || c3 < 0) return false;
     if (!para_begin(s, c1, c3, rm < 0 ? 0 : rm, 0)) return false;
     // The first column is one unit: its blanks don't break, and it may hold a rule of a given length.
-    ++s->bindDepth;
-    s->inFirstColumn = 1;
+    ++s->bind_depth;
+    s->in_first_column = 1;
     scan_nested(s, first.p, first.n);
-    s->inFirstColumn = 0;
-    --s->bindDepth;
+    s->in_first_column = 0;
+    --s->bind_depth;
     int w = measure(std::string_view(first.p, first.n));
     if (c1 + w >= c2) {
         word_done(s, 0, false);
@@ -777,8 +777,8 @@ bool dir_p2line(RimuStream *s, const Dir &d, int dent) {
 
 // The layout of the option table: first column, second column, continuation lines.
 void synopt_layout(const RimuStream *s, int &c1, int &c2, int &c3) {
-    c1 = s->synoptMode == 2 ? 5 : 3;
-    c2 = c1 + s->synoptWidth + 2;
+    c1 = s->synopt_mode == 2 ? 5 : 3;
+    c2 = c1 + s->synopt_width + 2;
     c3 = c2 + 2;
 }
 
@@ -790,26 +790,26 @@ bool dir_synoptset(RimuStream *s, const Dir &d, int) {
     char tok[256];
     const char *p = a.p, *e = a.p + a.n;
     int width = 20, mode = 0, k;
-    bool seenWord = false, seenNum = false;
+    bool seen_word = false, seen_num = false;
     while ((k = next_token(p, e, tok)) != TK_END) {
         if (k < 0) return false;
         int v;
-        if (!seenNum && !seenWord && parse_num(tok, true, v)) {
+        if (!seen_num && !seen_word && parse_num(tok, true, v)) {
             if (v > 200) return false;
             width = v < 0 ? 0 : v;
-            seenNum = true;
-        } else if (!seenWord && std::strcmp(tok, "tabbed") == 0) {
+            seen_num = true;
+        } else if (!seen_word && std::strcmp(tok, "tabbed") == 0) {
             mode = 1;
-            seenWord = true;
-        } else if (!seenWord && std::strcmp(tok, "notes") == 0) {
+            seen_word = true;
+        } else if (!seen_word && std::strcmp(tok, "notes") == 0) {
             mode = 2;
-            seenWord = true;
+            seen_word = true;
         } else {
             return false;
         }
     }
-    s->synoptWidth = width;
-    s->synoptMode = mode;
+    s->synopt_width = width;
+    s->synopt_mode = mode;
     return true;
 }
 
@@ -1044,10 +1044,10 @@ bool directive(RimuStream *s, const char *src, size_t len) {
     const char *ne = b;
     while (ne < e && *ne != ' ' && *ne != ':')
         ++ne;
-    size_t nameLen = ne - b;
-    if (nameLen < 1 || nameLen > 13) return false;
+    size_t name_len = ne - b;
+    if (name_len < 1 || name_len > 13) return false;
     d.rest = Span{ne, (size_t)(e - ne)};
-    const DirRow *row = find_directive(b, nameLen);
+    const DirRow *row = find_directive(b, name_len);
     if (row) return row->fn(s, d, row->arg);
     if (!d.optional) return false;
     Span a, t;
@@ -1108,18 +1108,18 @@ void body(RimuStream *s, const char *p, size_t n, bool top) {
         if (!close) {
             if (top && e[-1] != '\n' && e - p < PENDING_MAX) {
                 std::memcpy(s->pendingTag, p, e - p);
-                s->pendingLen = (int)(e - p);
+                s->pending_len = (int)(e - p);
                 return;
             }
             text_write(s, p, 1);
             ++p;
             continue;
         }
-        int serial = s->modeSerial;
+        int serial = s->mode_serial;
         size_t len = close + 1 - p;
         if (!directive(s, p, len)) text_write(s, p, len);
         p = close + 1;
-        if (s->modeSerial != serial) {
+        if (s->mode_serial != serial) {
             resume(s, p, e - p, top);
             return;
         }
@@ -1166,14 +1166,14 @@ void scan_piece(RimuStream *s, const char *p, size_t n, bool steps) {
             s->skipNewline = 1;
         }
     }
-    if (s->pendingLen) {
+    if (s->pending_len) {
         // The waiting tag and the new text are read as one, up to PENDING_MAX characters.
         char joined[PENDING_MAX];
-        int m = s->pendingLen;
+        int m = s->pending_len;
         size_t k = n < (size_t)(PENDING_MAX - m) ? n : (size_t)(PENDING_MAX - m);
         std::memcpy(joined, s->pendingTag, m);
         std::memcpy(joined + m, p, k);
-        s->pendingLen = 0;
+        s->pending_len = 0;
         body(s, joined, m + k, true);
         if (k < n) scan_piece(s, p + k, n - k, false);
     } else {

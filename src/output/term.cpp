@@ -166,7 +166,7 @@ void term_setup(bool batch, const char *name) {
     term.bc = "\b";
     term.ce = term.cd = term.dc = term.ic = term.so = term.se = term.cm = term.up = term.ks = term.ke = "";
     term.keys.count = 0;
-    con.lastStyle = -1;
+    con.last_style = -1;
     conren_defaults(false);
     if (name) {
         std::strncpy(term.name, name, sizeof term.name - 1);
@@ -262,7 +262,7 @@ void term_modes_set() {
 
 void term_modes_restore() {
     if (term.out_tty) {
-        if (con.lastStyle != -1) term_put(conren.reset.view());
+        if (con.last_style != -1) term_put(conren.reset.view());
         if (!term.ke.empty()) term_put(term.ke);
     }
     term_flush();
@@ -372,7 +372,7 @@ namespace {
 
 void send_style(int style) {
     int key = style & 0x3f;
-    if (key == con.lastStyle) return;
+    if (key == con.last_style) return;
     if (term.out_tty) {
         if (con.underline && conren.uloff.len) term_put(conren.uloff.view());
         term_put(conren.reset.view());
@@ -381,16 +381,16 @@ void send_style(int style) {
         if (key & STY_UNDERLINE) term_put(conren.ulon.view());
     }
     con.underline = (key & STY_UNDERLINE) != 0;
-    con.lastStyle = key;
+    con.last_style = key;
 }
 
 void show_line(const uint8_t *image, int code) {
     LineView v = line_view(image);
-    int len = v.textLength;
+    int len = v.text_length;
     if (len < 0) len = 0;
     if (len > LINE_TEXT_MAX) len = LINE_TEXT_MAX;
     bool draw = false;
-    for (int i = 0; i < v.runCount; ++i)
+    for (int i = 0; i < v.run_count; ++i)
         draw |= (v.runs[2 * i + 1] & STY_LINEDRAW) != 0;
     char text[LINE_TEXT_MAX + 1];
     for (int i = 0; i < len; ++i) {
@@ -401,10 +401,10 @@ void show_line(const uint8_t *image, int code) {
     }
     // After a partial line only the columns not yet written go out.
     int from = con.shownColumn <= len ? con.shownColumn : 0;
-    con.freshRow = false;
-    for (int r = 0; r < v.runCount; ++r) {
+    con.fresh_row = false;
+    for (int r = 0; r < v.run_count; ++r) {
         int a = v.runs[2 * r];
-        int b = r + 1 < v.runCount ? v.runs[2 * (r + 1)] : len;
+        int b = r + 1 < v.run_count ? v.runs[2 * (r + 1)] : len;
         if (r == 0) a = 0;
         if (b > len) b = len;
         if (a < from) a = from;
@@ -453,8 +453,8 @@ int console_sink(void *, const uint8_t *image, int code) {
     case SINK_MORE:
         return more_wait();
     case SINK_NEWLINE:
-        if (!con.freshRow) term_put("\n", 1);
-        con.freshRow = false;
+        if (!con.fresh_row) term_put("\n", 1);
+        con.fresh_row = false;
         con.shownColumn = 0;
         con.partial[0] = '\0';
         return 0;

@@ -93,9 +93,9 @@ int term_getkey();
 // The console sink and its state.
 struct Console {
     int shownColumn = 0;    // columns of the current line already written
-    int lastStyle = -1;     // style of the last sequences sent; -1 unknown
+    int last_style = -1;    // style of the last sequences sent; -1 unknown
     bool underline = false; // the underline-on sequence is in force
-    bool freshRow = false;  // the cursor stands at the start of an empty row (the line editor left it there)
+    bool fresh_row = false; // the cursor stands at the start of an empty row (the line editor left it there)
     char partial[256] = {}; // plain text of the partial line shown last (the prompt, for redraws)
 };
 extern Console con;

@@ -203,7 +203,7 @@ int read_plain_line(char *buf, int cap) {
     }
     buf[n] = '\0';
     // A terminal in line mode has echoed the line and its end already.
-    if (isatty(0)) out::con.freshRow = true;
+    if (isatty(0)) out::con.fresh_row = true;
     return 0;
 }
 
@@ -294,7 +294,7 @@ struct Ed {
     int cur = 0; // byte index of the cursor
     int plen = 0;
     int P = 0;          // screen position of the terminal's cursor
-    int shownEnd = 0;   // screen position past the last column that may still show text
+    int shown_end = 0;  // screen position past the last column that may still show text
     bool insert = true; // insert mode (Ctrl-E toggles to overwrite)
     int recall = 0;     // how far back the last recall went
     std::string typed;  // the line as typed, kept while recalled lines are shown
@@ -389,15 +389,15 @@ void redraw_from(Ed &e, int i) {
     go(e, from);
     write_span(e, from, end);
     settle(e);
-    if (e.shownEnd > end) {
+    if (e.shown_end > end) {
         if (!out::term.cd.empty()) {
             out::term_put(out::term.cd);
         } else {
-            write_span(e, end, e.shownEnd);
+            write_span(e, end, e.shown_end);
             settle(e);
         }
     }
-    e.shownEnd = end;
+    e.shown_end = end;
     go(e, pos_of(e, e.cur));
 }
 
@@ -493,14 +493,14 @@ void redraw_all(Ed &e) {
     put("\r\n", 2);
     out::term_put(out::con.partial);
     e.P = e.plen;
-    e.shownEnd = e.plen;
+    e.shown_end = e.plen;
     redraw_from(e, 0);
 }
 
 void finish(Ed &e) {
     go(e, pos_of(e, e.len));
     e.buf[e.len] = '\0';
-    out::con.freshRow = e.P > 0 && e.P % C() == 0;
+    out::con.fresh_row = e.P > 0 && e.P % C() == 0;
 }
 
 int edit_line(char *buf, int cap) {
@@ -508,7 +508,7 @@ int edit_line(char *buf, int cap) {
     e.buf = buf;
     e.cap = cap;
     e.plen = out::con.shownColumn;
-    e.P = e.shownEnd = e.plen;
+    e.P = e.shown_end = e.plen;
     out::term.resized = 0; // the prompt was just drawn at the present size
     settle(e);
     out::term_flush();
@@ -518,8 +518,8 @@ int edit_line(char *buf, int cap) {
         pending = 0;
         if (k == out::KEY_EOF) {
             finish(e);
-            if (!out::con.freshRow) put("\r\n", 2);
-            out::con.freshRow = false;
+            if (!out::con.fresh_row) put("\r\n", 2);
+            out::con.fresh_row = false;
             out::con.shownColumn = 0;
             out::term_flush();
             return -1;

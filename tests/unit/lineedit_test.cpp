@@ -374,7 +374,7 @@ TEST_F(EditFixture, WhatTheScreenGets) {
     ASSERT_EQ(read_terminal_line(buf, sizeof buf), 0);
     // a, b; back one; X and the b after it, back one; at Enter the cursor goes to the end.
     EXPECT_EQ(io.screen(), "ab\bXb\bb");
-    EXPECT_FALSE(out::con.freshRow);
+    EXPECT_FALSE(out::con.fresh_row);
 }
 
 TEST_F(EditFixture, TheCursorSettlesAtTheStartOfANewRow) {
@@ -384,5 +384,5 @@ TEST_F(EditFixture, TheCursorSettlesAtTheStartOfANewRow) {
     // Eight characters fill the row after ". "; a blank and a return put the cursor on the next row.
     // Left goes up a row and across it, rewriting the prompt and text; Enter takes it down again.
     EXPECT_EQ(io.screen(), "abcdefgh \r\x1b[A. abcdefg\r\n");
-    EXPECT_TRUE(out::con.freshRow);
+    EXPECT_TRUE(out::con.fresh_row);
 }

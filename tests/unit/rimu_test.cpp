@@ -24,7 +24,7 @@ struct Link {
 struct Line {
     std::string text;
     std::vector<std::pair<int, int>> runs; // start column, style
-    int lastEnd = 0;
+    int last_end = 0;
     std::vector<Link> links;
     std::vector<std::string> markers;
     bool continued = false;
@@ -41,14 +41,14 @@ struct Line {
 Line read_image(const uint8_t *img) {
     Line l;
     LineView v = line_view(img);
-    l.text.assign(v.text, v.textLength);
-    for (int i = 0; i < v.runCount; ++i)
+    l.text.assign(v.text, v.text_length);
+    for (int i = 0; i < v.run_count; ++i)
         l.runs.push_back({v.runs[2 * i], v.runs[2 * i + 1]});
-    l.lastEnd = v.lastEnd;
+    l.last_end = v.last_end;
     int pos = 0;
     LinkView lv;
     while (link_next(v.links, &pos, &lv))
-        l.links.push_back({lv.start, lv.end, lv.kind, std::string(lv.arg, lv.argLength)});
+        l.links.push_back({lv.start, lv.end, lv.kind, std::string(lv.arg, lv.arg_length)});
     for (const char *m = v.markers; *m; m += std::strlen(m) + 1)
         l.markers.push_back(m);
     l.continued = v.continued;
@@ -140,7 +140,7 @@ TEST_F(Rimu, PlainLinesGoToTheSinkOneByOne) {
     put("\n");
     EXPECT_EQ(texts(), (V{"one", "two", ""}));
     EXPECT_EQ(cap.lines[0].runs, (std::vector<std::pair<int, int>>{{0, COL_TEXT}}));
-    EXPECT_EQ(cap.lines[0].lastEnd, 3);
+    EXPECT_EQ(cap.lines[0].last_end, 3);
     EXPECT_FALSE(cap.lines[0].continued);
 }
 

@@ -55,17 +55,17 @@ struct Image {
     Image(const std::string &text, std::initializer_list<std::pair<int, int>> runs) {
         RimuStream s;
         s.lineLength = (int)text.size();
-        std::memcpy(s.lineText, text.data(), text.size());
-        s.lineText[text.size()] = '\0';
-        s.runCount = 0;
+        std::memcpy(s.line_text, text.data(), text.size());
+        s.line_text[text.size()] = '\0';
+        s.run_count = 0;
         for (auto [at, style] : runs) {
-            s.runStart[s.runCount] = (uint8_t)at;
-            s.runStyle[s.runCount] = (uint8_t)style;
-            ++s.runCount;
+            s.run_start[s.run_count] = (uint8_t)at;
+            s.run_style[s.run_count] = (uint8_t)style;
+            ++s.run_count;
         }
         s.linkBytes = 0;
-        s.markerBytes = 0;
-        s.lineContinued = 0;
+        s.marker_bytes = 0;
+        s.line_continued = 0;
         line_build(img, &s);
     }
 };
@@ -295,7 +295,7 @@ TEST_F(SinkFixture, AColumnPastTheTextStartsTheLineAgain) {
 
 TEST_F(SinkFixture, NewlineAfterTheEditorLeftAFreshRowIsNotDoubled) {
     StdoutCapture cap;
-    con.freshRow = true;
+    con.fresh_row = true;
     console_sink(nullptr, nullptr, SINK_NEWLINE);
     console_sink(nullptr, nullptr, SINK_NEWLINE);
     EXPECT_EQ(cap.take(), "\n");
