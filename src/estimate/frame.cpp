@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 
-#include "output/channel.h"
 #include "session/errors.h"
 #include "session/tok.h"
 
@@ -96,33 +95,10 @@ void processors_init(int requested) {
 
 int set_processors(int n) {
     if (n < 1 || n > processors_max()) return session::numlist_error(125, true);
-    const int old = fr.processors;
     fr.processors = fr.processorsNow = n;
     fr.adaptiveTeams = n > 2;
     runtime_threads(n);
-    out::ClassScope cs(out::CLS_TEXT);
-    if (n != old)
-        out::out_textf("number of available processor(s) changed from %d to %d\n", old, n);
-    else
-        out::out_textf("number of available processor(s): %d\n", n);
     return 0;
-}
-
-// set processors [#]
-int cmd_set_processors(int) {
-    std::string t = session::gettok(session::SEP_NUM);
-    if (t.empty()) {
-        out::ClassScope cs(out::CLS_TEXT);
-        out::out_textf("number of available processor(s): %d\n", fr.processors);
-        return 0;
-    }
-    char *end;
-    const double v = std::strtod(t.c_str(), &end);
-    if (*end) return session::numlist_error(121, true);
-    if (*session::gettok(session::SEP_NUM)) return session::error(198);
-    if (v != std::floor(v)) return session::numlist_error(126, true);
-    if (v < 1 || v > processors_max()) return session::numlist_error(125, true);
-    return set_processors((int)v);
 }
 
 Team team_rule(int64_t n, int D, int processors, bool adaptive) {

@@ -34,11 +34,7 @@ int processors_max();
 // Start-up: -p# (0 for the default of 1). Values outside 1..processors_max() are taken as 1.
 void processors_init(int requested);
 // set processors n: 0, or 125 with the single-number message when n is outside 1..processors_max().
-// Writes "number of available processor(s) changed from %d to %d" or, when n is the value in force,
-// "number of available processor(s): %d".
 int set_processors(int n);
-// The `set processors` handler: the rest of the line is the number (nothing: show the value).
-int cmd_set_processors(int);
 
 // ---- Granularity -----------------------------------------------------------------------------------
 

@@ -377,8 +377,30 @@ int rd_seed() {
 }
 std::string sh_seed() { return data::rng_state_text(); }
 
-// The parallel frame holds the number of processors and reads `set processors` itself.
-int rd_processors() { return est::cmd_set_processors(0); }
+// The parallel frame holds the number of processors.
+// set processors [#]
+int rd_processors() {
+    std::string t = gettok(SEP_NUM);
+    if (t.empty()) {
+        out::ClassScope cs(out::CLS_TEXT);
+        out::out_textf("number of available processor(s): %d\n", est::fr.processors);
+        return 0;
+    }
+    char *end;
+    const double v = std::strtod(t.c_str(), &end);
+    if (*end) return numlist_error(121, true);
+    if (*gettok(SEP_NUM)) return error(198);
+    if (v != std::floor(v)) return numlist_error(126, true);
+    if (v < 1 || v > est::processors_max()) return numlist_error(125, true);
+    const int old = est::fr.processors;
+    if (int rc = est::set_processors((int)v)) return rc;
+    out::ClassScope cs(out::CLS_TEXT);
+    if (est::fr.processors != old)
+        out::out_textf("number of available processor(s) changed from %d to %d\n", old, est::fr.processors);
+    else
+        out::out_textf("number of available processor(s): %d\n", old);
+    return 0;
+}
 std::string sh_processors() { return std::to_string(est::fr.processors); }
 
 // set tracehilite "pattern" [, word]

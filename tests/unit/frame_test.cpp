@@ -92,10 +92,10 @@ class Frames : public ::testing::Test {
     }
 };
 
-TEST_F(Frames, SetProcessorsMessagesAndRange) {
+TEST_F(Frames, SetProcessorsRange) {
     MsgCapture c;
     EXPECT_EQ(set_processors(1), 0);
-    EXPECT_EQ(c.text(), "number of available processor(s): 1\n");
+    EXPECT_EQ(c.text(), ""); // the notes are the set command's
     c.reset();
     EXPECT_EQ(set_processors(0), 125);
     EXPECT_EQ(c.text(), "invalid number, outside of allowed range\n");
@@ -104,7 +104,6 @@ TEST_F(Frames, SetProcessorsMessagesAndRange) {
     if (processors_max() >= 2) {
         c.reset();
         EXPECT_EQ(set_processors(2), 0);
-        EXPECT_EQ(c.text(), "number of available processor(s) changed from 1 to 2\n");
         EXPECT_EQ(fr.processors, 2);
         EXPECT_EQ(fr.processorsNow, 2);
         EXPECT_FALSE(fr.adaptiveTeams);

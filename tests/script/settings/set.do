@@ -50,6 +50,9 @@ set linesize 30
 set linesize 79
 set pagesize 30
 set processors 1
+set processors 2
+set processors 2
+set processors 1
 capture set processors 0
 display "c(rc) `c(rc)'"
 set seed 12345
