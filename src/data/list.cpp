@@ -13,6 +13,7 @@
 #include "data/fmt.h"
 #include "data/varlist.h"
 #include "output/channel.h"
+#include "output/rimu.h"
 #include "session/errors.h"
 #include "session/options.h"
 #include "session/state.h"
@@ -91,25 +92,12 @@ bool left_justified(int v) {
     return ds.fmt[v - 1][1] == '-';
 }
 
-std::string escaped(const std::string &s) {
-    std::string o;
-    for (char c : s) {
-        if (c == '{')
-            o += "{c -(}";
-        else if (c == '}')
-            o += "{c )-}";
-        else
-            o += c;
-    }
-    return o;
-}
-
 std::string blanks(int n) { return n > 0 ? std::string((size_t)n, ' ') : std::string(); }
 
 // text placed in a field of width w, escaped for markup.
 std::string field(const std::string &text, int w, bool left) {
     int pad = w - (int)text.size();
-    return left ? escaped(text) + blanks(pad) : blanks(pad) + escaped(text);
+    return left ? out::brace_escaped(text) + blanks(pad) : blanks(pad) + out::brace_escaped(text);
 }
 
 std::string rule(const char *l, int inner, const char *r) {

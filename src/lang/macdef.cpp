@@ -10,6 +10,7 @@
 #include "lang/macro.h"
 #include "matrix/results.h"
 #include "output/channel.h"
+#include "output/rimu.h"
 #include "session/errors.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -169,27 +170,13 @@ int macro_drop_cmd() {
     return 0;
 }
 
-// A literal brace in Rimu output.
-std::string brace_escaped(const char *t) {
-    std::string s;
-    for (; *t; ++t) {
-        if (*t == '{')
-            s += "{c -(}";
-        else if (*t == '}')
-            s += "{c )-}";
-        else
-            s.push_back(*t);
-    }
-    return s;
-}
-
 int list_one(const std::string &shown, const char *text) {
-    std::string s = "{p 0 16}\n" + brace_escaped(shown.c_str());
+    std::string s = "{p 0 16}\n" + out::brace_escaped(shown);
     if (shown.size() < 12)
         s += ":{space " + std::to_string(15 - shown.size()) + "}";
     else
         s += ":{break}\n";
-    s += brace_escaped(text);
+    s += out::brace_escaped(text);
     s += "{p_end}\n";
     out::ClassScope cs(out::CLS_TEXT);
     return out::out_rimu(s);

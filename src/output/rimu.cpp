@@ -291,6 +291,20 @@ void stream_put_literal(RimuStream *s, std::string_view text) {
     }
 }
 
+std::string brace_escaped(std::string_view text) {
+    std::string s;
+    s.reserve(text.size());
+    for (char c : text) {
+        if (c == '{')
+            s += "{c -(}";
+        else if (c == '}')
+            s += "{c )-}";
+        else
+            s += c;
+    }
+    return s;
+}
+
 void stream_set_colour(RimuStream *s, int colour) {
     static const char *const tag[8] = {nullptr, "{res}", "{txt}", nullptr,
                                        "{err}", "{com}", nullptr, nullptr};

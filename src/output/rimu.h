@@ -179,6 +179,8 @@ void stream_put_rimu(RimuStream *s, std::string_view text);
 void stream_put_literal(RimuStream *s, std::string_view text);
 // Puts the colour tag ({res}, {txt}, {err}, {com}) unless the colour is already in force.
 void stream_set_colour(RimuStream *s, int colour);
+// Text with its braces written as {c -(} and {c )-}, so that markup shows it as it stands.
+std::string brace_escaped(std::string_view text);
 
 // Logs: attach a descriptor as a Rimu log or a text log (non-zero when the stream is locked or the set
 // is full); detach writes out the buffer first. A failed write marks the descriptor bad, silently.

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "output/channel.h"
+#include "output/rimu.h"
 #include "session/errtab.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -199,25 +200,12 @@ int write_row(const ErrRow &r) {
     return r.pub;
 }
 
-std::string brace_escaped(std::string_view s) {
-    std::string o;
-    for (char c : s) {
-        if (c == '{')
-            o += "{c -(}";
-        else if (c == '}')
-            o += "{c )-}";
-        else
-            o += c;
-    }
-    return o;
-}
-
 // For found_where_expected: 'text', long texts shortened to their head and tail, or nothing.
 std::string quoted_or_nothing(std::string_view t) {
     if (t.empty()) return "nothing";
     std::string s(t);
     if (t.size() >= 21) s = std::string(t.substr(0, 20)) + "..." + std::string(t.substr(t.size() - 3));
-    return "'" + brace_escaped(s) + "'";
+    return "'" + out::brace_escaped(s) + "'";
 }
 
 int kind_not_found(const char *kind, std::string_view name, int rc) {

@@ -905,19 +905,6 @@ std::string row_name(const char *spec) {
     return bar ? std::string(spec, bar - spec) : std::string(spec);
 }
 
-std::string brace_escaped(const std::string &t) {
-    std::string s;
-    for (char c : t) {
-        if (c == '{')
-            s += "{c -(}";
-        else if (c == '}')
-            s += "{c )-}";
-        else
-            s.push_back(c);
-    }
-    return s;
-}
-
 int show_group(const Group &g, bool first) {
     std::string s = first ? "" : "\n";
     s += std::string("{txt}    ") + g.title + "\n{hline}\n";
@@ -927,7 +914,7 @@ int show_group(const Group &g, bool first) {
         const SetRow *r = row_named(name);
         std::string v = r ? value_text(*r) : "";
         s += "{col 9}{help set:" + name + "}{col 29}";
-        s += r && irrelevant(*r) ? "{txt}" + v : "{res}" + brace_escaped(v) + "{txt}";
+        s += r && irrelevant(*r) ? "{txt}" + v : "{res}" + out::brace_escaped(v) + "{txt}";
         if (bar) s += std::string("{col 40}") + (bar + 1);
         s += "\n";
     }
@@ -1194,7 +1181,7 @@ namespace {
 int creturn_line(const std::string &name, const CVal &v) {
     std::string s = "{col 5}c(" + name + "){col 25}= ";
     if (v.str)
-        s += "{res}\"" + brace_escaped(v.s) + "\"{txt}\n";
+        s += "{res}\"" + out::brace_escaped(v.s) + "\"{txt}\n";
     else
         s += "{res}" + data::number_text(v.num) + "{txt}\n";
     out::ClassScope cs(out::CLS_TEXT);
