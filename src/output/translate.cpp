@@ -398,15 +398,23 @@ int translate_files() {
             return session::fail(198, "source and target are the same file\n");
         }
     }
-    int outfd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    // The text goes to a new file beside the target, which takes the target's place only when it is
+    // whole: a failure part way leaves the old target as it was.
+    std::string fresh = to + ".new" + std::to_string(::getpid());
+    int outfd = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (outfd < 0) {
         ::close(in);
         return session::file_error(603, to);
     }
     int rc = run_rimu_to_text(t, vals, in, outfd);
     ::close(in);
+    if (::fsync(outfd) != 0 && !rc) rc = 693;
     if (::close(outfd) != 0 && !rc) rc = 693;
-    if (rc) return session::file_error(rc, rc == 692 ? from : to);
+    if (!rc && ::rename(fresh.c_str(), to.c_str()) != 0) rc = 694;
+    if (rc) {
+        ::unlink(fresh.c_str());
+        return rc == 694 ? session::error(694) : session::file_error(rc, rc == 692 ? from : to);
+    }
     ClassScope cs(CLS_TEXT);
     out_text("(file " + to + " written in " + tr.format + " format)\n");
     return 0;
