@@ -10,7 +10,7 @@ inline constexpr int maxcmdlen = 165200;  // a command line
 inline constexpr int maxmaclen = 165216;  // a line after macro expansion
 inline constexpr int max_callframes = 64; // nested do-files, programs and includes
 
-struct FileSource; // a do-file being read (loop.cpp)
+struct FileSource; // a do-file being read (session/reader.cpp)
 
 struct Loop {
     uint8_t execflag = 1;          // commands are carried out (0 while a branch is skipped)
@@ -23,6 +23,7 @@ struct Loop {
     char cmdword[33] = {};
     int linerc = 0;
     uint8_t delimiter_semi = 0; // #delimit ; in force for the current file
+    // Break: written only by the routines at the end of this header, read through poll_break().
     int PendingBreak = 0;
     int breakheld = 0;
     int breakenabled = 1;
