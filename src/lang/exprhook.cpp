@@ -27,14 +27,8 @@ int eval_to_text(std::string_view exp, std::string &text, bool quiet) {
         text = v.str;
         return 0;
     }
-    data::PeriodDecimal period;
-    static data::Fmt g18;
-    static bool parsed = data::fmt_parse("%18.0g", g18, true) == 0;
-    char buf[64];
-    int n = parsed ? data::fmt_number(v.num, g18, buf, sizeof buf)
-                   : std::snprintf(buf, sizeof buf, "%.17g", v.num);
-    for (int i = 0; i < n; ++i)
-        if (buf[i] != ' ') text.push_back(buf[i]);
+    data::PeriodDecimal period; // macro text keeps the period whatever set dp says
+    text = data::number_text(v.num);
     return 0;
 }
 
