@@ -1274,8 +1274,9 @@ void scopy(char *dst, const char *src) {
 #define EXPR_RUN_CASE_ONE(K2, K1, name)
 
 // The machine for one observation. left, when given, gets the count of numbers and of strings left on
-// the stacks.
-int run(ExprRecord &rec, int32_t i, double *vout, char *sout, int *left = nullptr) {
+// the stacks. Both machines start on a cache line: where their dispatch loops fall otherwise depends
+// on the code before them, and the one-observation machine ran 40% slower at the wrong offset.
+[[gnu::aligned(64)]] int run(ExprRecord &rec, int32_t i, double *vout, char *sout, int *left = nullptr) {
     double ns[MAXTYPES];
     char ss[MAXSTR][EXPR_STRBUF];
     int sp = -1, tp = -1;
@@ -1484,7 +1485,7 @@ bool blockable(const ExprRecord &rec) {
 
 // Runs rec for observations first .. first+n-1 (n at most BLK) into out. Returns the count of
 // numbers left on the stack.
-int run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
+[[gnu::aligned(64)]] int run_block(const ExprRecord &rec, int32_t first, int n, double *out) {
     alignas(64) double st[BLK_DEPTH][BLK];
     const char *rows[BLK];
     const Rules rules{session::lim.dot, session::lp.modernmissing != 0};
