@@ -272,7 +272,7 @@ std::string trimmed(const std::string &s) {
 int program_define() {
     std::string name = gettok(session::SEP_DOT);
     if (name == ".") return session::not_built("class member programs");
-    if (name.empty() || name == ",") return session::required("program name");
+    if (name.empty() || name == ",") return session::error(198); // a name is required
     if (!valid_prog_name(name)) return session::invalid_name(name);
     ProgHeader opts{};
     bool plugin = false, sortpreserve = false;
