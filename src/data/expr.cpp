@@ -300,13 +300,15 @@ bool binary_sign(const char *a, const char *p, const char *b) {
 // The binary operators in the order of their search: the first that occurs is the split point.
 enum Kind { K_OR, K_AND, K_EQ, K_GE, K_LE, K_LT, K_GT, K_NE, K_NE2, K_ADD, K_SUB, K_MUL, K_DIV, K_NKIND };
 struct BinOp {
+    const char *text;
     int len;
-    int16_t num, str;
+    int16_t num, str; // the operation on numbers, and on strings (0: none)
 };
 constexpr BinOp binops[K_NKIND] = {
-    {1, OP_OR, 0},      {1, OP_AND, 0},     {2, OP_EQ, OP_SEQ}, {2, OP_GE, OP_SGE}, {2, OP_LE, OP_SLE},
-    {1, OP_LT, OP_SLT}, {1, OP_GT, OP_SGT}, {2, OP_NE, OP_SNE}, {2, OP_NE, OP_SNE}, {1, OP_ADD, OP_SADD},
-    {1, OP_SUB, 0},     {1, OP_MUL, 0},     {1, OP_DIV, 0},
+    {"|", 1, OP_OR, 0},       {"&", 1, OP_AND, 0},       {"==", 2, OP_EQ, OP_SEQ}, {">=", 2, OP_GE, OP_SGE},
+    {"<=", 2, OP_LE, OP_SLE}, {"<", 1, OP_LT, OP_SLT},   {">", 1, OP_GT, OP_SGT},  {"!=", 2, OP_NE, OP_SNE},
+    {"~=", 2, OP_NE, OP_SNE}, {"+", 1, OP_ADD, OP_SADD}, {"-", 1, OP_SUB, 0},      {"*", 1, OP_MUL, 0},
+    {"/", 1, OP_DIV, 0},
 };
 
 // The rightmost place of each operator outside brackets and quotes.
@@ -1617,6 +1619,12 @@ void refresh_ranges(ExprRecord &rec) {
 } // namespace
 
 int expr_run(ExprRecord &rec, int32_t i, double *v, char *buf) { return run(rec, i, v, buf); }
+
+bool string_operator_at(const char *p) {
+    for (const BinOp &o : binops)
+        if (o.str && std::strncmp(p, o.text, (size_t)o.len) == 0) return true;
+    return false;
+}
 
 double expr_xeqforby(ExprRecord &rec, int32_t i) {
     double v;

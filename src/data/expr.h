@@ -76,6 +76,8 @@ int expr_xeq_str(ExprRecord &rec, int32_t i, char *buf);
 // The general form: a number into *v or a string into buf (either may be null for the other type);
 // no range refresh. Returns 0 or the code.
 int expr_run(ExprRecord &rec, int32_t i, double *v, char *buf);
+// True when the text at p begins with a binary operator that strings have too (+ and the comparisons).
+bool string_operator_at(const char *p);
 extern int expr_lastrc;
 
 // A value of either type.

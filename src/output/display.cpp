@@ -324,8 +324,7 @@ bool string_operator_follows() {
     const char *p = tk.tokpos;
     while (*p == ' ')
         ++p;
-    if (*p == '+' || *p == '<' || *p == '>') return true;
-    return (*p == '=' || *p == '!' || *p == '~') && p[1] == '=';
+    return data::string_operator_at(p);
 }
 
 // display [directive ...]
