@@ -7,7 +7,7 @@
 
 #include "data/dataset.h"
 #include "data/expr.h"
-#include "data/list.h"
+#include "data/xeq.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/state.h"
@@ -25,10 +25,13 @@ int assertion_false() { return session::fail(9, "assertion is false\n"); }
 int cmd_assert(int) {
     if (!*session::tokrest()) return session::error(198);
     if (int rc = expr_compile_tok(eqexp, XW_NUM)) return rc;
+    ParseSpec spec;
+    spec.options = PO_NONE;
+    if (int rc = std_parse(spec)) return rc;
+    const bool qualified = ps.inrange || sm.ifpresent;
     std::vector<int32_t> obs;
-    bool qualified = false;
-    if (int rc = read_ifin(obs, &qualified)) return rc;
-    if (*session::tokrest()) return session::error(198);
+    if (int rc = sample_obs(obs)) return rc;
+    sample_ranges(eqexp);
     if (ds.nobs == 0 && !qualified) {
         expr_set_ranges(eqexp, 1, 0, 1, 0);
         expr_lastrc = 0;
@@ -39,7 +42,7 @@ int cmd_assert(int) {
     int64_t contradictions = 0;
     expr_lastrc = 0;
     for (size_t k = 0; k < obs.size(); ++k) {
-        if (expr_xeq(eqexp, obs[k]) == 0) ++contradictions;
+        if (expr_xeqforby(eqexp, obs[k]) == 0) ++contradictions;
         if ((k & 4095) == 4095 && session::poll_break()) return 1;
     }
     if (expr_lastrc) return expr_lastrc;

@@ -13,6 +13,7 @@
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "data/varlist.h"
+#include "data/xeq.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/state.h"
@@ -45,29 +46,6 @@ int expect_end() {
     return leftover();
 }
 
-// One item of an `in` range; false for a bad item.
-bool in_item(const std::string &t, int32_t *obs) {
-    if (t == "f" || t == "F") {
-        *obs = 1;
-        return true;
-    }
-    if (t == "l" || t == "L") {
-        *obs = ds.nobs;
-        return true;
-    }
-    if (t.empty()) return false;
-    char *end;
-    const long long v = std::strtoll(t.c_str(), &end, 10);
-    if (*end || v == 0) return false;
-    if (v < 0) {
-        const long long o = (long long)ds.nobs + 1 + v;
-        *obs = o < -1 ? -1 : (int32_t)o; // 0 or below: out of range
-    } else {
-        *obs = v > 2147483647LL ? 2147483647 : (int32_t)v;
-    }
-    return true;
-}
-
 // The variables of the list array as flags per variable.
 std::vector<uint8_t> list_flags() {
     std::vector<uint8_t> f(ds.nvar > 0 ? ds.nvar : 1, 0);
@@ -91,65 +69,28 @@ int read_count(int64_t *n) {
 
 } // namespace
 
-int parse_in() {
-    if (session::lp.byprefix) return session::fail(190, "'in' may not be combined with 'by'\n");
-    if (ps.inrange) return session::error(198);
-    std::string a = gettok(SEP_NUM);
-    int32_t lo, hi;
-    if (!in_item(a, &lo)) return session::fail(198, "'" + a + "' invalid obs no\n");
-    hi = lo;
-    if (std::strcmp(gettok(SEP_NUM), "/") == 0) {
-        std::string b = gettok(SEP_NUM);
-        if (!in_item(b, &hi)) return session::fail(198, "'" + b + "' invalid obs no\n");
-    } else {
-        ungettok();
-    }
-    if (lo < 1 || lo > hi || hi > ds.nobs) return session::fail(198, "Obs. nos. out of range\n");
-    ps.inrange = true;
-    ps.in_lo = lo;
-    ps.in_hi = hi;
-    return 0;
-}
-
 // drop varlist | drop in range [if exp] | drop if exp [in range]     (keep the same)
 int cmd_dropkeep(int keep) {
-    std::string t = gettok(SEP_STD);
-    if (t.empty()) return session::required("varlist or in range");
-    if (t == "if" || t == "in") {
-        bool have_if = false;
-        while (t == "if" || t == "in") {
-            if (t == "in") {
-                if (ps.inrange) return leftover();
-                if (int rc = parse_in()) return rc;
-            } else {
-                if (have_if) return leftover();
-                if (int rc = expr_compile_tok(ifexp, XW_NUM)) return rc;
-                have_if = true;
-            }
-            t = gettok(SEP_STD);
-        }
-        if (!t.empty()) return leftover();
+    ParseSpec spec;
+    spec.varlist = PO_OPTIONAL;
+    spec.options = PO_NONE;
+    spec.need_one = "varlist or in range";
+    const char *line = session::tokrest();
+    if (int rc = std_parse(spec)) return rc;
+    if (ps.inrange || sm.ifpresent) {
+        if (ps.count) return session::invalid_rest(line); // a list and a qualifier do not mix
         // Decide every observation first, so the expression sees the data as they were.
-        std::vector<uint8_t> remove(ds.nobs > 0 ? ds.nobs : 1, 0);
-        for (int i = 1; i <= ds.nobs; ++i) {
-            bool chosen = !ps.inrange || (i >= ps.in_lo && i <= ps.in_hi);
-            if (chosen && have_if) {
-                chosen = expr_xeq(ifexp, i) != 0;
-                if (expr_lastrc) return expr_lastrc;
-            }
-            if (session::poll_break()) return 1;
-            remove[i - 1] = (keep ? !chosen : chosen) ? 1 : 0;
-        }
+        std::vector<int32_t> chosen;
+        if (int rc = sample_obs(chosen)) return rc;
+        std::vector<uint8_t> remove(ds.nobs > 0 ? ds.nobs : 1, keep ? 1 : 0);
+        for (int32_t i : chosen)
+            remove[i - 1] = keep ? 0 : 1;
         int32_t removed = 0;
         if (int rc = drop_obs_mask(remove.data(), &removed)) return rc;
         out::ClassScope cs(out::CLS_TEXT);
         out::out_textf("(%d observation%s deleted)\n", removed, removed == 1 ? "" : "s");
         return 0;
     }
-    ungettok();
-    if (int rc = parse_varlist(VL_ANY)) return rc;
-    t = gettok(SEP_STD);
-    if (!t.empty()) return leftover();
     // Only _all of a dataset without variables is a list of nothing: drop clears, keep keeps.
     if (ps.count == 0 || ds.nvar == 0) {
         if (keep) return 0;

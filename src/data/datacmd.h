@@ -30,9 +30,4 @@ int cmd_set_obs(int);
 struct TypeChange;
 void type_change_note(const TypeChange &c);
 
-// The `in` range of the standard command syntax, after the word `in`:
-// range := item [/ item]    item := f | F | l | L | # | -#
-// Fills ps.inrange, ps.in_lo, ps.in_hi. 0 or 198 (190 under by), message written.
-int parse_in();
-
 } // namespace data

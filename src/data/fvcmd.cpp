@@ -11,6 +11,7 @@
 #include "data/fmt.h"
 #include "data/list.h"
 #include "data/varlist.h"
+#include "data/xeq.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -159,11 +160,14 @@ namespace {
 
 // testfv's work; on failure the caller puts the former blocks back.
 int testfv_run() {
-    if (int rc = parse_varlist(VL_FV)) return rc;
+    ParseSpec spec;
+    spec.varlist = PO_OPTIONAL;
+    spec.vlflags = VL_FV;
+    spec.options = PO_NONE;
+    if (int rc = std_parse(spec)) return rc;
     if (ps.count == 0) return session::error(102);
     std::vector<int32_t> obs;
-    if (int rc = read_ifin(obs)) return rc;
-    if (*session::gettok(session::SEP_STD)) return session::error(198);
+    if (int rc = sample_obs(obs)) return rc;
     // Every variable of the list, plain or inside a term, must be numeric and not missing.
     std::vector<int> vars;
     for (int k = 0; k < ps.count; ++k)

@@ -12,6 +12,7 @@
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "data/varlist.h"
+#include "data/xeq.h"
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
@@ -24,42 +25,6 @@ namespace data {
 using session::gettok;
 using session::SEP_NUM;
 using session::SEP_STD;
-
-int read_ifin(std::vector<int32_t> &obs, bool *qualified) {
-    obs.clear();
-    // A token pushed back by the caller's parser is read again from the text.
-    if (session::tk.tokpushed) {
-        session::tk.tokpos = session::tk.tokstart;
-        session::tk.tokpushed = false;
-    }
-    bool has_if = false, has_in = false;
-    for (;;) {
-        session::TokState ts;
-        session::savetok(ts);
-        std::string t = gettok(SEP_STD);
-        if (t == "if" && !has_if) {
-            has_if = true;
-            if (int rc = expr_compile_tok(ifexp, XW_NUM)) return rc;
-            continue;
-        }
-        if (t == "in" && !has_in) {
-            has_in = true;
-            if (int rc = parse_in()) return rc;
-            continue;
-        }
-        session::restoretok(ts);
-        break;
-    }
-    if (qualified) *qualified = has_if || has_in;
-    const int32_t lo = ps.inrange ? ps.in_lo : 1, hi = ps.inrange ? ps.in_hi : ds.nobs;
-    expr_lastrc = 0;
-    for (int32_t i = lo; i <= hi; ++i) {
-        if (has_if && expr_xeq(ifexp, i) == 0) continue;
-        obs.push_back(i);
-    }
-    if (expr_lastrc) return expr_lastrc;
-    return 0;
-}
 
 std::string abbreviate_name(const std::string &name, int n) {
     if ((int)name.size() <= n || n < 2) return name;
@@ -278,15 +243,9 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
 
 // list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
 int cmd_list(int) {
-    if (int rc = parse_varlist(VL_ANY)) return rc;
-    std::vector<int> vars;
-    if (ps.count == 0) {
-        if (int rc = list_all()) return rc;
-    }
-    for (int k = 0; k < ps.count; ++k)
-        if (ps.var[k] >= 1) vars.push_back(ps.var[k]);
-    std::vector<int32_t> obs;
-    if (int rc = read_ifin(obs)) return rc;
+    ParseSpec spec;
+    spec.varlist = PO_OPTIONAL;
+    if (int rc = std_parse(spec)) return rc;
     ListOpts o;
     o.linesize = session::se.linesize;
     const session::OptSpec specs[] = {
@@ -295,7 +254,14 @@ int cmd_list(int) {
         session::opt_int("separator", 3, o.separator, 0, 1000000),
         session::opt_int("abbreviate", 2, o.abbreviate, 0, 1000000),
     };
-    if (int rc = session::parse_options(specs)) return rc;
+    if (int rc = std_options(specs)) return rc;
+    if (ps.count == 0)
+        if (int rc = list_all()) return rc;
+    std::vector<int> vars;
+    for (int k = 0; k < ps.count; ++k)
+        if (ps.var[k] >= 1) vars.push_back(ps.var[k]);
+    std::vector<int32_t> obs;
+    if (int rc = sample_obs(obs)) return rc;
     out::ClassScope cs(out::CLS_RESULT);
     for (const std::string &line : list_lines(vars, obs, o)) {
         out::out_rimu(line);

@@ -1,5 +1,5 @@
 // list: the values of variables over observations, in a boxed table that fits the line, or one box
-// per observation when the table is too wide; and the if/in qualifiers as list and assert read them.
+// per observation when the table is too wide.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -9,11 +9,6 @@ namespace data {
 
 // list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
 int cmd_list(int);
-
-// [if exp] [in range], in either order, each at most once, up to a comma or the end of the line.
-// obs gets the chosen observations in order; *qualified tells whether either qualifier stood there.
-// Returns 0 or the code, with the message written.
-int read_ifin(std::vector<int32_t> &obs, bool *qualified = nullptr);
 
 struct ListOpts {
     bool noobs = false; // no observation numbers

@@ -602,11 +602,6 @@ int parse_newlist(unsigned flags) {
 
 // ---- Public routines --------------------------------------------------------------------------------
 
-void command_begin() {
-    command_start();
-    parser_reset();
-}
-
 void parser_reset() {
     ensure_capacity();
     ps.count = 0;
@@ -619,7 +614,6 @@ void parser_reset() {
     ps.inrange = false;
     ps.in_lo = 1;
     ps.in_hi = ds.nobs;
-    ps.ifpresent = false;
 }
 
 int list_add(int32_t v, const TsOp *op, int32_t fvterm) {

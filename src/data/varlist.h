@@ -126,15 +126,11 @@ struct ParseState {
     // The sample part the standard parser reads: `in` range (1 and _N when absent).
     bool inrange = false;
     int32_t in_lo = 1, in_hi = 0;
-    bool ifpresent = false;
 };
 extern ParseState ps;
 
 // The start of each command: empty list, no operators, no range.
 void parser_reset();
-// What the dispatcher does before every command, and nothing else does again: every variable
-// visible (command_start) and the parser state empty (parser_reset).
-void command_begin();
 
 // Settings of one parse.
 enum : unsigned {

@@ -13,6 +13,7 @@
 #include "data/list.h"
 #include "data/scalar.h"
 #include "data/varlist.h"
+#include "data/xeq.h"
 #include "lang/flow.h"
 #include "lang/macro.h"
 #include "lang/prog.h"

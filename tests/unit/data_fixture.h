@@ -8,6 +8,7 @@
 
 #include "data/dataset.h"
 #include "data/varlist.h"
+#include "data/xeq.h"
 #include "matrix/results.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"

@@ -120,8 +120,10 @@ TEST_F(DataCmd, DropAndKeepVariables) {
     EXPECT_EQ(msg(), "varlist or in range required\n");
     EXPECT_EQ(run(cmd_dropkeep, 0, "L.name"), 101);
     EXPECT_EQ(msg(), "time-series operators not allowed\n");
-    EXPECT_EQ(run(cmd_dropkeep, 0, "name, opt"), 198);
-    EXPECT_EQ(msg(), "', opt' invalid\n");
+    EXPECT_EQ(run(cmd_dropkeep, 0, "name, opt"), 101); // drop takes no options
+    EXPECT_EQ(msg(), "options not allowed\n");
+    EXPECT_EQ(run(cmd_dropkeep, 0, "name if 1"), 198);
+    EXPECT_EQ(msg(), "'name if 1' invalid\n");
     session::lp.byprefix = 1;
     EXPECT_EQ(run(cmd_dropkeep, 0, "name"), 190);
     EXPECT_EQ(msg(), "request may not be combined with by\n");

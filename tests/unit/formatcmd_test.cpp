@@ -93,7 +93,8 @@ TEST_F(FormatAssert, AssertFailures) {
     EXPECT_EQ(run(cmd_assert, "s"), 109);
     EXPECT_EQ(run(cmd_assert, "x > 0 in 7"), 198);
     EXPECT_EQ(msg(), "Obs. nos. out of range\n");
-    EXPECT_EQ(run(cmd_assert, "x > 0, fast"), 198);
+    EXPECT_EQ(run(cmd_assert, "x > 0, fast"), 101);
+    EXPECT_EQ(msg(), "options not allowed\n");
 }
 
 TEST_F(FormatAssert, AssertWithoutObservationsChecksOnce) {
