@@ -69,6 +69,38 @@ int read_count(int64_t *n) {
 
 } // namespace
 
+namespace {
+
+void deleted_note(int32_t removed) {
+    out::ClassScope cs(out::CLS_TEXT);
+    out::out_textf("(%d observation%s deleted)\n", removed, removed == 1 ? "" : "s");
+}
+
+// Under by each group marks its observations in a scratch long that lives from the first group to
+// the last, which removes them all and writes the one note.
+int drop_obs_by_group(const std::vector<int32_t> &chosen, bool keep) {
+    if (bys.state == 1 || bys.keep_var <= 0) {
+        int s = 0;
+        if (int rc = obs_drop_begin(&s)) return rc;
+        bys.keep_var = s;
+    }
+    const int s = bys.keep_var;
+    size_t k = 0;
+    for (int32_t i = bys.lo; i <= bys.hi; ++i) {
+        const bool in = k < chosen.size() && chosen[k] == i;
+        if (in) ++k;
+        if (in != keep) put_long(s, i, 1);
+    }
+    if (!bys.last) return 0;
+    int32_t removed = 0;
+    bys.keep_var = 0;
+    if (int rc = obs_drop_finish(s, &removed)) return rc;
+    deleted_note(removed);
+    return 0;
+}
+
+} // namespace
+
 // drop varlist | drop in range [if exp] | drop if exp [in range]     (keep the same)
 int cmd_dropkeep(int keep) {
     ParseSpec spec;
@@ -82,13 +114,13 @@ int cmd_dropkeep(int keep) {
         // Decide every observation first, so the expression sees the data as they were.
         std::vector<int32_t> chosen;
         if (int rc = sample_obs(chosen)) return rc;
+        if (bys.state) return drop_obs_by_group(chosen, keep != 0);
         std::vector<uint8_t> remove(ds.nobs > 0 ? ds.nobs : 1, keep ? 1 : 0);
         for (int32_t i : chosen)
             remove[i - 1] = keep ? 0 : 1;
         int32_t removed = 0;
         if (int rc = drop_obs_mask(remove.data(), &removed)) return rc;
-        out::ClassScope cs(out::CLS_TEXT);
-        out::out_textf("(%d observation%s deleted)\n", removed, removed == 1 ? "" : "s");
+        deleted_note(removed);
         return 0;
     }
     // Only _all of a dataset without variables is a list of nothing: drop clears, keep keeps.

@@ -11,6 +11,7 @@
 #include "data/exprint.h"
 #include "data/exprmath.h"
 #include "data/fmt.h"
+#include "data/xeq.h"
 #include "data/regex.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -172,7 +173,7 @@ double fn_group(const Fa &a) {
     return std::trunc(1 + (a.obs - f) * (n - 0.000001) / (l - f));
 }
 
-double fn_by(const Fa &) { return session::lp.byprefix ? 1 : 0; }
+double fn_by(const Fa &) { return session::lp.byprefix || bys.running > 0 ? 1 : 0; }
 double fn_byindex(const Fa &) { return exby.index; }
 double fn_bylastcall(const Fa &) { return exby.lastcall; }
 double fn_byn1(const Fa &a) { return a.rec->grp_first; }

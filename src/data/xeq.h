@@ -65,6 +65,8 @@ struct ByState {
     int32_t lo = 1;    // bounds of the current group
     int32_t hi = 0;
     int32_t nvar_at = 0; // the variable count before the first group, put back on failure
+    int keep_var = 0;    // a scratch variable a command carries from group to group (drop, keep)
+    int running = 0;     // by prefixes in progress, nested ones counted: what _by() tells
 };
 extern ByState bys;
 

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "data/dataset.h"
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "data/varlist.h"
+#include "data/xeq.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
 #include "output/channel.h"
@@ -432,6 +434,53 @@ int cmd_forvalues(int) {
     }
     if (lp.exitlevel) return rc;
     if (!ran) skip_block();
+    lp.execflag = 1;
+    return rc;
+}
+
+// _byobs {    : the block runs once for each by-group of the onecall program that is running, the
+// group's observations being the sample of its commands; with no groups (no __byindex) it runs once.
+int cmd_byobs(int) {
+    if (!lp.execflag) return ends_in_brace(tk.cmdbuf) ? skip_block() : session::required("{");
+    if (!lp.in_prog) return capture_and_run(tk.tokstart);
+    if (std::string(gettok(SEP_STD)) != "{") return fail_with_block(session::error(198));
+    if (int rc = after_open_brace()) return fail_with_block(rc);
+    // The groups: runs of equal __byindex, which by made over data sorted by its variables.
+    std::vector<std::pair<int32_t, int32_t>> groups;
+    const int bv = data::find_var("__byindex");
+    if (bv > 0) {
+        for (int32_t i = 1; i <= data::ds.nobs; ++i)
+            if (i == 1 || data::get_num(bv, i) != data::get_num(bv, i - 1)) groups.push_back({i, i});
+            else groups.back().second = i;
+    } else {
+        groups.push_back({1, data::ds.nobs});
+    }
+    const int body = lp.curline;
+    LoopSave saved;
+    const data::ByState saved_by = data::bys;
+    const data::ExprBy saved_ex = data::exby;
+    fl.contflag = 0;
+    int rc = 0;
+    for (size_t k = 0; k < groups.size(); ++k) {
+        if (rc || fl.contflag == 2 || lp.exitlevel) break;
+        if (session::poll_break()) {
+            rc = 1;
+            break;
+        }
+        if (bv > 0) {
+            data::bys.state = k == 0 ? 1 : 2;
+            data::bys.lo = groups[k].first;
+            data::bys.hi = groups[k].second;
+            data::bys.last = k + 1 == groups.size();
+            data::exby.index = (int32_t)k + 1;
+            data::exby.lastcall = data::bys.last;
+        }
+        rc = loop_pass(body, false);
+    }
+    data::bys = saved_by;
+    data::exby = saved_ex;
+    if (lp.exitlevel) return rc;
+    if (groups.empty()) skip_block();
     lp.execflag = 1;
     return rc;
 }

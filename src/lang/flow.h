@@ -24,6 +24,7 @@ int cmd_else(int);
 int cmd_forvalues(int);
 int cmd_foreach(int);
 int cmd_continue(int);
+int cmd_byobs(int);
 // The opening brace of text: the first `{` outside quotes and brackets, or null.
 const char *find_open_brace(const char *text);
 // The last non-blank byte of text is `{`; the first byte does not count.

@@ -562,7 +562,8 @@ void ado_trim(uint32_t guard) {
     }
 }
 
-int run_ado(const char *name, bool *found) {
+int load_ado(const char *name, bool *found, ProgHeader **prog) {
+    *prog = nullptr;
     std::string word = name;
     std::string path;
     if (!session::findfile(word, "ado", path)) {
@@ -619,7 +620,22 @@ int run_ado(const char *name, bool *found) {
     }
     // The trim spares what this load defined and the load in progress around it.
     ado_trim(stamp);
-    return call_program(p, word.c_str());
+    *prog = p;
+    return 0;
+}
+
+int run_ado(const char *name, bool *found) {
+    ProgHeader *p = nullptr;
+    if (int rc = load_ado(name, found, &p)) return rc;
+    return *found ? call_program(p, name) : 0;
+}
+
+int find_program(const char *name, ProgHeader **prog) {
+    *prog = findprog(name);
+    if (*prog) return 0;
+    bool found = false;
+    if (int rc = load_ado(name, &found, prog)) return rc;
+    return 0;
 }
 
 // discard

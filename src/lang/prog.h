@@ -38,6 +38,11 @@ bool ado_loading();
 int run_stored_program(const char *name, bool *found);
 // Loads <name>.ado from the ado path and runs the program; *found false when no file exists.
 int run_ado(const char *name, bool *found);
+// The same without the run: *prog gets the program the file defines.
+int load_ado(const char *name, bool *found, ProgHeader **prog);
+// The program that name means, loading its ado-file when it is not stored yet; *prog null when there
+// is none. 0 or the code of a load that failed (message written).
+int find_program(const char *name, ProgHeader **prog);
 
 // The program that name means for the running owner, or null.
 ProgHeader *findprog(const char *name);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "data/assert.h"
+#include "data/by.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/formatcmd.h"
