@@ -11,7 +11,8 @@ list
 describe
 format f d %20.0g
 list f d
-* numbers as the number reader takes them: signs, a lone point, d exponents, hexadecimal floats
+* numbers as the number reader takes them: signs, a lone point, d exponents, hexadecimal floats,
+* and a number in quotes
 input double n
 +5
 -.5
@@ -19,6 +20,7 @@ input double n
 1D3
 1.8x+1
 -1.0x-1
+"7"
 end
 list n
 * the default type is that of set type, and the word float stands for it; a (type) group sets the type of what follows
