@@ -151,7 +151,7 @@ int read_observations(const std::vector<int> &vars, int32_t first) {
     for (int32_t obs = first;;) {
         std::snprintf(numbered, sizeof numbered, "%3d. ", obs);
         session::line_prompt = numbered;
-        if (saved_echo) session::set_prompt(file, numbered); // a file run quietly echoes nothing
+        if (saved_echo) session::set_prompt(file, numbered); // a file under run echoes nothing
         const int ended = session::getline(1, 0);
         if (session::poll_break()) {
             rc = 1;
@@ -160,11 +160,11 @@ int read_observations(const std::vector<int> &vars, int32_t first) {
         if (ended || is_end(session::tk.cmdbuf)) break;
         if (is_blank_line(session::tk.cmdbuf)) continue;
         rc = read_values(session::tk.cmdbuf, vars, vals);
-        if (rc == 0) rc = store_values(obs, vars, vals);
-        if (rc == 198 && from_user) {
+        if (rc && from_user) {
             rc = 0;
             continue;
         }
+        if (rc == 0) rc = store_values(obs, vars, vals);
         if (rc) break;
         ++obs;
     }
