@@ -22,7 +22,7 @@ namespace data {
 
 namespace {
 
-constexpr int BLK = 256; // observations the block machine runs in one call
+constexpr int BLK = 1024; // observations the block machine runs in one call
 constexpr int64_t SUB = STRETCH;
 constexpr int POLL = 4096; // observations the serial twin runs between two looks at Break
 
@@ -80,6 +80,24 @@ struct GenNum {
     void skip(int32_t i) {
         cell_put(col.cell(i), type, dot);
         ++c.missing;
+    }
+    // Observations first..first+n-1, all selected: the column's place taken once for the block.
+    int put_block(int32_t first, int n, const double *xv) {
+        if (type != T_DOUBLE) {
+            for (int k = 0; k < n; ++k)
+                put(first + k, xv[k]);
+            return 0;
+        }
+        char *const db = col.db + col.off;
+        const int32_t *const ix = col.ix + (first - 1);
+        const int64_t w = col.w;
+        int64_t miss = 0;
+        for (int k = 0; k < n; ++k) {
+            std::memcpy(db + (int64_t)ix[k] * w, &xv[k], 8);
+            miss += !(xv[k] < dot);
+        }
+        c.missing += miss;
+        return 0;
     }
     void add(const GenNum &o) { c.add(o.c); }
 };
@@ -175,6 +193,31 @@ struct RepNum {
         return 0;
     }
     void skip(int32_t) {}
+    // Observations first..first+n-1, all selected; a double target takes the column's place once.
+    int put_block(int32_t first, int n, const double *xv) {
+        if (promote || type != T_DOUBLE) {
+            for (int k = 0; k < n; ++k)
+                if (int rc = put(first + k, xv[k])) return rc;
+            return 0;
+        }
+        char *const db = col.db + col.off;
+        const int32_t *const ix = col.ix + (first - 1);
+        const int64_t w = col.w;
+        int64_t changed = 0, tomissing = 0;
+        for (int k = 0; k < n; ++k) {
+            char *p = db + (int64_t)ix[k] * w;
+            double old;
+            std::memcpy(&old, p, 8);
+            if (xv[k] != old) {
+                std::memcpy(p, &xv[k], 8);
+                ++changed;
+                tomissing += !(xv[k] < dot);
+            }
+        }
+        c.changed += changed;
+        c.tomissing += tomissing;
+        return 0;
+    }
     void add(const RepNum &o) { c.add(o.c); }
 };
 
@@ -274,8 +317,7 @@ int gen_wrk(ExprRecord &ie, bool hasif, ExprRecord &ee, int32_t lo, int32_t hi, 
             const int32_t first = (int32_t)b;
             if (!hasif) {
                 if (int rc = expr_xeq_block(ee, first, n, xv)) return rc;
-                for (int k = 0; k < n; ++k)
-                    if (int rc = st.put(first + k, xv[k])) return rc;
+                if (int rc = st.put_block(first, n, xv)) return rc;
                 continue;
             }
             if (int rc = expr_xeq_block(ie, first, n, tv)) return rc;
