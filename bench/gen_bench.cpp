@@ -79,6 +79,21 @@ void BM_generate(benchmark::State &st) {
 }
 BENCHMARK(BM_generate)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(5)->UseRealTime();
 
+// The same with an `if` true in two observations of three: the selection pass and the list of the
+// selected observations.
+void BM_generate_if(benchmark::State &st) {
+    build();
+    processors((int)st.range(0));
+    for (auto _ : st) {
+        if (run(data::cmd_generate, std::string("double y = ") + EXP + " if w > 0")) std::abort();
+        st.PauseTiming();
+        data::cut_vars(3);
+        st.ResumeTiming();
+    }
+    st.SetItemsProcessed(st.iterations() * (int64_t)NOBS);
+}
+BENCHMARK(BM_generate_if)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(5)->UseRealTime();
+
 void BM_replace(benchmark::State &st) {
     build();
     processors((int)st.range(0));

@@ -78,7 +78,10 @@ struct GenNum {
         return 0;
     }
     void skip(int32_t i) {
-        cell_put(col.cell(i), type, dot);
+        if (type == T_DOUBLE)
+            std::memcpy(col.cell(i), &dot, 8);
+        else
+            cell_put(col.cell(i), type, dot);
         ++c.missing;
     }
     // Observations first..first+n-1, all selected: the column's place taken once for the block.
@@ -95,6 +98,28 @@ struct GenNum {
         for (int k = 0; k < n; ++k) {
             std::memcpy(db + (int64_t)ix[k] * w, &xv[k], 8);
             miss += !(xv[k] < dot);
+        }
+        c.missing += miss;
+        return 0;
+    }
+    // The same where tv is not 0, and `.` where it is.
+    int put_where(int32_t first, int n, const double *tv, const double *xv) {
+        if (type != T_DOUBLE) {
+            for (int k = 0; k < n; ++k)
+                if (tv[k] == 0)
+                    skip(first + k);
+                else
+                    put(first + k, xv[k]);
+            return 0;
+        }
+        char *const db = col.db + col.off;
+        const int32_t *const ix = col.ix + (first - 1);
+        const int64_t w = col.w;
+        int64_t miss = 0;
+        for (int k = 0; k < n; ++k) {
+            const double v = tv[k] != 0 ? xv[k] : dot;
+            std::memcpy(db + (int64_t)ix[k] * w, &v, 8);
+            miss += !(v < dot);
         }
         c.missing += miss;
         return 0;
@@ -193,6 +218,12 @@ struct RepNum {
         return 0;
     }
     void skip(int32_t) {}
+    int put_where(int32_t first, int n, const double *tv, const double *xv) {
+        for (int k = 0; k < n; ++k)
+            if (tv[k] != 0)
+                if (int rc = put(first + k, xv[k])) return rc;
+        return 0;
+    }
     // Observations first..first+n-1, all selected; a double target takes the column's place once.
     int put_block(int32_t first, int n, const double *xv) {
         if (promote || type != T_DOUBLE) {
@@ -262,9 +293,11 @@ int values_where(ExprRecord &ee, int32_t first, int n, const double *tv, double 
     for (int k = 0; k < n; ++k)
         m += tv[k] != 0;
     if (m * 4 >= n) return expr_xeq_block(ee, first, n, xv);
-    for (int k = 0; k < n; ++k)
+    for (int k = 0; k < n; ++k) {
+        xv[k] = session::lim.dot;
         if (tv[k] != 0)
             if (int rc = expr_run(ee, first + k, &xv[k], nullptr)) return rc;
+    }
     return 0;
 }
 
@@ -322,12 +355,7 @@ int gen_wrk(ExprRecord &ie, bool hasif, ExprRecord &ee, int32_t lo, int32_t hi, 
             }
             if (int rc = expr_xeq_block(ie, first, n, tv)) return rc;
             if (int rc = values_where(ee, first, n, tv, xv)) return rc;
-            for (int k = 0; k < n; ++k) {
-                if (tv[k] == 0)
-                    st.skip(first + k);
-                else if (int rc = st.put(first + k, xv[k]))
-                    return rc;
-            }
+            if (int rc = st.put_where(first, n, tv, xv)) return rc;
         }
         return 0;
     }
