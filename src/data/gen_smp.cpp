@@ -40,9 +40,10 @@ int promote_quiet(int v, int type) {
 
 // ---- Stores: where the values of a run go, and what is counted -----------------------------------
 //
-// A store of numbers has put(i, x), one of text put(i, s); both have skip(i) for an observation the
-// `if` leaves out, and add() for the counts of another thread's copy. A store is copied into each
-// thread of a region as it stands, so it holds plain values only.
+// A store of numbers has put(i, x), and put_block / put_where for a block of observations all or
+// partly selected; one of text has put(i, s). Both have skip(i) for an observation the `if` leaves
+// out, and add() for the counts of another thread's copy. A store is copied into each thread of a
+// region as it stands, so it holds plain values only.
 
 // The cells of variable v: the row base, the index and the stride, taken once per run (and again
 // after a promotion, which may move the rows).
