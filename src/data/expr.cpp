@@ -4,7 +4,9 @@
 // over a block of observations runs as vector instructions; the compiler may then compute a result
 // that a missing operand throws away, which it does only while floating-point exceptions are not
 // watched. Nothing in the program reads them.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC optimize("no-trapping-math")
+#endif
 #include "data/expr.h"
 
 #include <algorithm>
