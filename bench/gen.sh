@@ -18,9 +18,9 @@ export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
 ms() { awk -v n="$1" -v p="$2" '$1 == n && $2 == p {print $3}' ours.txt; }
 
 py=/usr/bin/python3
-peer_gen="" peer_rep="" peer_cnt=""
+peer_gen="" peer_rep="" peer_cnt="" peer_if=""
 if [ -x "$py" ] && "$py" -c 'import numpy' 2>/dev/null; then
-  read -r peer_gen peer_rep peer_cnt < <("$py" - <<'PY'
+  read -r peer_gen peer_rep peer_cnt peer_if < <("$py" - <<'PY'
 import time
 import numpy as np
 n = 10_000_000
@@ -38,7 +38,8 @@ def best(f):
     return min(t) * 1000
 def rep():
     y[:] = x * 2 + z / 3 - (w > 1)
-print("%.1f %.1f %.1f" % (best(lambda: x * 2 + z / 3 - (w > 1)), best(rep), best(lambda: np.count_nonzero(x > 0.5))))
+print("%.1f %.1f %.1f %.1f" % (best(lambda: x * 2 + z / 3 - (w > 1)), best(rep), best(lambda: np.count_nonzero(x > 0.5)),
+                               best(lambda: np.where(w > 0, x * 2 + z / 3 - (w > 1), np.nan))))
 PY
 )
 fi
@@ -52,6 +53,7 @@ line() { # name label ours peer
 }
 for p in 1 2; do
   line BM_generate "generate double y = x*2 + z/3 - (w>1), -p$p" "$(ms BM_generate $p)" "$peer_gen"
+  line BM_generate_if "the same if w > 0, -p$p" "$(ms BM_generate_if $p)" "$peer_if"
   line BM_replace "replace y = x*2 + z/3 - (w>1), -p$p" "$(ms BM_replace $p)" "$peer_rep"
   line BM_count "count if x > 0.5, -p$p" "$(ms BM_count $p)" "$peer_cnt"
 done

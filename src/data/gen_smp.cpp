@@ -40,10 +40,10 @@ int promote_quiet(int v, int type) {
 
 // ---- Stores: where the values of a run go, and what is counted -----------------------------------
 //
-// A store of numbers has put(i, x), and put_block / put_where for a block of observations all or
-// partly selected; one of text has put(i, s). Both have skip(i) for an observation the `if` leaves
-// out, and add() for the counts of another thread's copy. A store is copied into each thread of a
-// region as it stands, so it holds plain values only.
+// A store of numbers has put(i, x), and put_block, put_where, put_list and skip_where for a block
+// of observations all, partly or not selected; one of text has put(i, s). Both have skip(i) for an
+// observation the `if` leaves out, and add() for the counts of another thread's copy. A store is copied into
+// each thread of a region as it stands, so it holds plain values only.
 
 // The cells of variable v: the row base, the index and the stride, taken once per run (and again
 // after a promotion, which may move the rows).
@@ -99,6 +99,43 @@ struct GenNum {
         for (int k = 0; k < n; ++k) {
             std::memcpy(db + (int64_t)ix[k] * w, &xv[k], 8);
             miss += !(xv[k] < dot);
+        }
+        c.missing += miss;
+        return 0;
+    }
+    // `.` where tv is 0.
+    void skip_where(int32_t first, int n, const double *tv) {
+        if (type != T_DOUBLE) {
+            for (int k = 0; k < n; ++k)
+                if (tv[k] == 0) skip(first + k);
+            return;
+        }
+        char *const db = col.db + col.off;
+        const int32_t *const ix = col.ix + (first - 1);
+        const int64_t w = col.w;
+        int64_t miss = 0;
+        for (int k = 0; k < n; ++k)
+            if (tv[k] == 0) {
+                std::memcpy(db + (int64_t)ix[k] * w, &dot, 8);
+                ++miss;
+            }
+        c.missing += miss;
+    }
+    // The observations list[0..m-1], whose values stand in xv at their number less a.
+    int put_list(const int32_t *list, int m, int32_t a, const double *xv) {
+        if (type != T_DOUBLE) {
+            for (int j = 0; j < m; ++j)
+                put(list[j], xv[list[j] - a]);
+            return 0;
+        }
+        char *const db = col.db + col.off;
+        const int32_t *const ix = col.ix - 1;
+        const int64_t w = col.w;
+        int64_t miss = 0;
+        for (int j = 0; j < m; ++j) {
+            const double v = xv[list[j] - a];
+            std::memcpy(db + (int64_t)ix[list[j]] * w, &v, 8);
+            miss += !(v < dot);
         }
         c.missing += miss;
         return 0;
@@ -219,6 +256,12 @@ struct RepNum {
         return 0;
     }
     void skip(int32_t) {}
+    void skip_where(int32_t, int, const double *) {}
+    int put_list(const int32_t *list, int m, int32_t a, const double *xv) {
+        for (int j = 0; j < m; ++j)
+            if (int rc = put(list[j], xv[list[j] - a])) return rc;
+        return 0;
+    }
     int put_where(int32_t first, int n, const double *tv, const double *xv) {
         for (int k = 0; k < n; ++k)
             if (tv[k] != 0)
@@ -379,8 +422,7 @@ template <class St> int list_wrk(ExprRecord &ee, const int32_t *list, int64_t p0
             for (int64_t j = p; j < q; ++j)
                 if (int rc = expr_run(ee, list[j], &xv[list[j] - a], nullptr)) return rc;
         }
-        for (int64_t j = p; j < q; ++j)
-            if (int rc = st.put(list[j], xv[list[j] - a])) return rc;
+        if (int rc = st.put_list(list + p, (int)(q - p), a, xv)) return rc;
         p = q;
     }
     return 0;
@@ -442,12 +484,14 @@ template <class St> int gen_wrk_smp(const Team &tm, bool hasif, int32_t lo, int3
                 const int m = (int)std::min<int64_t>(BLK, c1 - b);
                 const int32_t first = lo + (int32_t)b;
                 if (expr_xeq_block(ifexp, first, m, tv)) return; // only impure records fail
+                uint8_t *const sb = sel.data() + b;
+                int64_t on = 0;
                 for (int k = 0; k < m; ++k) {
-                    const uint8_t on = tv[k] != 0;
-                    sel[(size_t)(b + k)] = on;
-                    s->nsel += on;
-                    if (!on) s->st.skip(first + k);
+                    sb[k] = tv[k] != 0;
+                    on += sb[k];
                 }
+                s->nsel += on;
+                if (on < m) s->st.skip_where(first, m, tv);
             }
         });
         int64_t nsel = 0;
