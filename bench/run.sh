@@ -60,8 +60,10 @@ fi
 bash "$here/prog_calls.sh" "$build"
 bash "$here/forvalues.sh" "$build"
 for b in "$here/../$build"/bench_*; do
+  [ "$(basename "$b")" = bench_gen_bench ] && continue # gen.sh runs it beside its peer
   [ -x "$b" ] && "$b" --benchmark_min_time=0.2 2>/dev/null
 done
+bash "$here/gen.sh" "$build"
 
 # Peers of the kernels, where their tools are installed: the same arithmetic and formatting in numpy.
 py=/usr/bin/python3

@@ -6,12 +6,15 @@
 #include <vector>
 
 #include "data/assert.h"
+#include "data/count.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
+#include "data/gen.h"
 #include "data/input.h"
 #include "data/list.h"
+#include "data/markcmd.h"
 #include "data/scalar.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
