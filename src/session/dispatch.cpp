@@ -12,6 +12,7 @@
 #include "data/fvcmd.h"
 #include "data/list.h"
 #include "data/scalar.h"
+#include "data/sort.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
 #include "lang/flow.h"

@@ -1,0 +1,362 @@
+// sort: the main flow (the presortedness test, the shuffle by the sort generator, the choice of
+// engine and team, the sort list), the serial engines, the order of a permutation variable, and the
+// command.
+#include "data/sort.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "data/dataset.h"
+#include "data/sort_int.h"
+#include "data/varlist.h"
+#include "data/xeq.h"
+#include "estimate/frame.h"
+#include "session/errors.h"
+#include "session/options.h"
+#include "session/state.h"
+
+namespace data {
+
+SortEngine sort_engine = SE_AUTO;
+
+namespace {
+
+// Below this many observations the comparison sort costs no more than the radix passes.
+constexpr int64_t RADIX_MIN = 256;
+
+// Work arrays are left unset: the threads that fill them touch their pages first.
+template <class T> std::unique_ptr<T[]> work_array(int64_t n) {
+    return std::unique_ptr<T[]>(new (std::nothrow) T[n > 0 ? n : 1]);
+}
+
+// The generator lives in the setting: each sort goes on from where the last one left it, and
+// `set sortseed` starts it again.
+uint32_t gen_state() { return (uint32_t)(session::se.sortseed & SORTGEN_MASK); }
+void gen_save(uint32_t x) { session::se.sortseed = x; }
+
+void clear_sortlist() { ds.sortlist[0] = 0; }
+
+void set_sortlist(const int *vars, int n) {
+    int m = 0;
+    for (int k = 0; k < n; ++k) {
+        bool seen = false;
+        for (int q = 0; q < m && !seen; ++q)
+            seen = ds.sortlist[q] == vars[k];
+        if (!seen) ds.sortlist[m++] = (int16_t)vars[k];
+    }
+    ds.sortlist[m] = 0;
+}
+
+// The adjacent observations compared from the first: 0 when they are in order (or all equal), 1 when
+// in reverse order, 2 otherwise; -1 at a Break. Under `stable` the observation number is the last
+// key, so equal neighbours are in order.
+int presorted(const ObsCmp &cmp, int64_t n, bool stable) {
+    int c = 0;
+    for (int64_t i = 0; i + 1 < n; ++i) {
+        if ((i & 65535) == 65535 && est::break_pending()) return -1;
+        int d = cmp.keys_only((int32_t)i, (int32_t)(i + 1));
+        if (d == 0 && stable) d = -1;
+        if (d == 0) continue;
+        if (c == 0)
+            c = d;
+        else if (d != c)
+            return 2;
+    }
+    return c > 0 ? 1 : 0;
+}
+
+// For each position of the range, two draws over the range and the index entries at those two
+// positions exchanged; orig, when given, is exchanged alongside. The draws run some steps ahead of
+// the exchanges so that the entries are fetched before they are needed. 1 at a Break.
+int shuffle(int32_t lo, int32_t hi, int32_t *orig) {
+    constexpr int AHEAD = 16; // a power of two
+    struct Pair {
+        int64_t i, j;
+        uint32_t x; // the state behind the pair's draws
+    } ring[AHEAD];
+    int32_t *idx = ds.index + (lo - 1);
+    const int64_t n = (int64_t)hi - lo + 1;
+    uint32_t drawn = gen_state();
+    auto draw_pair = [&](Pair &pr) {
+        pr.i = sortgen_draw(&drawn, lo, hi) - lo;
+        pr.j = sortgen_draw(&drawn, lo, hi) - lo;
+        pr.x = drawn;
+        __builtin_prefetch(idx + pr.i, 1);
+        __builtin_prefetch(idx + pr.j, 1);
+    };
+    for (int64_t k = 0; k < n && k < AHEAD; ++k)
+        draw_pair(ring[k]);
+    uint32_t x = gen_state();
+    for (int64_t k = 0; k < n; ++k) {
+        Pair &pr = ring[k & (AHEAD - 1)];
+        const int64_t i = pr.i, j = pr.j;
+        x = pr.x;
+        if (k + AHEAD < n) draw_pair(pr);
+        std::swap(idx[i], idx[j]);
+        if (orig) std::swap(orig[i], orig[j]);
+        if ((k & 65535) == 65535 && est::break_pending()) {
+            gen_save(x);
+            return 1;
+        }
+    }
+    gen_save(x);
+    return 0;
+}
+
+// The order of the range by the comparison of observations: the quicksort, or with a team the sort
+// by regular sampling, on the positions of the range; then the index entries follow through a table.
+int compare_engine(int32_t lo, int32_t hi, const ObsCmp &cmp, const est::Team &tm) {
+    const int64_t n = (int64_t)hi - lo + 1;
+    auto a = work_array<int32_t>(n);
+    if (!a) return session::error(909);
+    for (int64_t i = 0; i < n; ++i)
+        a[i] = (int32_t)i;
+    int rc;
+    if (tm.parallel) {
+        auto b = work_array<int32_t>(n);
+        if (!b) return session::error(909);
+        rc = smpsort(a.get(), b.get(), n, cmp, tm);
+    } else {
+        BreakPoll bp;
+        rc = quicksort(a.get(), 0, n - 1, cmp, bp);
+    }
+    if (rc) return rc;
+    int32_t *rows = ds.index + (lo - 1), *tmp = ds.index2 + (lo - 1);
+    for (int64_t i = 0; i < n; ++i)
+        tmp[i] = rows[a[i]];
+    std::memcpy(rows, tmp, (size_t)n * sizeof(int32_t));
+    return 0;
+}
+
+// The key of variable v for each row of P, in that order, the type tested once for the column.
+template <class Read>
+void gather_rows(uint64_t *K, const int32_t *P, int64_t lo, int64_t hi, int off, Read read) {
+    const char *base = ds.database + off;
+    const int64_t w = ds.width;
+    for (int64_t i = lo; i < hi; ++i)
+        K[i] = num_key(read(base + (int64_t)P[i] * w));
+}
+
+void gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm) {
+    const int off = ds.offset[v - 1], type = ds.vartype[v - 1];
+    auto body = [&](int, int64_t lo, int64_t hi) {
+        switch (type) {
+        case T_DOUBLE:
+            gather_rows(K, P, lo, hi, off, [](const char *p) {
+                double d;
+                std::memcpy(&d, p, 8);
+                return d;
+            });
+            break;
+        case T_FLOAT:
+            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_FLOAT); });
+            break;
+        case T_LONG:
+            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_LONG); });
+            break;
+        case T_INT:
+            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_INT); });
+            break;
+        case T_BYTE:
+            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_BYTE); });
+            break;
+        default:
+            gather_rows(K, P, lo, hi, off, [type](const char *p) { return cell_get(p, type); });
+            break;
+        }
+    };
+    if (tm.parallel)
+        est::run_region(tm, body);
+    else
+        body(0, 0, n);
+}
+
+// Numeric keys, one at a time from the last: each pass orders the range by one key and keeps the
+// order of equal keys from the pass before, so the passes together give the order of all keys with
+// ties in the order they started in. The rows travel as the payload of a 64-bit key array and its
+// buffer; the two index tables of the range hold the rows, and at every point where a Break is
+// answered the index holds a permutation of them.
+int radix_engine(int32_t lo, int32_t hi, const int *vars, int nvars, bool stable, const est::Team &tm) {
+    const int64_t n = (int64_t)hi - lo + 1;
+    auto k1 = work_array<uint64_t>(n), k2 = work_array<uint64_t>(n);
+    if (!k1 || !k2) return session::error(909);
+    uint64_t *K = k1.get(), *KB = k2.get();
+    // Under `stable` the order to start from is the one before the shuffle, kept in the second table.
+    int32_t *P = (stable ? ds.index2 : ds.index) + (lo - 1);
+    int32_t *PB = (stable ? ds.index : ds.index2) + (lo - 1);
+    for (int q = nvars - 1; q >= 0; --q) {
+        gather(K, P, n, vars[q], tm);
+        if (est::break_pending()) return 1;
+        int rc;
+        if (tm.parallel) {
+            rc = smpsort1(K, P, KB, PB, n, tm);
+        } else {
+            bool in_buffer = false;
+            BreakPoll bp;
+            rc = radix_sort1(K, P, KB, PB, n, &in_buffer, bp);
+            if (in_buffer) {
+                std::swap(K, KB);
+                std::swap(P, PB);
+            }
+        }
+        if (rc) return rc;
+    }
+    int32_t *rows = ds.index + (lo - 1);
+    if (P != rows) std::memcpy(rows, P, (size_t)n * sizeof(int32_t));
+    return 0;
+}
+
+// Steps 3 to 6 for a range of more than one observation.
+int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, bool parallel) {
+    const int64_t n = (int64_t)hi - lo + 1;
+    std::vector<SortKey> keys(nvars);
+    bool numeric = true;
+    for (int q = 0; q < nvars; ++q) {
+        keys[q] = {ds.offset[vars[q] - 1], ds.vartype[vars[q] - 1]};
+        numeric = numeric && !is_string_type(keys[q].type);
+    }
+    const ObsCmp in_place{ds.database, ds.width, ds.index + (lo - 1), keys.data(), nvars, nullptr};
+    const int pre = presorted(in_place, n, stable);
+    if (pre < 0) return 1;
+    if (pre == 0) return 0;
+    if (pre == 1) {
+        std::reverse(ds.index + (lo - 1), ds.index + hi);
+        bump_changed();
+        return 0;
+    }
+
+    clear_sortlist();
+    bump_changed();
+    SortEngine engine = sort_engine;
+    if (engine == SE_AUTO) engine = numeric && n >= RADIX_MIN ? SE_RADIX : SE_COMPARE;
+    if (!numeric) engine = SE_COMPARE;
+    int32_t *orig = nullptr;
+    if (stable && engine == SE_RADIX) {
+        std::memcpy(ds.index2 + (lo - 1), ds.index + (lo - 1), (size_t)n * sizeof(int32_t));
+    } else if (stable) {
+        orig = ds.index2 + (lo - 1);
+        for (int64_t i = 0; i < n; ++i)
+            orig[i] = (int32_t)i;
+    }
+    if (shuffle(lo, hi, orig)) return 1;
+
+    const int D = est::granularity("smpsort");
+    const est::Team tm = parallel ? est::choose_team(n, D) : est::team_rule(n, D, 1, false);
+    est::fr.teamSize = tm.size;
+    if (engine == SE_RADIX) return radix_engine(lo, hi, vars, nvars, stable, tm);
+    const ObsCmp cmp{ds.database, ds.width, ds.index + (lo - 1), keys.data(), nvars, orig};
+    return compare_engine(lo, hi, cmp, tm);
+}
+
+} // namespace
+
+int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, bool *in_buffer,
+                BreakPoll &bp) {
+    constexpr int BITS = 11, NB = 1 << BITS, NPASS = (64 + BITS - 1) / BITS;
+    constexpr uint64_t MASK = NB - 1;
+    *in_buffer = false;
+    if (n < 2) return 0;
+    uint32_t count[NPASS][NB] = {};
+    for (int64_t i = 0; i < n; ++i) {
+        const uint64_t u = k[i];
+        for (int d = 0; d < NPASS; ++d)
+            ++count[d][(u >> (d * BITS)) & MASK];
+    }
+    const uint64_t first = k[0];
+    for (int d = 0; d < NPASS; ++d) {
+        const int sh = d * BITS;
+        uint32_t *c = count[d];
+        if (c[(first >> sh) & MASK] == (uint64_t)n) continue;
+        uint32_t sum = 0;
+        for (int b = 0; b < NB; ++b) {
+            const uint32_t x = c[b];
+            c[b] = sum;
+            sum += x;
+        }
+        for (int64_t i = 0; i < n; ++i) {
+            const uint64_t u = k[i];
+            const uint32_t j = c[(u >> sh) & MASK]++;
+            kb[j] = u;
+            pb[j] = p[i];
+        }
+        std::swap(k, kb);
+        std::swap(p, pb);
+        *in_buffer = !*in_buffer;
+        if (bp.tick(n)) return 1;
+    }
+    return 0;
+}
+
+int sort_keys(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, bool parallel) {
+    if (lo < 1) lo = 1;
+    if (hi > ds.nobs) hi = ds.nobs;
+    if (stable && hi > lo && nvars + 1 > ds.maxvar) return session::error(103);
+    if (lo < hi)
+        if (int rc = sort_range(vars, nvars, lo, hi, stable, parallel)) return rc;
+    if (lo == 1 && hi == ds.nobs)
+        set_sortlist(vars, nvars);
+    else
+        clear_sortlist();
+    return 0;
+}
+
+int sort_by_index(const int *vars, int nvars, int ivar) {
+    const char *name = ds.varname[ivar - 1];
+    if (ds.vartype[ivar - 1] != T_LONG) return session::fail(109, std::string(name) + " not long\n");
+    const int32_t n = ds.nobs;
+    std::vector<uint8_t> seen(n > 0 ? n : 1, 0);
+    bool in_order = true;
+    for (int32_t i = 1; i <= n; ++i) {
+        const double v = get_num(ivar, i);
+        if (!(v >= 1 && v <= n) || seen[(int64_t)v - 1])
+            return session::fail(1, "variable " + std::string(name) +
+                                        " does not hold a permutation of 1 to " + std::to_string(n) + "\n");
+        seen[(int64_t)v - 1] = 1;
+        in_order = in_order && v == i;
+    }
+    if (!in_order) {
+        clear_sortlist();
+        bump_changed();
+        int64_t moves = 0;
+        for (int32_t i = 1; i <= n; ++i)
+            for (int32_t j; (j = get_long(ivar, i)) != i;) {
+                swap_obs(i, j);
+                if ((++moves & 65535) == 0 && est::break_pending()) return 1;
+            }
+    }
+    set_sortlist(vars, nvars);
+    return 0;
+}
+
+// sort varlist [in] [, stable noparallel index(varname)]
+int cmd_sort(int) {
+    ParseSpec spec;
+    spec.varlist = PO_REQUIRED;
+    spec.ifq = PO_NONE;
+    if (int rc = std_parse(spec)) return rc;
+    bool stable = false, noparallel = false;
+    std::string index;
+    const session::OptSpec opts[] = {
+        session::opt_flag("stable", 6, stable),
+        session::opt_flag("noparallel", 10, noparallel),
+        session::opt_name("index", 5, index),
+    };
+    if (int rc = std_options(opts)) return rc;
+    const std::vector<int> keys(ps.var.begin(), ps.var.begin() + ps.count);
+    if (!index.empty()) {
+        if (ps.inrange) return session::fail(198, "index() may not be combined with in\n");
+        if (stable) return session::fail(198, "index() may not be combined with stable\n");
+        const int iv = varlookup(index, true, varabbrev);
+        if (iv < 0) return -iv;
+        return sort_by_index(keys.data(), (int)keys.size(), iv);
+    }
+    const bool parallel = !noparallel && session::lp.version >= 700;
+    const int32_t lo = ps.inrange ? ps.in_lo : 1, hi = ps.inrange ? ps.in_hi : ds.nobs;
+    return sort_keys(keys.data(), (int)keys.size(), lo, hi, stable, parallel);
+}
+
+} // namespace data
