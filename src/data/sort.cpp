@@ -115,16 +115,15 @@ int compare_engine(int32_t lo, int32_t hi, const ObsCmp &cmp, const est::Team &t
     if (!a) return session::error(909);
     for (int64_t i = 0; i < n; ++i)
         a[i] = (int32_t)i;
-    int rc;
     if (tm.parallel) {
         auto b = work_array<int32_t>(n);
         if (!b) return session::error(909);
-        rc = smpsort(a.get(), b.get(), n, cmp, tm);
+        if (int rc = smpsort(a.get(), b.get(), cmp, tm)) return rc;
+        a.swap(b);
     } else {
         BreakPoll bp;
-        rc = quicksort(a.get(), 0, n - 1, cmp, bp);
+        if (quicksort(a.get(), 0, n - 1, cmp, bp)) return 1;
     }
-    if (rc) return rc;
     int32_t *rows = ds.index + (lo - 1), *tmp = ds.index2 + (lo - 1);
     for (int64_t i = 0; i < n; ++i)
         tmp[i] = rows[a[i]];
@@ -132,40 +131,89 @@ int compare_engine(int32_t lo, int32_t hi, const ObsCmp &cmp, const est::Team &t
     return 0;
 }
 
-// The key of variable v for each row of P, in that order, the type tested once for the column.
-template <class Read>
-void gather_rows(uint64_t *K, const int32_t *P, int64_t lo, int64_t hi, int off, Read read) {
-    const char *base = ds.database + off;
-    const int64_t w = ds.width;
-    for (int64_t i = lo; i < hi; ++i)
-        K[i] = num_key(read(base + (int64_t)P[i] * w));
+// What a block of gathered keys holds: the least and greatest key, and whether every value is a
+// whole number (then the least and greatest of those).
+struct KeyStats {
+    bool any = false;
+    uint64_t kmin = ~0ull, kmax = 0;
+    bool whole = true;
+    double dmin = 0, dmax = 0;
+};
+
+// Whole numbers up to 2^53 in magnitude sort as integers, with the least at 0: a column of codes
+// then needs one or two passes where its doubles would need three or more.
+inline bool is_whole(double d) {
+    return d >= -9007199254740992.0 && d <= 9007199254740992.0 && d == (int64_t)d;
 }
 
-void gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm) {
+// The cells of variable v for each row of P, in that order, as the bits of their doubles into K; the
+// type is tested once for the column, and the rows are fetched some places ahead of their use.
+template <class Read>
+void gather_rows(uint64_t *K, const int32_t *P, int64_t lo, int64_t hi, int off, Read read, KeyStats &st) {
+    constexpr int AHEAD = 16;
+    const char *base = ds.database + off;
+    const int64_t w = ds.width;
+    KeyStats s;
+    s.any = hi > lo;
+    for (int64_t i = lo; i < hi; ++i) {
+        if (i + AHEAD < hi) __builtin_prefetch(base + (int64_t)P[i + AHEAD] * w);
+        const double d = read(base + (int64_t)P[i] * w);
+        K[i] = dbits(d);
+        const uint64_t k = num_key(d);
+        s.kmin = std::min(s.kmin, k);
+        s.kmax = std::max(s.kmax, k);
+        if (s.whole) {
+            if (!is_whole(d)) {
+                s.whole = false;
+            } else if (i == lo) {
+                s.dmin = s.dmax = d;
+            } else {
+                s.dmin = std::min(s.dmin, d);
+                s.dmax = std::max(s.dmax, d);
+            }
+        }
+    }
+    st = s;
+}
+
+// The key of variable v for each row of P, as an unsigned number from 0 in the order of the cells:
+// the rank of a whole number above the least, or the distance of the key of a double from the
+// least key. Returns the bits the greatest needs (0: the key is the same everywhere).
+int gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm) {
     const int off = ds.offset[v - 1], type = ds.vartype[v - 1];
-    auto body = [&](int, int64_t lo, int64_t hi) {
+    std::vector<KeyStats> stats(tm.parallel ? tm.size : 1);
+    auto body = [&](int t, int64_t lo, int64_t hi) {
+        KeyStats &st = stats[t];
         switch (type) {
         case T_DOUBLE:
-            gather_rows(K, P, lo, hi, off, [](const char *p) {
-                double d;
-                std::memcpy(&d, p, 8);
-                return d;
-            });
+            gather_rows(
+                K, P, lo, hi, off,
+                [](const char *p) {
+                    double d;
+                    std::memcpy(&d, p, 8);
+                    return d;
+                },
+                st);
             break;
         case T_FLOAT:
-            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_FLOAT); });
+            gather_rows(
+                K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_FLOAT); }, st);
             break;
         case T_LONG:
-            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_LONG); });
+            gather_rows(
+                K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_LONG); }, st);
             break;
         case T_INT:
-            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_INT); });
+            gather_rows(
+                K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_INT); }, st);
             break;
         case T_BYTE:
-            gather_rows(K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_BYTE); });
+            gather_rows(
+                K, P, lo, hi, off, [](const char *p) { return cell_get(p, T_BYTE); }, st);
             break;
         default:
-            gather_rows(K, P, lo, hi, off, [type](const char *p) { return cell_get(p, type); });
+            gather_rows(
+                K, P, lo, hi, off, [type](const char *p) { return cell_get(p, type); }, st);
             break;
         }
     };
@@ -173,6 +221,37 @@ void gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm
         est::run_region(tm, body);
     else
         body(0, 0, n);
+    KeyStats all;
+    bool first = true;
+    for (const KeyStats &st : stats) {
+        if (!st.any) continue;
+        all.kmin = std::min(all.kmin, st.kmin);
+        all.kmax = std::max(all.kmax, st.kmax);
+        if (!st.whole) all.whole = false;
+        if (all.whole) {
+            all.dmin = first ? st.dmin : std::min(all.dmin, st.dmin);
+            all.dmax = first ? st.dmax : std::max(all.dmax, st.dmax);
+        }
+        first = false;
+    }
+    const uint64_t range =
+        all.whole ? (uint64_t)((int64_t)all.dmax - (int64_t)all.dmin) : all.kmax - all.kmin;
+    if (range == 0) return 0;
+    auto finish = [&](int, int64_t lo, int64_t hi) {
+        if (all.whole) {
+            const int64_t base = (int64_t)all.dmin;
+            for (int64_t i = lo; i < hi; ++i)
+                K[i] = (uint64_t)((int64_t)dfrom(K[i]) - base);
+        } else {
+            for (int64_t i = lo; i < hi; ++i)
+                K[i] = num_key(dfrom(K[i])) - all.kmin;
+        }
+    };
+    if (tm.parallel)
+        est::run_region(tm, finish);
+    else
+        finish(0, 0, n);
+    return 64 - __builtin_clzll(range);
 }
 
 // Numeric keys, one at a time from the last: each pass orders the range by one key and keeps the
@@ -189,21 +268,23 @@ int radix_engine(int32_t lo, int32_t hi, const int *vars, int nvars, bool stable
     int32_t *P = (stable ? ds.index2 : ds.index) + (lo - 1);
     int32_t *PB = (stable ? ds.index : ds.index2) + (lo - 1);
     for (int q = nvars - 1; q >= 0; --q) {
-        gather(K, P, n, vars[q], tm);
+        const int bits = gather(K, P, n, vars[q], tm);
         if (est::break_pending()) return 1;
+        if (bits == 0) continue;
         int rc;
+        bool in_buffer = false;
         if (tm.parallel) {
-            rc = smpsort1(K, P, KB, PB, n, tm);
+            rc = smpsort1(K, P, KB, PB, bits, tm);
+            in_buffer = true;
         } else {
-            bool in_buffer = false;
             BreakPoll bp;
-            rc = radix_sort1(K, P, KB, PB, n, &in_buffer, bp);
-            if (in_buffer) {
-                std::swap(K, KB);
-                std::swap(P, PB);
-            }
+            rc = radix_sort1(K, P, KB, PB, n, bits, &in_buffer, bp);
         }
         if (rc) return rc;
+        if (in_buffer) {
+            std::swap(K, KB);
+            std::swap(P, PB);
+        }
     }
     int32_t *rows = ds.index + (lo - 1);
     if (P != rows) std::memcpy(rows, P, (size_t)n * sizeof(int32_t));
@@ -254,23 +335,45 @@ int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, 
 
 } // namespace
 
-int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, bool *in_buffer,
+int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, int bits, bool *in_buffer,
                 BreakPoll &bp) {
-    constexpr int BITS = 11, NB = 1 << BITS, NPASS = (64 + BITS - 1) / BITS;
-    constexpr uint64_t MASK = NB - 1;
     *in_buffer = false;
-    if (n < 2) return 0;
-    uint32_t count[NPASS][NB] = {};
+    if (n < 2 || bits <= 0) return 0;
+    // A short key in one counting pass, when its table is small beside the data.
+    if (bits <= 11 || (bits <= 16 && n >= 65536)) {
+        const int64_t nb = (int64_t)1 << bits;
+        std::unique_ptr<uint32_t[]> c(new (std::nothrow) uint32_t[nb]());
+        if (c) {
+            for (int64_t i = 0; i < n; ++i)
+                ++c[k[i]];
+            uint32_t sum = 0;
+            for (int64_t b = 0; b < nb; ++b) {
+                const uint32_t x = c[b];
+                c[b] = sum;
+                sum += x;
+            }
+            for (int64_t i = 0; i < n; ++i) {
+                const uint32_t j = c[k[i]]++;
+                kb[j] = k[i];
+                pb[j] = p[i];
+            }
+            *in_buffer = true;
+            return bp.tick(n) ? 1 : 0;
+        }
+    }
+    constexpr int NB = 256;
+    const int npass = (bits + 7) / 8;
+    uint32_t count[8][NB] = {};
     for (int64_t i = 0; i < n; ++i) {
         const uint64_t u = k[i];
-        for (int d = 0; d < NPASS; ++d)
-            ++count[d][(u >> (d * BITS)) & MASK];
+        for (int d = 0; d < npass; ++d)
+            ++count[d][(u >> (d * 8)) & 0xff];
     }
     const uint64_t first = k[0];
-    for (int d = 0; d < NPASS; ++d) {
-        const int sh = d * BITS;
+    for (int d = 0; d < npass; ++d) {
+        const int sh = d * 8;
         uint32_t *c = count[d];
-        if (c[(first >> sh) & MASK] == (uint64_t)n) continue;
+        if (c[(first >> sh) & 0xff] == (uint64_t)n) continue;
         uint32_t sum = 0;
         for (int b = 0; b < NB; ++b) {
             const uint32_t x = c[b];
@@ -279,7 +382,7 @@ int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, b
         }
         for (int64_t i = 0; i < n; ++i) {
             const uint64_t u = k[i];
-            const uint32_t j = c[(u >> sh) & MASK]++;
+            const uint32_t j = c[(u >> sh) & 0xff]++;
             kb[j] = u;
             pb[j] = p[i];
         }

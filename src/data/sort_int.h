@@ -153,22 +153,23 @@ template <class T, class Cmp> int quicksort(T *a, int64_t lo, int64_t hi, const 
 
 // ---- The radix sort of one key ---------------------------------------------------------------------
 
-// Sorts k[0..n) with its payload p by k, keeping the order of equal keys, through the buffers kb and
-// pb of the same length: 11 bits a pass from the lowest, and a pass whose digit is the same
-// everywhere is skipped. *in_buffer tells whether the result stands in kb/pb. Returns 1 at a Break
-// (between passes; each array still holds a permutation).
-int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, bool *in_buffer,
+// Sorts k[0..n), keys below 2^bits, with its payload p by k, keeping the order of equal keys, through
+// the buffers kb and pb of the same length: a short key in one counting pass, a longer one a byte a
+// pass from the lowest, passing over a byte that is the same everywhere. *in_buffer tells whether the
+// result stands in kb/pb. Returns 1 at a Break (between passes; each array still holds a permutation
+// of what the two held).
+int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, int bits, bool *in_buffer,
                 BreakPoll &bp);
 
 // ---- The parallel sorts by regular sampling ----------------------------------------------------------
 
-// smpsort: the observation positions a[0..n) of a range (counted from 0, b a buffer of the same
-// length) by the comparison cmp, with the team tm. 0; 1 at a Break; 909 with the message written when
-// the pivots cannot be chosen or memory is refused.
-int smpsort(int32_t *a, int32_t *b, int64_t n, const ObsCmp &cmp, const est::Team &tm);
-// smpsort1: one 64-bit key k[0..n) with its payload p, keeping the order of equal keys (kb/pb
-// buffers); the result stands in k/p. Codes as smpsort.
-int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, const est::Team &tm);
+// smpsort: the observation positions a[0..n) of a range (counted from 0) by the comparison cmp, with
+// the team tm, whose blocks are the chunks; the result stands in b, of the same length. 0; 1 at a
+// Break; 909 with the message written when the pivots cannot be chosen.
+int smpsort(int32_t *a, int32_t *b, const ObsCmp &cmp, const est::Team &tm);
+// smpsort1: one key k[0..n) below 2^bits with its payload p, keeping the order of equal keys; the
+// result stands in kb/pb. Codes as smpsort.
+int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int bits, const est::Team &tm);
 // The pivot choice of both, on samples already sorted: t-1 pivots, one at each step of t from
 // position t/2-1 on, passing over samples equal to the pivot before. The positions of the pivots in
 // piv; false when t-1 distinct ones cannot be found.

@@ -1,6 +1,6 @@
 // The parallel sort by regular sampling: each thread sorts its chunk and takes regular samples; the
-// sorted samples give the pivots; each thread cuts its chunk by them; the pieces go to their buckets
-// and each thread merges the pieces of one bucket. smpsort works on observation positions with the
+// sorted samples give the pivots; each thread cuts its chunk by them; each thread merges the pieces
+// of one bucket into the bucket's place in the second array. smpsort works on observation positions with the
 // comparison of observations, smpsort1 on one 64-bit key with its payload.
 #include <algorithm>
 #include <cstring>
@@ -14,12 +14,13 @@ namespace data {
 
 namespace {
 
-// A run of a bucket: where it stands (the same place in both arrays) and its length.
+// A sorted piece of a chunk, in a.
 struct Run {
     int64_t at, len;
 };
 
-// Chunk pieces are copied to their buckets by a plain loop when short, by a block copy otherwise.
+// Chunk pieces that stand alone in their bucket are copied by a plain loop when short, by a block
+// copy otherwise.
 template <class T> void copy_elems(T *dst, const T *src, int64_t len) {
     if (len < 801) {
         for (int64_t i = 0; i < len; ++i)
@@ -29,15 +30,23 @@ template <class T> void copy_elems(T *dst, const T *src, int64_t len) {
     }
 }
 
+// The head of a run in the merge of more than two: on equal elements the run of the lower chunk
+// comes first.
+struct Head {
+    int64_t pos, end;
+    int run;
+};
+
 // The steps common to both forms. Ops holds the two arrays a and b and knows their elements:
-//   sort_chunk(lo, hi, bp)      sorts a[lo, hi); 1 at a Break
-//   sample(c, lo, j)            the element at a[lo + j], of chunk c, as a Sample
-//   sample_cmp(x, y)            the order of two samples, -1, 0 or 1
-//   cut(c, lo, hi, pivot)       the first position of chunk c's sorted a[lo, hi) not below the pivot
-//   to_b(from, to, len)         a[from..] to b[to..]
-//   merge2(from_b, x, y)        the adjacent runs x and y of one array merged into the other, at x.at;
-//                               on equal elements the one of x comes first
-//   move(from_b, x)             run x of one array copied to the other
+//   sort_chunk(lo, hi, bp)     sorts a[lo, hi), the result in a; 1 at a Break
+//   sample(c, lo, j)           the element at a[lo + j], of chunk c, as a Sample
+//   sample_cmp(x, y)           the order of two samples, -1, 0 or 1
+//   cut(c, lo, hi, pivot)      the first position of chunk c's sorted a[lo, hi) not below the pivot
+//   less(i, j)                 a[i] before a[j] (strictly)
+//   put(i, o)                  a[i] to b[o]
+//   copy(x, o)                 the run x of a to b[o..]
+//   merge2(x, y, o)            the runs x and y of a merged into b[o..], x first on equal elements
+// The sorted range stands in b at the end.
 template <class Ops> int regular_sampling(Ops &ops, const est::Team &tm) {
     using Sample = typename Ops::Sample;
     const int t = tm.size;
@@ -84,41 +93,53 @@ template <class Ops> int regular_sampling(Ops &ops, const est::Team &tm) {
     });
     if (rc) return 1;
 
-    // The buckets' places, and the pieces of each copied there from a to b, in chunk order.
+    // The place of each bucket in b, and its pieces in chunk order; what the merges need is set
+    // out here, so that the threads allocate nothing.
+    std::vector<int64_t> place(t + 1, 0);
     std::vector<std::vector<Run>> runs(t);
-    int64_t at = 0;
+    std::vector<std::vector<Head>> heads(t);
     for (int k = 0; k < t; ++k) {
+        int64_t size = 0;
         for (int c = 0; c < t; ++c) {
             const int64_t *row = &bounds[(size_t)c * (t + 1)];
             const int64_t len = row[k + 1] - row[k];
-            if (len <= 0) continue;
-            ops.to_b(row[k], at, len);
-            runs[k].push_back({at, len});
-            at += len;
+            if (len > 0) runs[k].push_back({row[k], len});
+            size += len;
         }
+        place[k + 1] = place[k] + size;
+        heads[k].reserve(runs[k].size());
     }
 
-    // Region 3: each bucket's pieces merged two at a time until one run stands in a. The runs of a
-    // round are written over the list of the round before, so the threads allocate nothing.
+    // Region 3: each thread merges the pieces of one bucket into its place in b.
     const est::Team buckets{t, t, 1, true};
     return est::run_region(buckets, [&](int k, int64_t, int64_t) {
-        std::vector<Run> &cur = runs[k];
-        if (cur.empty()) return;
-        bool in_b = true;
-        while (cur.size() > 1) {
-            size_t w = 0;
-            for (size_t i = 0; i + 1 < cur.size(); i += 2) {
-                ops.merge2(in_b, cur[i], cur[i + 1]);
-                cur[w++] = {cur[i].at, cur[i].len + cur[i + 1].len};
+        const std::vector<Run> &r = runs[k];
+        int64_t o = place[k];
+        if (r.size() == 1) {
+            ops.copy(r[0], o);
+        } else if (r.size() == 2) {
+            ops.merge2(r[0], r[1], o);
+        } else if (r.size() > 2) {
+            std::vector<Head> &h = heads[k];
+            for (size_t i = 0; i < r.size(); ++i)
+                h.push_back({r[i].at, r[i].at + r[i].len, (int)i});
+            // std's heap keeps the greatest on top: "after" is the order.
+            auto after = [&](const Head &x, const Head &y) {
+                if (ops.less(y.pos, x.pos)) return true;
+                if (ops.less(x.pos, y.pos)) return false;
+                return x.run > y.run;
+            };
+            std::make_heap(h.begin(), h.end(), after);
+            while (!h.empty()) {
+                std::pop_heap(h.begin(), h.end(), after);
+                Head &top = h.back();
+                ops.put(top.pos++, o++);
+                if (top.pos < top.end)
+                    std::push_heap(h.begin(), h.end(), after);
+                else
+                    h.pop_back();
             }
-            if (cur.size() % 2) {
-                ops.move(in_b, cur.back());
-                cur[w++] = cur.back();
-            }
-            cur.resize(w);
-            in_b = !in_b;
         }
-        if (in_b) ops.move(true, cur[0]);
     });
 }
 
@@ -135,26 +156,23 @@ struct ObsOps {
     int64_t cut(int, int64_t lo, int64_t hi, Sample pv) const {
         return std::partition_point(a + lo, a + hi, [&](int32_t e) { return cmp(e, pv) < 0; }) - a;
     }
-    void to_b(int64_t from, int64_t to, int64_t len) { copy_elems(b + to, a + from, len); }
-    void merge2(bool from_b, Run x, Run y) {
-        const int32_t *s = from_b ? b : a;
-        int32_t *d = from_b ? a : b;
-        int64_t i = x.at, j = y.at, o = x.at;
+    bool less(int64_t i, int64_t j) const { return cmp(a[i], a[j]) < 0; }
+    void put(int64_t i, int64_t o) { b[o] = a[i]; }
+    void copy(Run x, int64_t o) { copy_elems(b + o, a + x.at, x.len); }
+    void merge2(Run x, Run y, int64_t o) {
+        int64_t i = x.at, j = y.at;
         const int64_t ie = x.at + x.len, je = y.at + y.len;
         while (i < ie && j < je)
-            d[o++] = cmp(s[j], s[i]) < 0 ? s[j++] : s[i++];
+            b[o++] = cmp(a[j], a[i]) < 0 ? a[j++] : a[i++];
         while (i < ie)
-            d[o++] = s[i++];
+            b[o++] = a[i++];
         while (j < je)
-            d[o++] = s[j++];
-    }
-    void move(bool from_b, Run x) {
-        std::memcpy((from_b ? a : b) + x.at, (from_b ? b : a) + x.at, (size_t)x.len * sizeof(int32_t));
+            b[o++] = a[j++];
     }
 };
 
-// One key with its payload. Each chunk is sorted keeping the order of equal keys, so the order of the
-// input positions is (chunk, place in the sorted chunk) among equal keys: samples carry both, a cut
+// One key with its payload. Each chunk is sorted keeping the order of equal keys, so among equal keys
+// the order of the input positions is (chunk, place in the sorted chunk): samples carry both, a cut
 // by a pivot of another chunk takes the whole run of its key to one side, and merges put the
 // elements of lower chunks first.
 struct KeyOps {
@@ -165,10 +183,11 @@ struct KeyOps {
     };
     uint64_t *k, *kb;
     int32_t *p, *pb;
+    int bits;
 
     int sort_chunk(int64_t lo, int64_t hi, BreakPoll &bp) {
         bool in_buffer = false;
-        if (radix_sort1(k + lo, p + lo, kb + lo, pb + lo, hi - lo, &in_buffer, bp)) return 1;
+        if (radix_sort1(k + lo, p + lo, kb + lo, pb + lo, hi - lo, bits, &in_buffer, bp)) return 1;
         if (in_buffer) {
             std::memcpy(k + lo, kb + lo, (size_t)(hi - lo) * sizeof(uint64_t));
             std::memcpy(p + lo, pb + lo, (size_t)(hi - lo) * sizeof(int32_t));
@@ -186,46 +205,43 @@ struct KeyOps {
         if (c < pv.chunk) return std::upper_bound(k + lo, k + hi, pv.key) - k;
         return std::lower_bound(k + lo, k + hi, pv.key) - k;
     }
-    void to_b(int64_t from, int64_t to, int64_t len) {
-        copy_elems(kb + to, k + from, len);
-        copy_elems(pb + to, p + from, len);
+    bool less(int64_t i, int64_t j) const { return k[i] < k[j]; }
+    void put(int64_t i, int64_t o) {
+        kb[o] = k[i];
+        pb[o] = p[i];
     }
-    void merge2(bool from_b, Run x, Run y) {
-        const uint64_t *sk = from_b ? kb : k;
-        const int32_t *sp = from_b ? pb : p;
-        uint64_t *dk = from_b ? k : kb;
-        int32_t *dp = from_b ? p : pb;
-        int64_t i = x.at, j = y.at, o = x.at;
+    void copy(Run x, int64_t o) {
+        copy_elems(kb + o, k + x.at, x.len);
+        copy_elems(pb + o, p + x.at, x.len);
+    }
+    void merge2(Run x, Run y, int64_t o) {
+        int64_t i = x.at, j = y.at;
         const int64_t ie = x.at + x.len, je = y.at + y.len;
         while (i < ie && j < je) {
-            const bool right = sk[j] < sk[i];
+            const bool right = k[j] < k[i];
             const int64_t s = right ? j : i;
-            dk[o] = sk[s];
-            dp[o++] = sp[s];
+            kb[o] = k[s];
+            pb[o++] = p[s];
             j += right;
             i += !right;
         }
-        std::memcpy(dk + o, sk + i, (size_t)(ie - i) * sizeof(uint64_t));
-        std::memcpy(dp + o, sp + i, (size_t)(ie - i) * sizeof(int32_t));
+        copy_elems(kb + o, k + i, ie - i);
+        copy_elems(pb + o, p + i, ie - i);
         o += ie - i;
-        std::memcpy(dk + o, sk + j, (size_t)(je - j) * sizeof(uint64_t));
-        std::memcpy(dp + o, sp + j, (size_t)(je - j) * sizeof(int32_t));
-    }
-    void move(bool from_b, Run x) {
-        std::memcpy((from_b ? k : kb) + x.at, (from_b ? kb : k) + x.at, (size_t)x.len * sizeof(uint64_t));
-        std::memcpy((from_b ? p : pb) + x.at, (from_b ? pb : p) + x.at, (size_t)x.len * sizeof(int32_t));
+        copy_elems(kb + o, k + j, je - j);
+        copy_elems(pb + o, p + j, je - j);
     }
 };
 
 } // namespace
 
-int smpsort(int32_t *a, int32_t *b, int64_t, const ObsCmp &cmp, const est::Team &tm) {
+int smpsort(int32_t *a, int32_t *b, const ObsCmp &cmp, const est::Team &tm) {
     ObsOps ops{a, b, cmp};
     return regular_sampling(ops, tm);
 }
 
-int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t, const est::Team &tm) {
-    KeyOps ops{k, kb, p, pb};
+int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int bits, const est::Team &tm) {
+    KeyOps ops{k, kb, p, pb, bits};
     return regular_sampling(ops, tm);
 }
 

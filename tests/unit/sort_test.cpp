@@ -238,7 +238,9 @@ TEST(SortQuick, ATotalOrderGivesTheOneResult) {
 TEST(SortRadix, KeepsTheOrderOfEqualKeys) {
     uint64_t s = 3;
     for (int n : {0, 1, 2, 7, 3000, 100000}) {
-        for (int spread : {1, 5, 1 << 20, 0}) {
+        // 1 << 20 in one counting pass at 100000 keys, byte by byte at 3000; all 64 bits.
+        for (int spread : {1, 5, 1 << 11, 1 << 20, 0}) {
+            const int bits = spread ? 64 - __builtin_clzll((uint64_t)spread) : 64;
             std::vector<uint64_t> k(n), kb(n);
             std::vector<int32_t> p(n), pb(n);
             for (int i = 0; i < n; ++i) {
@@ -249,7 +251,7 @@ TEST(SortRadix, KeepsTheOrderOfEqualKeys) {
             std::stable_sort(want.begin(), want.end(), [&](int32_t x, int32_t y) { return k[x] < k[y]; });
             bool in_buffer = false;
             BreakPoll bp;
-            ASSERT_EQ(radix_sort1(k.data(), p.data(), kb.data(), pb.data(), n, &in_buffer, bp), 0);
+            ASSERT_EQ(radix_sort1(k.data(), p.data(), kb.data(), pb.data(), n, bits, &in_buffer, bp), 0);
             const std::vector<int32_t> &got = in_buffer ? pb : p;
             const std::vector<uint64_t> &gotk = in_buffer ? kb : k;
             EXPECT_EQ(got, want) << n << " " << spread;
@@ -292,8 +294,9 @@ TEST(SortSmp, RegularSamplingKeepsTheOrderOfEqualKeysAtAnyTeam) {
             std::vector<int32_t> want = p;
             std::stable_sort(want.begin(), want.end(), [&](int32_t x, int32_t y) { return k[x] < k[y]; });
             const est::Team tm{t, n, (n + t - 1) / t, true};
-            ASSERT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), n, tm), 0);
-            EXPECT_EQ(p, want) << t << " " << spread;
+            ASSERT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), 64, tm), 0);
+            EXPECT_EQ(pb, want) << t << " " << spread;
+            EXPECT_TRUE(std::is_sorted(kb.begin(), kb.end()));
         }
     }
 }
@@ -316,11 +319,11 @@ TEST(SortBreak, TheEnginesStopWithPermutations) {
     session::break_signal();
     bool in_buffer = false;
     BreakPoll bp;
-    EXPECT_EQ(radix_sort1(k.data(), p.data(), kb.data(), pb.data(), n, &in_buffer, bp), 1);
+    EXPECT_EQ(radix_sort1(k.data(), p.data(), kb.data(), pb.data(), n, 64, &in_buffer, bp), 1);
     EXPECT_TRUE(perm(p));
     EXPECT_TRUE(perm(pb));
     const est::Team tm{2, n, n / 2, true};
-    EXPECT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), n, tm), 1);
+    EXPECT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), 64, tm), 1);
     EXPECT_TRUE(perm(p));
     std::vector<int32_t> a(n);
     std::iota(a.begin(), a.end(), 0);
@@ -338,13 +341,16 @@ TEST(SortBreak, TheEnginesStopWithPermutations) {
 class Sorts : public SortFixture {
   protected:
     // n observations: g a byte of few values with missing values among them, x a double with ties,
-    // f a float, s a str6 with ties and empty strings.
+    // f a float, s a str6 with ties and empty strings, h a long of whole numbers (keys of one counting
+    // pass), w a double of whole numbers over a wide range.
     void build(int n, uint64_t seed) {
         if (!ds.nvar) {
             add("g", T_BYTE);
             add("x", T_DOUBLE);
             add("f", T_FLOAT);
             add("s", 6);
+            add("h", T_LONG);
+            add("w", T_DOUBLE);
         }
         ASSERT_EQ(set_obs(n), 0);
         uint64_t st = seed;
@@ -355,6 +361,8 @@ class Sorts : public SortFixture {
             put_num(2, i, (double)((r >> 16) % 40) / 4 - 3);
             put_num(3, i, (r >> 40) % 11 == 0 ? missing_value(1) : (double)((r >> 24) % 13) * 0.1);
             put_str(4, i, words[(r >> 32) % 7]);
+            put_num(5, i, (double)((r >> 48) % 1000) - 500);
+            put_num(6, i, (double)(int64_t)((r >> 12) % 3000) * 4398046511104.0 - 1e15);
         }
         cap->reset();
     }
@@ -420,6 +428,9 @@ TEST_F(Sorts, EveryEngineAndTeamGivesThePromisedOrder) {
         check_all("f g", {3, 1}, 1, n, false);
         check_all("s", {4}, 1, n, false);
         check_all("s g", {4, 1}, 1, n, false);
+        check_all("h", {5}, 1, n, false);
+        check_all("w h", {6, 5}, 1, n, false);
+        check_all("h x, stable", {5, 2}, 1, n, true);
         check_all("g, stable", {1}, 1, n, true);
         check_all("s, stable", {4}, 1, n, true);
         check_all("x in 11/-20", {2}, 11, n - 19, false);
