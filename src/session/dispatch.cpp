@@ -10,6 +10,7 @@
 #include "data/dataset.h"
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
+#include "data/input.h"
 #include "data/list.h"
 #include "data/scalar.h"
 #include "data/sort.h"
