@@ -361,28 +361,35 @@ int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, i
             return bp.tick(n) ? 1 : 0;
         }
     }
-    constexpr int NB = 256;
-    const int npass = (bits + 7) / 8;
-    uint32_t count[8][NB] = {};
+    // Bytes from the lowest; the highest digit takes up to 11 bits, which saves a pass when the keys
+    // need a few bits more than whole bytes.
+    const int npass = bits <= 11 ? 1 : (bits - 11 + 7) / 8 + 1;
+    int shift[8], width[8];
+    for (int d = 0; d < npass; ++d) {
+        shift[d] = d * 8;
+        width[d] = d + 1 < npass ? 8 : bits - d * 8;
+    }
+    uint32_t count[8][2048] = {};
     for (int64_t i = 0; i < n; ++i) {
         const uint64_t u = k[i];
         for (int d = 0; d < npass; ++d)
-            ++count[d][(u >> (d * 8)) & 0xff];
+            ++count[d][(u >> shift[d]) & ((1u << width[d]) - 1)];
     }
     const uint64_t first = k[0];
     for (int d = 0; d < npass; ++d) {
-        const int sh = d * 8;
+        const int sh = shift[d];
+        const uint64_t mask = (1u << width[d]) - 1;
         uint32_t *c = count[d];
-        if (c[(first >> sh) & 0xff] == (uint64_t)n) continue;
+        if (c[(first >> sh) & mask] == (uint64_t)n) continue;
         uint32_t sum = 0;
-        for (int b = 0; b < NB; ++b) {
+        for (int b = 0; b < (1 << width[d]); ++b) {
             const uint32_t x = c[b];
             c[b] = sum;
             sum += x;
         }
         for (int64_t i = 0; i < n; ++i) {
             const uint64_t u = k[i];
-            const uint32_t j = c[(u >> sh) & 0xff]++;
+            const uint32_t j = c[(u >> sh) & mask]++;
             kb[j] = u;
             pb[j] = p[i];
         }

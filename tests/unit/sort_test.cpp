@@ -239,8 +239,8 @@ TEST(SortRadix, KeepsTheOrderOfEqualKeys) {
     uint64_t s = 3;
     for (int n : {0, 1, 2, 7, 3000, 100000}) {
         // 1 << 20 in one counting pass at 100000 keys, byte by byte at 3000; all 64 bits.
-        for (int spread : {1, 5, 1 << 11, 1 << 20, 0}) {
-            const int bits = spread ? 64 - __builtin_clzll((uint64_t)spread) : 64;
+        for (uint64_t spread : {1ull, 5ull, 1ull << 11, 1ull << 18, 1ull << 20, 1ull << 40, 0ull}) {
+            const int bits = spread ? 64 - __builtin_clzll(spread) : 64;
             std::vector<uint64_t> k(n), kb(n);
             std::vector<int32_t> p(n), pb(n);
             for (int i = 0; i < n; ++i) {
