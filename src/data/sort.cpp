@@ -25,8 +25,11 @@ SortEngine sort_engine = SE_AUTO;
 
 namespace {
 
-// Below this many observations the comparison sort costs no more than the radix passes.
+// Below this many observations the comparison sort costs no more than the radix passes; beyond this
+// many pieces of 8 bytes of string keys, the comparison, which mostly decides on the first bytes,
+// costs less than a pass for every piece.
 constexpr int64_t RADIX_MIN = 256;
+constexpr int RADIX_MAX_PIECES = 8;
 
 // Work arrays are left unset: the threads that fill them touch their pages first.
 template <class T> std::unique_ptr<T[]> work_array(int64_t n) {
@@ -176,14 +179,58 @@ void gather_rows(uint64_t *K, const int32_t *P, int64_t lo, int64_t hi, int off,
     st = s;
 }
 
-// The key of variable v for each row of P, as an unsigned number from 0 in the order of the cells:
-// the rank of a whole number above the least, or the distance of the key of a double from the
-// least key. Returns the bits the greatest needs (0: the key is the same everywhere).
-int gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm) {
+// Bytes 8c to 8c+7 of a string cell of width w, as a big-endian number, with the bytes from its NUL
+// on as 0: compared as numbers, such pieces compare as the bytes of the strings do.
+inline uint64_t str_piece(const char *p, int w, int c) {
+    const int from = 8 * c, lim = std::min(w, from + 8);
+    const void *z = std::memchr(p, 0, (size_t)lim);
+    const int end = z ? (int)(static_cast<const char *>(z) - p) : lim;
+    uint64_t u = 0;
+    for (int i = from; i < from + 8; ++i)
+        u = (u << 8) | (i < end ? (unsigned char)p[i] : 0u);
+    return u;
+}
+
+void str_rows(uint64_t *K, const int32_t *P, int64_t lo, int64_t hi, int off, int w, int c, KeyStats &st) {
+    constexpr int AHEAD = 16;
+    const char *base = ds.database + off;
+    const int64_t rw = ds.width;
+    KeyStats s;
+    s.any = hi > lo;
+    s.whole = false;
+    for (int64_t i = lo; i < hi; ++i) {
+        if (i + AHEAD < hi) __builtin_prefetch(base + (int64_t)P[i + AHEAD] * rw);
+        const uint64_t k = str_piece(base + (int64_t)P[i] * rw, w, c);
+        K[i] = k;
+        s.kmin = std::min(s.kmin, k);
+        s.kmax = std::max(s.kmax, k);
+    }
+    st = s;
+}
+
+// The longest value of string variable v among the rows of P.
+int longest(const int32_t *P, int64_t n, int v) {
+    const int w = ds.vartype[v - 1];
+    const char *base = ds.database + ds.offset[v - 1];
+    int m = 0;
+    for (int64_t i = 0; i < n && m < w; ++i)
+        m = std::max(m, (int)strnlen(base + (int64_t)P[i] * ds.width, (size_t)w));
+    return m;
+}
+
+// The key of variable v (of a string, its piece c) for each row of P, as an unsigned number from 0
+// in the order of the cells: how far a whole number stands above the least, or how far the key of a
+// double or of a piece stands above the least. Returns the bits the greatest needs (0: the key is
+// the same everywhere).
+int gather(uint64_t *K, const int32_t *P, int64_t n, int v, int c, const est::Team &tm) {
     const int off = ds.offset[v - 1], type = ds.vartype[v - 1];
     std::vector<KeyStats> stats(tm.parallel ? tm.size : 1);
     auto body = [&](int t, int64_t lo, int64_t hi) {
         KeyStats &st = stats[t];
+        if (is_string_type(type)) {
+            str_rows(K, P, lo, hi, off, type, c, st);
+            return;
+        }
         switch (type) {
         case T_DOUBLE:
             gather_rows(
@@ -238,7 +285,10 @@ int gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm)
         all.whole ? (uint64_t)((int64_t)all.dmax - (int64_t)all.dmin) : all.kmax - all.kmin;
     if (range == 0) return 0;
     auto finish = [&](int, int64_t lo, int64_t hi) {
-        if (all.whole) {
+        if (is_string_type(type)) {
+            for (int64_t i = lo; i < hi; ++i)
+                K[i] -= all.kmin;
+        } else if (all.whole) {
             const int64_t base = (int64_t)all.dmin;
             for (int64_t i = lo; i < hi; ++i)
                 K[i] = (uint64_t)((int64_t)dfrom(K[i]) - base);
@@ -254,12 +304,13 @@ int gather(uint64_t *K, const int32_t *P, int64_t n, int v, const est::Team &tm)
     return 64 - __builtin_clzll(range);
 }
 
-// Numeric keys, one at a time from the last: each pass orders the range by one key and keeps the
-// order of equal keys from the pass before, so the passes together give the order of all keys with
-// ties in the order they started in. The rows travel as the payload of a 64-bit key array and its
-// buffer; the two index tables of the range hold the rows, and at every point where a Break is
-// answered the index holds a permutation of them.
-int radix_engine(int32_t lo, int32_t hi, const int *vars, int nvars, bool stable, const est::Team &tm) {
+// The keys one at a time from the last, and a string key in its pieces from the last: each
+// pass orders the range by one key and keeps the order of equal keys from the pass before, so the
+// passes together give the order of all keys with ties in the order they started in. The rows
+// travel as the payload of a 64-bit key array and its buffer; the two index tables of the range
+// hold the rows, and at every point where a Break is answered the index holds a permutation of them.
+int radix_engine(int32_t lo, int32_t hi, const int *vars, const int *pieces, int nvars, bool stable,
+                 const est::Team &tm) {
     const int64_t n = (int64_t)hi - lo + 1;
     auto k1 = work_array<uint64_t>(n), k2 = work_array<uint64_t>(n);
     if (!k1 || !k2) return session::error(909);
@@ -268,22 +319,24 @@ int radix_engine(int32_t lo, int32_t hi, const int *vars, int nvars, bool stable
     int32_t *P = (stable ? ds.index2 : ds.index) + (lo - 1);
     int32_t *PB = (stable ? ds.index : ds.index2) + (lo - 1);
     for (int q = nvars - 1; q >= 0; --q) {
-        const int bits = gather(K, P, n, vars[q], tm);
-        if (est::break_pending()) return 1;
-        if (bits == 0) continue;
-        int rc;
-        bool in_buffer = false;
-        if (tm.parallel) {
-            rc = smpsort1(K, P, KB, PB, bits, tm);
-            in_buffer = true;
-        } else {
-            BreakPoll bp;
-            rc = radix_sort1(K, P, KB, PB, n, bits, &in_buffer, bp);
-        }
-        if (rc) return rc;
-        if (in_buffer) {
-            std::swap(K, KB);
-            std::swap(P, PB);
+        for (int c = pieces[q] - 1; c >= 0; --c) {
+            const int bits = gather(K, P, n, vars[q], c, tm);
+            if (est::break_pending()) return 1;
+            if (bits == 0) continue;
+            int rc;
+            bool in_buffer = false;
+            if (tm.parallel) {
+                rc = smpsort1(K, P, KB, PB, bits, tm);
+                in_buffer = true;
+            } else {
+                BreakPoll bp;
+                rc = radix_sort1(K, P, KB, PB, n, bits, &in_buffer, bp);
+            }
+            if (rc) return rc;
+            if (in_buffer) {
+                std::swap(K, KB);
+                std::swap(P, PB);
+            }
         }
     }
     int32_t *rows = ds.index + (lo - 1);
@@ -295,11 +348,8 @@ int radix_engine(int32_t lo, int32_t hi, const int *vars, int nvars, bool stable
 int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, bool parallel) {
     const int64_t n = (int64_t)hi - lo + 1;
     std::vector<SortKey> keys(nvars);
-    bool numeric = true;
-    for (int q = 0; q < nvars; ++q) {
+    for (int q = 0; q < nvars; ++q)
         keys[q] = {ds.offset[vars[q] - 1], ds.vartype[vars[q] - 1]};
-        numeric = numeric && !is_string_type(keys[q].type);
-    }
     const ObsCmp in_place{ds.database, ds.width, ds.index + (lo - 1), keys.data(), nvars, nullptr};
     const int pre = presorted(in_place, n, stable);
     if (pre < 0) return 1;
@@ -312,9 +362,20 @@ int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, 
 
     clear_sortlist();
     bump_changed();
+    // A string key goes through the radix passes in pieces of 8 bytes, as many as its longest value
+    // needs; long strings are left to the comparison, which mostly decides on their first bytes.
+    std::vector<int> pieces(nvars, 1);
+    int total = 0;
+    for (int q = 0; q < nvars; ++q) {
+        const int type = keys[q].type;
+        if (is_string_type(type)) {
+            const int len = type > 16 ? longest(ds.index + (lo - 1), n, vars[q]) : type;
+            pieces[q] = std::max(1, (len + 7) / 8);
+        }
+        total += pieces[q];
+    }
     SortEngine engine = sort_engine;
-    if (engine == SE_AUTO) engine = numeric && n >= RADIX_MIN ? SE_RADIX : SE_COMPARE;
-    if (!numeric) engine = SE_COMPARE;
+    if (engine == SE_AUTO) engine = n >= RADIX_MIN && total <= RADIX_MAX_PIECES ? SE_RADIX : SE_COMPARE;
     int32_t *orig = nullptr;
     if (stable && engine == SE_RADIX) {
         std::memcpy(ds.index2 + (lo - 1), ds.index + (lo - 1), (size_t)n * sizeof(int32_t));
@@ -328,7 +389,7 @@ int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, 
     const int D = est::granularity("smpsort");
     const est::Team tm = parallel ? est::choose_team(n, D) : est::team_rule(n, D, 1, false);
     est::fr.teamSize = tm.size;
-    if (engine == SE_RADIX) return radix_engine(lo, hi, vars, nvars, stable, tm);
+    if (engine == SE_RADIX) return radix_engine(lo, hi, vars, pieces.data(), nvars, stable, tm);
     const ObsCmp cmp{ds.database, ds.width, ds.index + (lo - 1), keys.data(), nvars, orig};
     return compare_engine(lo, hi, cmp, tm);
 }

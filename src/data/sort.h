@@ -13,7 +13,8 @@ int cmd_sort(int);
 // regular sampling when the team rule gives more than one thread. A sort of the whole dataset leaves
 // the variables as the sort list (repeats once); a sort of part of it leaves the list empty. Returns
 // 0, or the code with the message written: 103 (stable with as many keys as variables may be), 909,
-// 1 at a Break, which leaves the index a permutation and the sort list empty.
+// 1 at a Break, which leaves the index a permutation and, once anything has moved, the sort list
+// empty.
 int sort_keys(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, bool parallel);
 
 // The whole dataset in the order held by the `long` variable ivar, a permutation of 1 to _N, and

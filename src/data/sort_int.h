@@ -3,8 +3,11 @@
 // parallel sorts by regular sampling. Tests reach the engines through these too.
 //
 // The order a sort gives is total: keys first, then (with `stable`) the position before the sort,
-// then the position after the shuffle. Every engine below gives that one order, so the result does
-// not depend on which engine ran or on the number of threads.
+// then the position after the shuffle. Two engines give it. The comparison engine sorts positions by
+// the comparison of observations: the quicksort, or smpsort with a team. The radix engine takes one
+// key at a time from the last (a string key in pieces of 8 bytes) as a 64-bit number and sorts it
+// keeping the order of equal keys: radix_sort1, or smpsort1 with a team. Both give the one order, so
+// the result does not depend on which engine ran or on the number of threads.
 #pragma once
 #include <cstdint>
 #include <cstring>
@@ -186,7 +189,7 @@ template <class Same> bool choose_pivots(int t, int64_t nsamples, const Same &sa
     return got == t - 1;
 }
 
-// Which engine runs: by the keys and the count, or one forced (tests compare them).
+// Which engine runs: by the count and the length of string keys, or one forced (tests compare them).
 enum SortEngine { SE_AUTO, SE_COMPARE, SE_RADIX };
 extern SortEngine sort_engine;
 

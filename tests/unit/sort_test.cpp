@@ -342,7 +342,9 @@ class Sorts : public SortFixture {
   protected:
     // n observations: g a byte of few values with missing values among them, x a double with ties,
     // f a float, s a str6 with ties and empty strings, h a long of whole numbers (keys of one counting
-    // pass), w a double of whole numbers over a wide range.
+    // pass), w a double of whole numbers over a wide range, t a str20 and u a str12 of long common
+    // beginnings, with bytes left behind their NUL by a longer value written first, l a str80 of
+    // long values.
     void build(int n, uint64_t seed) {
         if (!ds.nvar) {
             add("g", T_BYTE);
@@ -351,6 +353,9 @@ class Sorts : public SortFixture {
             add("s", 6);
             add("h", T_LONG);
             add("w", T_DOUBLE);
+            add("t", 20);
+            add("u", 12);
+            add("l", 80);
         }
         ASSERT_EQ(set_obs(n), 0);
         uint64_t st = seed;
@@ -363,6 +368,25 @@ class Sorts : public SortFixture {
             put_str(4, i, words[(r >> 32) % 7]);
             put_num(5, i, (double)((r >> 48) % 1000) - 500);
             put_num(6, i, (double)(int64_t)((r >> 12) % 3000) * 4398046511104.0 - 1e15);
+            static const char *longs[] = {"",
+                                          "abcdefg",
+                                          "abcdefgh",
+                                          "abcdefghi",
+                                          "abcdefghZ",
+                                          "abcdefghijklmnop",
+                                          "abcdefghijklmnoq",
+                                          "abcdefghijklmnopq",
+                                          "abcdefghijklmnopqrst",
+                                          "abcdefghijklmnopqrsu",
+                                          "b"};
+            put_str(7, i, "zzzzzzzzzzzzzzzzzzzz");
+            put_str(7, i, longs[(r >> 20) % 11]);
+            put_str(8, i, "yyyyyyyyyyyy");
+            put_str(8, i, longs[(r >> 28) % 11]);
+            // Values up to 80 bytes, most of them long: more pieces than the radix passes take.
+            std::string lv(60 + (r >> 36) % 21, 'q');
+            lv[lv.size() - 1 - (r >> 44) % 3] = (char)('a' + (r >> 50) % 3);
+            put_str(9, i, lv.c_str());
         }
         cap->reset();
     }
@@ -431,6 +455,10 @@ TEST_F(Sorts, EveryEngineAndTeamGivesThePromisedOrder) {
         check_all("h", {5}, 1, n, false);
         check_all("w h", {6, 5}, 1, n, false);
         check_all("h x, stable", {5, 2}, 1, n, true);
+        check_all("t", {7}, 1, n, false);
+        check_all("u t g", {8, 7, 1}, 1, n, false);
+        check_all("t, stable", {7}, 1, n, true);
+        check_all("l g", {9, 1}, 1, n, false);
         check_all("g, stable", {1}, 1, n, true);
         check_all("s, stable", {4}, 1, n, true);
         check_all("x in 11/-20", {2}, 11, n - 19, false);
