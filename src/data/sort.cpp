@@ -72,18 +72,16 @@ int presorted(const ObsCmp &cmp, int64_t n, bool stable) {
     return c > 0 ? 1 : 0;
 }
 
-// For each position of the range, two draws over the range and the index entries at those two
-// positions exchanged; orig, when given, is exchanged alongside. The draws run some steps ahead of
-// the exchanges so that the entries are fetched before they are needed. 1 at a Break.
-int shuffle(int32_t lo, int32_t hi, int32_t *orig) {
+// The exchanges of positions k_from to k_to of the shuffle, applied to idx (and orig when given)
+// from the generator state x, which is left behind the last draw applied. The draws run some steps
+// ahead of the exchanges so that the entries are fetched before they are needed. 1 at a Break.
+int exchange(int32_t *idx, int32_t *orig, int32_t lo, int32_t hi, int64_t k_from, int64_t k_to, uint32_t *x) {
     constexpr int AHEAD = 16; // a power of two
     struct Pair {
         int64_t i, j;
         uint32_t x; // the state behind the pair's draws
     } ring[AHEAD];
-    int32_t *idx = ds.index + (lo - 1);
-    const int64_t n = (int64_t)hi - lo + 1;
-    uint32_t drawn = gen_state();
+    uint32_t drawn = *x;
     auto draw_pair = [&](Pair &pr) {
         pr.i = sortgen_draw(&drawn, lo, hi) - lo;
         pr.j = sortgen_draw(&drawn, lo, hi) - lo;
@@ -91,22 +89,65 @@ int shuffle(int32_t lo, int32_t hi, int32_t *orig) {
         __builtin_prefetch(idx + pr.i, 1);
         __builtin_prefetch(idx + pr.j, 1);
     };
-    for (int64_t k = 0; k < n && k < AHEAD; ++k)
+    const int64_t m = k_to - k_from;
+    for (int64_t k = 0; k < m && k < AHEAD; ++k)
         draw_pair(ring[k]);
-    uint32_t x = gen_state();
-    for (int64_t k = 0; k < n; ++k) {
+    for (int64_t k = 0; k < m; ++k) {
         Pair &pr = ring[k & (AHEAD - 1)];
         const int64_t i = pr.i, j = pr.j;
-        x = pr.x;
-        if (k + AHEAD < n) draw_pair(pr);
+        *x = pr.x;
+        if (k + AHEAD < m) draw_pair(pr);
         std::swap(idx[i], idx[j]);
         if (orig) std::swap(orig[i], orig[j]);
-        if ((k & 65535) == 65535 && est::break_pending()) {
-            gen_save(x);
-            return 1;
-        }
+        if ((k & 65535) == 65535 && est::break_pending()) return 1;
     }
-    gen_save(x);
+    return 0;
+}
+
+// For each position of the range, two draws over the range and the index entries at those two
+// positions exchanged; orig, when given, is exchanged alongside. With a team, and the second index
+// table free, the exchanges of the second half are made at the same time on a table of positions
+// of their own, from the state the first half leaves (the generator jumps there), and the two are
+// put together behind: the index is then what the exchanges one after the other make of it. 1 at a
+// Break.
+int shuffle(int32_t lo, int32_t hi, int32_t *orig, bool table_free, const est::Team &tm) {
+    int32_t *idx = ds.index + (lo - 1);
+    const int64_t n = (int64_t)hi - lo + 1;
+    uint32_t x = gen_state();
+    if (orig || !table_free || !tm.parallel) {
+        const int rc = exchange(idx, orig, lo, hi, 0, n, &x);
+        gen_save(x);
+        return rc;
+    }
+    int32_t *pos = ds.index2 + (lo - 1);
+    const int64_t half = n / 2;
+    uint32_t xs[2] = {x, sortgen_jump(x, 2 * half)};
+    uint8_t stopped[2] = {0, 0};
+    const est::Team two{2, 2, 1, true};
+    est::run_region(two, [&](int t, int64_t, int64_t) {
+        if (t == 0) {
+            stopped[0] = (uint8_t)exchange(idx, nullptr, lo, hi, 0, half, &xs[0]);
+        } else {
+            for (int64_t i = 0; i < n; ++i)
+                pos[i] = (int32_t)i;
+            stopped[1] = (uint8_t)exchange(pos, nullptr, lo, hi, half, n, &xs[1]);
+        }
+    });
+    if (stopped[0] || stopped[1] || est::break_pending()) {
+        gen_save(xs[0]);
+        return 1;
+    }
+    gen_save(xs[1]);
+    est::run_region(tm, [&](int, int64_t b, int64_t e) {
+        constexpr int AHEAD = 16;
+        for (int64_t p = b; p < e; ++p) {
+            if (p + AHEAD < e) __builtin_prefetch(idx + pos[p + AHEAD]);
+            pos[p] = idx[pos[p]];
+        }
+    });
+    est::run_region(tm, [&](int, int64_t b, int64_t e) {
+        std::memcpy(idx + b, pos + b, (size_t)(e - b) * sizeof(int32_t));
+    });
     return 0;
 }
 
@@ -326,8 +367,7 @@ int radix_engine(int32_t lo, int32_t hi, const int *vars, const int *pieces, int
             int rc;
             bool in_buffer = false;
             if (tm.parallel) {
-                rc = smpsort1(K, P, KB, PB, bits, tm);
-                in_buffer = true;
+                rc = smpsort1(K, P, KB, PB, bits, tm, &in_buffer);
             } else {
                 BreakPoll bp;
                 rc = radix_sort1(K, P, KB, PB, n, bits, &in_buffer, bp);
@@ -384,11 +424,11 @@ int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, 
         for (int64_t i = 0; i < n; ++i)
             orig[i] = (int32_t)i;
     }
-    if (shuffle(lo, hi, orig)) return 1;
-
     const int D = est::granularity("smpsort");
     const est::Team tm = parallel ? est::choose_team(n, D) : est::team_rule(n, D, 1, false);
     est::fr.teamSize = tm.size;
+    if (shuffle(lo, hi, orig, !stable, tm)) return 1;
+
     if (engine == SE_RADIX) return radix_engine(lo, hi, vars, pieces.data(), nvars, stable, tm);
     const ObsCmp cmp{ds.database, ds.width, ds.index + (lo - 1), keys.data(), nvars, orig};
     return compare_engine(lo, hi, cmp, tm);

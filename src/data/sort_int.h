@@ -30,6 +30,16 @@ inline int64_t sortgen_draw(uint32_t *x, int64_t lo, int64_t hi) {
     return d > hi ? hi : d;
 }
 
+// The state k steps on from x: x times 68969^k, in 31 bits.
+inline uint32_t sortgen_jump(uint32_t x, int64_t k) {
+    uint64_t m = 68969, r = 1;
+    for (; k > 0; k >>= 1) {
+        if (k & 1) r = (r * m) & SORTGEN_MASK;
+        m = (m * m) & SORTGEN_MASK;
+    }
+    return (uint32_t)((r * x) & SORTGEN_MASK);
+}
+
 // ---- The order of cells ----------------------------------------------------------------------------
 
 // A number as an unsigned key in the order of the doubles: -0 is 0, and the missing values sort above
@@ -170,9 +180,10 @@ int radix_sort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int64_t n, i
 // the team tm, whose blocks are the chunks; the result stands in b, of the same length. 0; 1 at a
 // Break; 909 with the message written when the pivots cannot be chosen.
 int smpsort(int32_t *a, int32_t *b, const ObsCmp &cmp, const est::Team &tm);
-// smpsort1: one key k[0..n) below 2^bits with its payload p, keeping the order of equal keys; the
-// result stands in kb/pb. Codes as smpsort.
-int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int bits, const est::Team &tm);
+// smpsort1: one key k[0..n) below 2^bits with its payload p, keeping the order of equal keys, through
+// the buffers kb/pb; *in_buffer tells whether the result stands in them or in k/p. Codes as smpsort.
+int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int bits, const est::Team &tm,
+             bool *in_buffer);
 // The pivot choice of both, on samples already sorted: t-1 pivots, one at each step of t from
 // position t/2-1 on, passing over samples equal to the pivot before. The positions of the pivots in
 // piv; false when t-1 distinct ones cannot be found.

@@ -38,16 +38,20 @@ struct Head {
 };
 
 // The steps common to both forms. Ops holds the two arrays a and b and knows their elements:
-//   sort_chunk(lo, hi, bp)     sorts a[lo, hi), the result in a; 1 at a Break
-//   sample(c, lo, j)           the element at a[lo + j], of chunk c, as a Sample
+//   sort_chunk(lo, hi, bp)     sorts a[lo, hi), the result in a or in b[lo, hi); 1 at a Break
+//   in_b(lo)                   whether the chunk from lo stands in b
+//   back(lo, hi)               the chunk from b to a
+//   flip()                     a and b change places
+//   sample(c, lo, j)           the element at lo + j of sorted chunk c, as a Sample
 //   sample_cmp(x, y)           the order of two samples, -1, 0 or 1
 //   cut(c, lo, hi, pivot)      the first position of chunk c's sorted a[lo, hi) not below the pivot
 //   less(i, j)                 a[i] before a[j] (strictly)
 //   put(i, o)                  a[i] to b[o]
 //   copy(x, o)                 the run x of a to b[o..]
 //   merge2(x, y, o)            the runs x and y of a merged into b[o..], x first on equal elements
-// The sorted range stands in b at the end.
-template <class Ops> int regular_sampling(Ops &ops, const est::Team &tm) {
+// The sorted range stands in b at the end; when the chunks all came out in b, the arrays change places
+// rather than the chunks being copied back, and *flipped tells it.
+template <class Ops> int regular_sampling(Ops &ops, const est::Team &tm, bool *flipped) {
     using Sample = typename Ops::Sample;
     const int t = tm.size;
     std::vector<Sample> samples((size_t)t * t);
@@ -65,6 +69,22 @@ template <class Ops> int regular_sampling(Ops &ops, const est::Team &tm) {
             samples[(size_t)c * t + k] = ops.sample(c, lo, len > 0 ? (int64_t)k * len / t : 0);
     });
     if (rc || std::find(stopped.begin(), stopped.end(), 1) != stopped.end()) return 1;
+    int in_b = 0;
+    for (int c = 0; c < t; ++c) {
+        int64_t lo, hi;
+        est::block_of(c, tm.n, tm.B, &lo, &hi);
+        in_b += ops.in_b(lo) ? 1 : 0;
+    }
+    *flipped = in_b == t;
+    if (*flipped) {
+        ops.flip();
+    } else if (in_b) {
+        for (int c = 0; c < t; ++c) {
+            int64_t lo, hi;
+            est::block_of(c, tm.n, tm.B, &lo, &hi);
+            if (ops.in_b(lo)) ops.back(lo, hi);
+        }
+    }
 
     // The samples in order, and the pivots.
     std::vector<int64_t> order((size_t)t * t);
@@ -151,6 +171,9 @@ struct ObsOps {
     const ObsCmp &cmp;
 
     int sort_chunk(int64_t lo, int64_t hi, BreakPoll &bp) { return quicksort(a, lo, hi - 1, cmp, bp); }
+    bool in_b(int64_t) const { return false; }
+    void back(int64_t, int64_t) {}
+    void flip() { std::swap(a, b); }
     Sample sample(int, int64_t lo, int64_t j) const { return a[lo + j]; }
     int sample_cmp(Sample x, Sample y) const { return cmp(x, y); }
     int64_t cut(int, int64_t lo, int64_t hi, Sample pv) const {
@@ -185,16 +208,25 @@ struct KeyOps {
     int32_t *p, *pb;
     int bits;
 
+    std::vector<uint8_t> &chunk_in_b; // by chunk start, set by sort_chunk
+    int64_t B;                        // chunk length
+
     int sort_chunk(int64_t lo, int64_t hi, BreakPoll &bp) {
         bool in_buffer = false;
         if (radix_sort1(k + lo, p + lo, kb + lo, pb + lo, hi - lo, bits, &in_buffer, bp)) return 1;
-        if (in_buffer) {
-            std::memcpy(k + lo, kb + lo, (size_t)(hi - lo) * sizeof(uint64_t));
-            std::memcpy(p + lo, pb + lo, (size_t)(hi - lo) * sizeof(int32_t));
-        }
+        chunk_in_b[lo / B] = in_buffer;
         return 0;
     }
-    Sample sample(int c, int64_t lo, int64_t j) const { return {k[lo + j], c, j}; }
+    bool in_b(int64_t lo) const { return chunk_in_b[lo / B] != 0; }
+    void back(int64_t lo, int64_t hi) {
+        std::memcpy(k + lo, kb + lo, (size_t)(hi - lo) * sizeof(uint64_t));
+        std::memcpy(p + lo, pb + lo, (size_t)(hi - lo) * sizeof(int32_t));
+    }
+    void flip() {
+        std::swap(k, kb);
+        std::swap(p, pb);
+    }
+    Sample sample(int c, int64_t lo, int64_t j) const { return {(in_b(lo) ? kb : k)[lo + j], c, j}; }
     int sample_cmp(const Sample &x, const Sample &y) const {
         if (x.key != y.key) return x.key < y.key ? -1 : 1;
         if (x.chunk != y.chunk) return x.chunk < y.chunk ? -1 : 1;
@@ -237,12 +269,18 @@ struct KeyOps {
 
 int smpsort(int32_t *a, int32_t *b, const ObsCmp &cmp, const est::Team &tm) {
     ObsOps ops{a, b, cmp};
-    return regular_sampling(ops, tm);
+    bool flipped = false;
+    return regular_sampling(ops, tm, &flipped);
 }
 
-int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int bits, const est::Team &tm) {
-    KeyOps ops{k, kb, p, pb, bits};
-    return regular_sampling(ops, tm);
+int smpsort1(uint64_t *k, int32_t *p, uint64_t *kb, int32_t *pb, int bits, const est::Team &tm,
+             bool *in_buffer) {
+    std::vector<uint8_t> chunk_in_b(tm.size, 0);
+    KeyOps ops{k, kb, p, pb, bits, chunk_in_b, tm.B};
+    bool flipped = false;
+    const int rc = regular_sampling(ops, tm, &flipped);
+    *in_buffer = !flipped;
+    return rc;
 }
 
 } // namespace data

@@ -46,6 +46,14 @@ TEST(SortGen, StepsAndDrawsWorkedByHand) {
     x = 1001;
     EXPECT_EQ(sortgen_draw(&x, 1, 10), 1);
     EXPECT_EQ(sortgen_draw(&x, 1, 10), 3);
+    // A jump of k steps lands where k steps do.
+    EXPECT_EQ(sortgen_jump(1001, 0), 1001u);
+    EXPECT_EQ(sortgen_jump(1001, 1), 69037969u);
+    EXPECT_EQ(sortgen_jump(1001, 4), 540853257u);
+    x = 12345;
+    for (int k = 0; k < 100000; ++k)
+        x = sortgen_step(x);
+    EXPECT_EQ(sortgen_jump(12345, 100000), x);
     // A range of one gives its one position; the largest state stays inside the widest range.
     x = 1001;
     EXPECT_EQ(sortgen_draw(&x, 7, 7), 7);
@@ -284,7 +292,9 @@ TEST(SortSmp, RegularSamplingKeepsTheOrderOfEqualKeysAtAnyTeam) {
     uint64_t s = 5;
     const int64_t n = 30000;
     for (int t : {2, 3, 4, 5, 8}) {
-        for (int spread : {2, 50, 0}) {
+        // A short key comes out of its chunks in the buffers, a long one in the arrays.
+        for (uint64_t spread : {2ull, 50ull, 1ull << 20, 0ull}) {
+            const int bits = spread ? 64 - __builtin_clzll(spread) : 64;
             std::vector<uint64_t> k(n), kb(n);
             std::vector<int32_t> p(n), pb(n);
             for (int64_t i = 0; i < n; ++i) {
@@ -294,9 +304,10 @@ TEST(SortSmp, RegularSamplingKeepsTheOrderOfEqualKeysAtAnyTeam) {
             std::vector<int32_t> want = p;
             std::stable_sort(want.begin(), want.end(), [&](int32_t x, int32_t y) { return k[x] < k[y]; });
             const est::Team tm{t, n, (n + t - 1) / t, true};
-            ASSERT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), 64, tm), 0);
-            EXPECT_EQ(pb, want) << t << " " << spread;
-            EXPECT_TRUE(std::is_sorted(kb.begin(), kb.end()));
+            bool in_buffer = false;
+            ASSERT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), bits, tm, &in_buffer), 0);
+            EXPECT_EQ(in_buffer ? pb : p, want) << t << " " << spread;
+            EXPECT_TRUE(std::is_sorted(in_buffer ? kb.begin() : k.begin(), in_buffer ? kb.end() : k.end()));
         }
     }
 }
@@ -323,7 +334,7 @@ TEST(SortBreak, TheEnginesStopWithPermutations) {
     EXPECT_TRUE(perm(p));
     EXPECT_TRUE(perm(pb));
     const est::Team tm{2, n, n / 2, true};
-    EXPECT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), 64, tm), 1);
+    EXPECT_EQ(smpsort1(k.data(), p.data(), kb.data(), pb.data(), 64, tm, &in_buffer), 1);
     EXPECT_TRUE(perm(p));
     std::vector<int32_t> a(n);
     std::iota(a.begin(), a.end(), 0);
