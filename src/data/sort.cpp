@@ -384,7 +384,7 @@ int radix_engine(int32_t lo, int32_t hi, const int *vars, const int *pieces, int
     return 0;
 }
 
-// Steps 3 to 6 for a range of more than one observation.
+// A range of more than one observation: the presortedness test, then the shuffle and an engine.
 int sort_range(const int *vars, int nvars, int32_t lo, int32_t hi, bool stable, bool parallel) {
     const int64_t n = (int64_t)hi - lo + 1;
     std::vector<SortKey> keys(nvars);
