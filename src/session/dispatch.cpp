@@ -16,6 +16,7 @@
 #include "data/list.h"
 #include "data/markcmd.h"
 #include "data/scalar.h"
+#include "data/sort.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
 #include "lang/flow.h"
