@@ -60,8 +60,10 @@ fi
 bash "$here/prog_calls.sh" "$build"
 bash "$here/forvalues.sh" "$build"
 for b in "$here/../$build"/bench_*; do
+  [ "$(basename "$b")" = bench_gen_bench ] && continue # gen.sh runs it beside its peer
   [ -x "$b" ] && "$b" --benchmark_min_time=0.2 2>/dev/null
 done
+bash "$here/gen.sh" "$build"
 
 # Peers of the kernels, where their tools are installed: the same arithmetic and formatting in numpy.
 py=/usr/bin/python3
@@ -84,4 +86,37 @@ PY
 fi
 if command -v Rscript >/dev/null; then
   Rscript -e 'n<-1e7; x<-(1:n)*0.5; y<-((1:n)%%1000)*0.25; z<-((1:n)%%3)*1; t<-system.time(r<-x*2+y/3-(z>1))[["elapsed"]]; cat(sprintf("R peer: x*2 + y/3 - (z>1) over 10,000,000 %8.1f ms\n", t*1000))'
+fi
+
+# Peers of sort (bench_sort_bench above): data.table's setorder with 1 and 2 threads and pandas'
+# sort_values, on 10,000,000 random doubles and on 1,000 groups of them; best of three, and the peak
+# resident size of the whole process beside.
+peak() { /usr/bin/time -f "%M" -o "$work/peak" "$@"; echo "  (peak resident size of the process $(( $(cat "$work/peak") / 1024 )) MB)"; }
+if command -v Rscript >/dev/null && Rscript -e 'library(data.table)' >/dev/null 2>&1; then
+  for th in 1 2; do
+    peak Rscript -e "suppressMessages(library(data.table)); setDTthreads($th); set.seed(1); n <- 1e7
+      tx <- tg <- c()
+      for (r in 1:3) {
+        DT <- data.table(x = runif(n), g = sample.int(1000L, n, replace = TRUE))
+        tx <- c(tx, system.time(setorder(DT, x))[['elapsed']])
+        DT <- data.table(x = runif(n), g = sample.int(1000L, n, replace = TRUE))
+        tg <- c(tg, system.time(setorder(DT, g, x))[['elapsed']])
+      }
+      cat(sprintf('data.table peer, %d thread(s): setorder(x) %6.0f ms, setorder(g, x) %6.0f ms\n', $th, min(tx) * 1000, min(tg) * 1000))"
+  done
+fi
+if [ -x "$py" ] && "$py" -c 'import pandas' 2>/dev/null; then
+  peak "$py" - <<'PY'
+import time
+import numpy as np
+import pandas as pd
+n = 10_000_000
+rng = np.random.default_rng(1)
+tx, tg = [], []
+for _ in range(3):
+    df = pd.DataFrame({"x": rng.random(n), "g": rng.integers(0, 1000, n)})
+    t0 = time.perf_counter(); df.sort_values("x"); tx.append(time.perf_counter() - t0)
+    t0 = time.perf_counter(); df.sort_values(["g", "x"]); tg.append(time.perf_counter() - t0)
+print("pandas peer: sort_values(x) %6.0f ms, sort_values([g, x]) %6.0f ms" % (min(tx) * 1000, min(tg) * 1000))
+PY
 fi

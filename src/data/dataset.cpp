@@ -597,6 +597,21 @@ int find_var(const char *name) {
     return 0;
 }
 
+void cut_vars(int n) {
+    if (n < 0 || n >= ds.nvar) return;
+    for (int k = 0; ds.sortlist[k]; ++k)
+        if (ds.sortlist[k] > n) {
+            ds.sortlist[k] = 0;
+            break;
+        }
+    for (int v = ds.nvar; v > n; --v)
+        if (hook_drop_var) hook_drop_var(ds.varname[v - 1]);
+    ds.w_cur = ds.offset[n];
+    ds.nvar = n;
+    if (ds.nvar_visible > n) ds.nvar_visible = n;
+    ++ds.structure;
+}
+
 void command_start() {
     ds.nvar_visible = ds.nvar;
     ds.scratch_rc = 0;

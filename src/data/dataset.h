@@ -136,6 +136,10 @@ int add_scratch(int type);
 void scratch_reset();
 // The number of the variable of exactly that name, or 0.
 int find_var(const char *name);
+// Puts the variable count back to n: the variables behind it, the newest, go without a trace (their
+// sort-list entries and what the stores keyed by name hold for them); the changed counter is the
+// caller's. For a command that fails after it made variables.
+void cut_vars(int n);
 
 // The start of each command: every variable is visible again and scratch failures are forgotten.
 void command_start();

@@ -159,7 +159,7 @@ const char *op_name(int word, int *noperand);
 // Test aids that show what each machine does with its stacks. run_left runs rec for observation i by
 // the machine for one observation and gives the count of numbers and of strings left on its stacks;
 // returns 0 or the code. has_block_form says whether expr_xeq_block runs rec by blocks; run_block_left
-// runs such a record for observations first .. first+n-1 (n at most 256) by the block machine into out
+// runs such a record for observations first .. first+n-1 (n at most 64) by the block machine into out
 // and returns the count of numbers left on its stack.
 int run_left(ExprRecord &rec, int32_t i, int *nleft, int *sleft);
 bool has_block_form(const ExprRecord &rec);

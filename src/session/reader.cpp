@@ -51,6 +51,8 @@ void file_close(FileSource *f) {
 
 void set_prompt(FileSource *f, const char *prompt) { f->prompt = prompt; }
 
+const char *file_prompt(const FileSource *f) { return f->prompt; }
+
 namespace {
 
 // Next byte of the file, or -1 at its end; CR and CR LF both come out as LF.

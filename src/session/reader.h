@@ -14,6 +14,7 @@ FileSource *file_open(const char *path);
 void file_close(FileSource *f);
 // What is echoed before each physical line read (". " for do), or none to echo nothing.
 void set_prompt(FileSource *f, const char *prompt);
+const char *file_prompt(const FileSource *f);
 
 // Reads one command of a file into buf (cap bytes), doing comments, `///` joins and the delimiter.
 // 0 with a command; 1 at end of file; 2 when the command was too long ("input too long" is written and

@@ -230,6 +230,40 @@ check "q leaves the help" wait_prompt 3
 run 'display "after help"'
 check "the session goes on after help" wait_for '^after help$'
 
+# ---- input at the prompt: each observation asked for by its number, a bad line asked for again
+# (the screen drops trailing blanks: the prompt "  1. " shows as "  1.")
+run 'clear'
+run 'input id str8 name'
+check "input asks for observation 1" wait_for '^  1\.$'
+run '1 "ann lee"'
+check "input asks for observation 2" wait_for '^  2\.$'
+run '2 bob extra'
+check "a line with too many values is refused" wait_for '^too many values \(2 expected, 3 given\)$'
+check "and observation 2 is asked for again" wait_count '^  2\.' 2
+run 'two bob'
+check "a value that is no number is refused" wait_for "^'two' cannot be read as a number for id$"
+check "and observation 2 is asked for a third time" wait_count '^  2\.' 3
+run '2 bob'
+check "then observation 3 is asked for" wait_for '^  3\.$'
+run 'end'
+check "end gives the prompt back" wait_prompt 3
+run 'list, clean'
+check "the first line was kept" wait_for '^  1\. +1 +ann lee$'
+check "the good second line was kept" wait_for '^  2\. +2 +bob$'
+# Break while values are typed ends input with r(1), keeping what was entered.
+run 'input id name'
+check "input of existing variables asks for observation 3" wait_for '^  3\.$'
+run '3 cy'
+wait_for '^  4\.$'
+text '4 d'; keys C-c
+after_break() { screen | grep -A3 -- '^  4\. 4 d$' | tr '\n' '|' | grep -q -- '--Break--|r(1);|'; }
+wait_after_break() { local t=0; while (( t < 30 )); do after_break && return 0; sleep 0.1; t=$((t + 1)); done; return 1; }
+check "Break ends input with --Break-- and r(1)" wait_after_break
+check "prompt after the broken input" wait_prompt 3
+run 'display "obs " _N'
+check "the observation entered before the Break was kept" wait_for '^obs 3$'
+run 'clear'
+
 # ---- the end
 run 'exit'
 t=0
