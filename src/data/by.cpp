@@ -9,6 +9,7 @@
 #include "data/dataset.h"
 #include "data/expr.h"
 #include "data/fmt.h"
+#include "data/gen.h"
 #include "data/sort.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
@@ -17,6 +18,7 @@
 #include "session/commands.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
+#include "session/loop.h"
 #include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
@@ -128,6 +130,8 @@ bool quiet_command(const char *name) {
 int command_kind(const std::string &word, ByKind *kind, bool *announce) {
     if (word.empty()) return session::error(198);
     if (const session::CmdRow *r = session::find_command(word.c_str())) {
+        if (std::strcmp(r->name, "by") == 0 || std::strcmp(r->name, "bysort") == 0)
+            return session::error(7198);
         if (!(r->flags & session::CF_BY))
             return session::fail(190, std::string(r->name) + " may not be combined with by\n");
         *kind = BK_LOOP;
@@ -158,7 +162,8 @@ void drop_scratch_from(int first) {
     std::vector<uint8_t> flags((size_t)ds.nvar, 0);
     bool any = false;
     for (int v = first; v <= ds.nvar; ++v)
-        if (std::strcmp(ds.varname[v - 1], "_delete") == 0 && v != bys.keep_var) flags[(size_t)v - 1] = any = 1;
+        if (std::strcmp(ds.varname[v - 1], "_delete") == 0 && v != bys.keep_var)
+            flags[(size_t)v - 1] = any = 1;
     if (any) drop_vars(flags.data());
 }
 
@@ -228,6 +233,26 @@ int run_groups(const Groups &g, const std::string &cmd, ByKind kind, bool announ
     return 0;
 }
 
+// generate and replace over more than 128 observations: one pass over all groups (byxeq_bi_gen,
+// byxeq_bi_rep) when their expressions are pure; *taken tells whether it ran.
+int one_pass(const Groups &g, const std::string &cmd, bool *taken) {
+    *taken = false;
+    if (ds.nobs <= 128) return 0;
+    std::memcpy(tk.cmdbuf, cmd.c_str(), cmd.size() + 1);
+    session::settok(tk.cmdbuf);
+    const std::string word = gettok(SEP_STD);
+    const session::CmdRow *r = session::find_command(word.c_str());
+    const bool gen = r && std::strcmp(r->name, "generate") == 0,
+               rep = r && std::strcmp(r->name, "replace") == 0;
+    if (!gen && !rep) return 0;
+    std::vector<ObsGroup> groups((size_t)g.count());
+    for (int k = 0; k < g.count(); ++k)
+        groups[(size_t)k] = ObsGroup{g.start[(size_t)k], g.start[(size_t)k + 1] - 1};
+    session::lp.byprefix = 1;
+    command_begin();
+    return gen ? gen_by_groups(groups, taken) : rep_by_groups(groups, taken);
+}
+
 // A onecall program runs once; __byindex holds the group of each observation while it runs.
 int run_onecall(const Groups &g, const std::string &cmd, bool rc0) {
     int bv = 0;
@@ -271,7 +296,8 @@ int read_prefix(std::vector<int> &byvars, std::vector<int> &tail, bool *sort, bo
     if (t == ",") {
         std::vector<session::Option> opts;
         if (int rc = session::read_options(opts, ':')) return rc;
-        const session::OptSpec specs[] = {session::opt_flag("sort", 1, *sort), session::opt_flag("rc0", 3, *rc0)};
+        const session::OptSpec specs[] = {session::opt_flag("sort", 1, *sort),
+                                          session::opt_flag("rc0", 3, *rc0)};
         if (int rc = session::match_options(opts, specs)) return rc;
         t = gettok(SEP_STD);
     }
@@ -304,6 +330,8 @@ int cmd_by(int bysort) {
     g.vars = byvars;
     if (int rc = find_groups(g)) return rc;
     if (kind == BK_ONECALL) return run_onecall(g, cmd, rc0);
+    bool taken = false;
+    if (int rc = one_pass(g, cmd, &taken); taken || rc) return rc;
     return run_groups(g, cmd, kind, announce, rc0);
 }
 

@@ -123,17 +123,17 @@ int cmd_dropkeep(int keep) {
         deleted_note(removed);
         return 0;
     }
+    // Variables are dropped and kept for the whole dataset, never for one group.
+    if (session::lp.byprefix) return session::error(190);
     // Only _all of a dataset without variables is a list of nothing: drop clears, keep keeps.
     if (ps.count == 0 || ds.nvar == 0) {
         if (keep) return 0;
-        if (session::lp.byprefix) return session::error(190);
         clear_dataset();
         return 0;
     }
     std::vector<uint8_t> f = list_flags();
     // Dropping every variable leaves nothing to hold observations: the dataset is cleared.
     if (!keep && std::all_of(f.begin(), f.begin() + ds.nvar, [](uint8_t x) { return x != 0; })) {
-        if (session::lp.byprefix) return session::error(190);
         clear_dataset();
         return 0;
     }
@@ -149,6 +149,7 @@ int cmd_rename(int) {
     if (*gettok(SEP_STD)) return session::error(103);
     const int v = varlookup(oldname, true, varabbrev);
     if (v < 0) return -v;
+    if (session::lp.byprefix) return session::error(190);
     return rename_var(v, newname.c_str());
 }
 

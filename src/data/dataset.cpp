@@ -625,13 +625,11 @@ void mark_changed(const char *varname) {
 }
 
 int drop_vars(const uint8_t *flags) {
-    if (session::lp.byprefix) return session::error(190);
     int rc = drop_core(flags, true);
     return rc ? session::error(rc) : 0;
 }
 
 int keep_vars(const uint8_t *flags) {
-    if (session::lp.byprefix) return session::error(190);
     std::vector<uint8_t> drop(ds.nvar);
     for (int v = 1; v <= ds.nvar; ++v)
         drop[v - 1] = (!flags[v - 1] && std::strcmp(ds.varname[v - 1], "(e)") != 0) ? 1 : 0;
@@ -730,7 +728,6 @@ int order_vars(const int *list, int n) {
 }
 
 int rename_var(int v, const char *newname) {
-    if (session::lp.byprefix) return session::error(190);
     if (int rc = check_newname(newname)) return rc;
     // The check of a free slot and of the row is that of adding a byte variable.
     int slot = append_var(newname, T_BYTE, false);

@@ -206,19 +206,15 @@ struct NoBy {
     }
 };
 
-// The by part of marksample: a program run once for all groups finds its group in the variable
-// __byindex, and only the observations of the current group (_byindex()) keep their mark. Under the
-// group loop the mark already stands within the group's bounds.
-int by_part(int v) {
-    if (!session::lp.byprefix) return 0;
+// The by part of marksample. Under the group loop, and in the groups of a `_byobs` block, the mark
+// already stands within the group's bounds. A program that `by` runs once for all groups (onecall)
+// finds the groups in the variable __byindex: outside `_byobs` every group is in the sample, so
+// only the variable's presence and type are checked.
+int by_part(int) {
+    if (!bys.running || bys.state) return 0;
     const int bv = find_var("__byindex");
-    if (!bv) {
-        if (bys.state) return 0;
-        return session::fail(111, "variable `byvar' not found\n");
-    }
+    if (!bv) return session::fail(111, "variable `byvar' not found\n");
     if (ds.vartype[bv - 1] != T_LONG) return session::fail(109, "variable `byvar' does not contain a long\n");
-    for (int32_t i = 1; i <= ds.nobs; ++i)
-        if (get_num(bv, i) != exby.index) *cell_addr(v, i) = 0;
     return 0;
 }
 

@@ -450,8 +450,10 @@ int cmd_byobs(int) {
     const int bv = data::find_var("__byindex");
     if (bv > 0) {
         for (int32_t i = 1; i <= data::ds.nobs; ++i)
-            if (i == 1 || data::get_num(bv, i) != data::get_num(bv, i - 1)) groups.push_back({i, i});
-            else groups.back().second = i;
+            if (i == 1 || data::get_num(bv, i) != data::get_num(bv, i - 1))
+                groups.push_back({i, i});
+            else
+                groups.back().second = i;
     } else {
         groups.push_back({1, data::ds.nobs});
     }

@@ -13,6 +13,7 @@ enum CmdFlag : uint8_t {
     CF_LOOP = 2,   // a loop head: a typed line is not expanded before it runs
     CF_PREFIX = 4, // read past when a typed line is checked for a loop head
     CF_SHORT = 8,  // one letter is enough as that prefix, and while skipping under version 8 and later
+    CF_BY = 16,    // may run under the by prefix, once for each group
 };
 
 struct CmdRow {

@@ -125,8 +125,13 @@ TEST_F(DataCmd, DropAndKeepVariables) {
     EXPECT_EQ(run(cmd_dropkeep, 0, "name if 1"), 198);
     EXPECT_EQ(msg(), "'name if 1' invalid\n");
     session::lp.byprefix = 1;
+    const std::string before = names();
     EXPECT_EQ(run(cmd_dropkeep, 0, "name"), 190);
     EXPECT_EQ(msg(), "request may not be combined with by\n");
+    EXPECT_EQ(run(cmd_dropkeep, 1, "name"), 190);
+    EXPECT_EQ(run(cmd_dropkeep, 0, "_all"), 190);
+    EXPECT_EQ(run(cmd_rename, "name nm"), 190);
+    EXPECT_EQ(names(), before);
     session::lp.byprefix = 0;
     EXPECT_EQ(run(cmd_dropkeep, 0, "_all"), 0);
     EXPECT_EQ(ds.nvar, 0);
