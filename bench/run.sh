@@ -64,6 +64,7 @@ for b in "$here/../$build"/bench_*; do
   [ -x "$b" ] && "$b" --benchmark_min_time=0.2 2>/dev/null
 done
 bash "$here/gen.sh" "$build"
+bash "$here/by.sh" "$build"
 
 # Peers of the kernels, where their tools are installed: the same arithmetic and formatting in numpy.
 py=/usr/bin/python3
