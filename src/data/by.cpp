@@ -169,11 +169,7 @@ void drop_scratch_from(int first) {
 
 // A failure under by: the variables made since the first group go.
 void put_back_variables(int nvar_at) {
-    if (ds.nvar <= nvar_at) return;
-    std::vector<uint8_t> flags((size_t)ds.nvar, 0);
-    for (int v = nvar_at + 1; v <= ds.nvar; ++v)
-        flags[(size_t)v - 1] = 1;
-    drop_vars(flags.data());
+    if (ds.nvar > nvar_at) cut_vars(nvar_at);
 }
 
 // Everything by changes, put back on every path.
@@ -331,7 +327,11 @@ int cmd_by(int bysort) {
     if (int rc = find_groups(g)) return rc;
     if (kind == BK_ONECALL) return run_onecall(g, cmd, rc0);
     bool taken = false;
-    if (int rc = one_pass(g, cmd, &taken); taken || rc) return rc;
+    const int nvar_at = ds.nvar;
+    if (int rc = one_pass(g, cmd, &taken); taken || rc) {
+        if (rc) put_back_variables(nvar_at);
+        return rc;
+    }
     return run_groups(g, cmd, kind, announce, rc0);
 }
 

@@ -32,11 +32,6 @@ bool rep_failed = false; // a promotion failed in some group
 bool first_run() { return bys.state <= 1; }
 bool reports_now() { return bys.state == 0 || bys.last; }
 
-// A failure under `by` puts the variable count back to where it stood before the first group.
-void by_restore() {
-    if (bys.state && bys.nvar_at >= 1) cut_vars(bys.nvar_at);
-}
-
 // The sort list ends before v: the order of v is no longer known.
 void cut_sortlist(int v) {
     for (int k = 0; ds.sortlist[k]; ++k)
@@ -124,7 +119,6 @@ void gen_note(const GenCounts &c) {
 int cmd_generate(int) {
     GenLine g;
     if (int rc = gen_parse(g)) {
-        by_restore();
         return rc;
     }
     if (first_run()) gen_total = {};
@@ -136,7 +130,6 @@ int cmd_generate(int) {
     if (!v) {
         int64_t filled = 0;
         if (int rc = gen_newvar(g, lo, hi, &v, &filled)) {
-            by_restore();
             return rc;
         }
         // under by each group counts its own observations
@@ -147,9 +140,7 @@ int cmd_generate(int) {
     const ObsGroup grp{lo, hi};
     if (int rc = gen_run(v, RunPlan{{&grp, 1}, false}, c)) {
         // no half-made variable
-        if (bys.state) {
-            by_restore();
-        } else {
+        if (!bys.state) { // under by, by puts the variables back
             cut_vars(nvar0);
             ds.changed = changed0;
         }
@@ -214,7 +205,6 @@ int rep_apply(const RepLine &r, const RunPlan &plan, RepCounts &c, bool *failed)
 int cmd_replace(int) {
     RepLine r;
     if (int rc = rep_parse(r)) {
-        by_restore();
         return rc;
     }
     if (first_run()) {
@@ -231,12 +221,10 @@ int cmd_replace(int) {
     rep_total.add(c);
     rep_failed = rep_failed || failed;
     if (rc) {
-        by_restore();
         return rc;
     }
     if (reports_now() || failed) rep_note(r.var, rep_from, rep_total);
     if (failed) {
-        by_restore();
         return session::error(903);
     }
     return 0;

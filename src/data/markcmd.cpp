@@ -34,11 +34,6 @@ namespace {
 
 constexpr int BLK = 256; // observations of an expression run in one call of the block machine
 
-// A failure under `by` puts the variable count back to where it stood before the first group.
-void by_restore() {
-    if (bys.state && bys.nvar_at >= 1) cut_vars(bys.nvar_at);
-}
-
 // rec's values at observations b..b+m-1 into out: by blocks when rec allows it.
 int values(ExprRecord &rec, bool blocks, int32_t b, int m, double *out) {
     if (blocks) return expr_xeq_block(rec, b, m, out);
@@ -244,7 +239,6 @@ int cmd_mark(int) {
     const int32_t changed0 = ds.changed;
     if (!v) {
         if (int rc = add_var(name.c_str(), T_BYTE, &v)) {
-            by_restore();
             return rc;
         }
         for (int32_t i = 1; i <= ds.nobs; ++i)
@@ -258,9 +252,7 @@ int cmd_mark(int) {
     int rc = hi >= lo ? markcmd_smp(job, lo, hi, &nonint) : 0;
     if (!rc && nonint) rc = session::error(401);
     if (rc) {
-        if (bys.state) {
-            by_restore();
-        } else {
+        if (!bys.state) { // under by, by puts the variables back
             cut_vars(nvar0);
             ds.changed = changed0;
         }

@@ -217,17 +217,6 @@ TEST_F(Gen, ByStateCountsOverTheGroups) {
     EXPECT_EQ(msg(), "(" + std::to_string(groups.size()) + " real changes made)\n");
 }
 
-// A failure in a later group puts the variable count back to where it stood before the first.
-TEST_F(Gen, ByFailurePutsTheVariableCountBack) {
-    build(40);
-    const int before = ds.nvar;
-    ASSERT_EQ(regex_hook_match(), 0);
-    // regexs(12) fails at run time; only the third group reaches it
-    EXPECT_EQ(group_loop(cmd_generate, "s = regexs(cond(g == 2, 12, 0))"), 125);
-    EXPECT_EQ(ds.nvar, before);
-    EXPECT_EQ(find_var("s"), 0);
-}
-
 // Outside of by, a failure part way leaves no variable and no change.
 TEST_F(Gen, NoHalfMadeVariable) {
     build(50);

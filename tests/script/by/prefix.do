@@ -31,6 +31,11 @@ end
 by g: failing
 capture count if made == 1
 display "made survives: " _rc == 0
+* a generate that fails at run time in a later group leaves no variable
+display regexm("abc", "(b)")
+by g: generate t = regexs(cond(g == 2, 12, 0))
+capture count if t == ""
+display "t survives: " _rc == 0
 * observations dropped under by go at the end, with one note
 by g: drop if _n == 1
 count
