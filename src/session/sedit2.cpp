@@ -19,6 +19,7 @@
 #include "data/dataset.h"
 #include "data/dates.h"
 #include "data/expr.h"
+#include "data/labels.h"
 #include "data/varlist.h"
 #include "estimate/frame.h"
 #include "lang/prog.h"
@@ -559,6 +560,7 @@ int session_main(int argc, char **argv) {
     data::expr_hook_creturn = creturn_for_expressions;
     out::ccl_lookup = creturn_text;
     mat::results_init();
+    data::labels_init();
     data::leap_locate = locate_leapseconds;
     complete_names = data::varnames_beginning;
 
