@@ -12,6 +12,7 @@
 
 #include "output/channel.h"
 #include "session/errors.h"
+#include "session/macstore.h"
 #include "session/state.h"
 #include "session/tok.h"
 
@@ -568,6 +569,11 @@ int check_newname(const char *name) {
     return 0;
 }
 
+bool newname_ok(const char *name) {
+    return session::name_ok(name) && !is_reserved(name) && !is_str_word(name) &&
+           std::strcmp(name, "_cons") != 0;
+}
+
 int add_var(const char *name, int type, int *vnum) {
     if (int rc = check_newname(name)) return rc;
     int v = append_var(name, type, false);
@@ -648,6 +654,8 @@ void clear_dataset() {
     ds.tempvars = 0;
     ++ds.structure;
     identity_index(0);
+    session::macro_drop("S_FN");
+    session::macro_drop("S_FNDATE");
     if (hook_clear) hook_clear();
 }
 

@@ -123,6 +123,8 @@ void fill_missing(int v, int from);
 
 // Checks the name rules of a new variable; writes the message and returns 198 or 110 on failure.
 int check_newname(const char *name);
+// The same rules, quietly, apart from the name being new: true when name may be a variable's name.
+bool newname_ok(const char *name);
 
 // Adds a variable with its defaults; its cells are not filled. 0 and the number in *vnum, or a code
 // with the message written.

@@ -18,6 +18,7 @@
 #include "data/markcmd.h"
 #include "data/scalar.h"
 #include "data/sort.h"
+#include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
 #include "lang/flow.h"
