@@ -487,12 +487,12 @@ void read_new_labels(DtaFile &f, const Layout &l, int64_t pos,
     const int namepart = l.vallab + 3;
     std::vector<char> body;
     for (;;) {
-        char head[4 + 36];
+        char head[4 + 36] = {};
         const int64_t got = read_at(f.fd, head, 4 + namepart, pos);
         if (got < 4) return;
         const int32_t len = get32(head, f.swap);
         if (len <= 0) return;
-        const std::string name = got == 4 + namepart ? slot_text(head + 4, l.vallab) : "";
+        const std::string name = slot_text(head + 4, l.vallab);
         if (got < 4 + namepart || pos + 4 + namepart + len > f.size) {
             notes.push_back({DtaLabelNote::FAILED, name, 688});
             return;
