@@ -54,6 +54,7 @@ test: build build-asan
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  python3 tests/runscripts.py --exe build-asan/orvat-px --sysdir $(SYSDIR) --label asan --quiet || rc=1; \
 	python3 tests/runscripts.py --exe build/orvat-px --sysdir $(SYSDIR) --sweep-processors || rc=1; \
+	bash tests/interop/run.sh build/orvat-px $(SYSDIR) || rc=1; \
 	exit $$rc
 
 install: build
