@@ -272,7 +272,7 @@ TEST_F(Dta, ByteOrderOne) {
     slot("kl", 33), slot("", 33);
     slot("", 81), slot("", 81);
     b += std::string(5, '\0');
-    be16(300), be32(0x3FC00000u); // 1.5
+    be16(300), be32(0x3FC00000u);                    // 1.5
     be16(32741 + 3), be32(0x7F000000u + 0x800 * 26); // .c and .z
     be32(8 + 8 + 4);
     slot("kl", 33);
