@@ -121,3 +121,4 @@ for _ in range(3):
 print("pandas peer: sort_values(x) %6.0f ms, sort_values([g, x]) %6.0f ms" % (min(tx) * 1000, min(tg) * 1000))
 PY
 fi
+bash "$here/dta.sh" "$build"

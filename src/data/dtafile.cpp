@@ -913,11 +913,13 @@ DtaParseScope::DtaParseScope(const DtaFile &f)
 
 DtaParseScope::~DtaParseScope() {
     const size_t n = (size_t)nvar;
-    std::memcpy(&ds.varname[0][0], names.data(), n * (VNAMELEN + 1));
-    std::memcpy(&ds.fmt[0][0], fmts.data(), n * (FMTLEN + 1));
-    std::memcpy(&ds.vallab[0][0], vallabs.data(), n * (VNAMELEN + 1));
-    std::memcpy(ds.vartype.get(), types.data(), n);
-    std::memcpy(ds.offset.get(), offsets.data(), n * sizeof(int32_t));
+    if (n > 0) {
+        std::memcpy(&ds.varname[0][0], names.data(), n * (VNAMELEN + 1));
+        std::memcpy(&ds.fmt[0][0], fmts.data(), n * (FMTLEN + 1));
+        std::memcpy(&ds.vallab[0][0], vallabs.data(), n * (VNAMELEN + 1));
+        std::memcpy(ds.vartype.get(), types.data(), n);
+        std::memcpy(ds.offset.get(), offsets.data(), n * sizeof(int32_t));
+    }
     std::memcpy(ds.sortlist.get(), sortlist.data(), sortlist.size() * sizeof(int16_t));
     ds.nvar = nvar;
     ds.nobs = nobs;
