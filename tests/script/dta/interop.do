@@ -23,6 +23,10 @@ display "[$S_FNDATE]"
 * the same through describe using, and a part of each
 describe using pandas_v114
 describe i8 s using pandas_v114, short
+describe s i* using pandas_v114
+describe nosuch using pandas_v114
+describe using nosuch
+display r(N) " " r(k) " " r(width) " " r(changed)
 use i16 s sex using pandas_v114 in 2/4, clear
 list
 use using haven_v113 if sv != "", clear

@@ -3,7 +3,8 @@ program show
     quietly describe
     display _N " " c(width) " [`r(sortlist)'] " c(changed)
 end
-* the sort list (i) is kept up to its first variable that is not loaded
+* on an empty dataset (the parse against the file stands in for an empty table); the sort list (i) is
+* kept up to its first variable that is not loaded
 use b i s using v114_lohi
 show
 list, noobs
