@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # use and save of 1,000,000 observations by 10 doubles (an 80 MB file): our times (bench_dta_bench,
-# through the command handlers), and in the same run, on the same file, a plain copy (cp), R haven's
-# read_dta and write_dta, and pandas' read_stata and to_stata where they are installed; best of
-# several runs each, the file in the page cache. Then the peak resident size of a session that uses
+# through the command handlers), and in the same run, on the same file, a plain copy (cp) and R haven's
+# read_dta and write_dta where they are installed; best of several runs each, the file in the page
+# cache. Then the peak resident size of a session that uses
 # the file, beside one that does not, and of R reading it.
 set -eu
 build=${1:-build}
@@ -53,22 +53,6 @@ if command -v Rscript >/dev/null && Rscript -e 'library(haven)' >/dev/null 2>&1;
   printf 'dta: haven read_dta (peer)       %7.1f ms   ours / haven %.2f\n' "$hr" "$(echo "$use / $hr" | bc -l)"
   printf 'dta: haven write_dta (peer)      %7.1f ms   ours (replace) / haven %.2f\n' "$hw" "$(echo "$save / $hw" | bc -l)"
 fi
-py=/usr/bin/python3
-if [ -x "$py" ] && "$py" -c 'import pandas' 2>/dev/null; then
-  read -r pr pw < <("$py" - "$f" "$work/pandas.dta" <<'PY'
-import sys, time
-import pandas as pd
-r, w = [], []
-for _ in range(3):
-    t0 = time.perf_counter(); d = pd.read_stata(sys.argv[1]); r.append(time.perf_counter() - t0)
-    t0 = time.perf_counter(); d.to_stata(sys.argv[2], write_index=False, version=114); w.append(time.perf_counter() - t0)
-print("%.1f %.1f" % (min(r) * 1000, min(w) * 1000))
-PY
-)
-  printf 'dta: pandas read_stata (peer)    %7.1f ms   ours / pandas %.2f\n' "$pr" "$(echo "$use / $pr" | bc -l)"
-  printf 'dta: pandas to_stata (peer)      %7.1f ms   ours (replace) / pandas %.2f\n' "$pw" "$(echo "$save / $pw" | bc -l)"
-fi
-
 peak() { /usr/bin/time -f "%M" -o "$work/peak" "$@" >/dev/null; echo $(( $(cat "$work/peak") / 1024 )); }
 printf 'use dta_bench\n' >use.do
 printf 'display 1\n' >none.do

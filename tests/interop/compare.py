@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
-"""Compares what a reader found in a saved file (the lines of read.R, or pandas read here) with what
-make.py put into it. usage: compare.py expected.json tool file.dta [reader-output]
-tool is haven, foreign or pandas; pandas is read in this process."""
+"""Compares what a reader found in a saved file (the lines of read.R) with what make.py put into it.
+usage: compare.py expected.json haven|foreign file.dta reader-output"""
 import json
 import struct
 import sys
@@ -21,8 +20,7 @@ def expected_lines(exp, tool):
         var = ["var", name, "str" if str_ else "num", fmt, label]
         if tool == "foreign":
             var.append(str(code))
-        if tool != "pandas":
-            out.append(tuple(var))
+        out.append(tuple(var))
         if table:
             vallab[name] = table
         for k, row in enumerate(exp["rows"], 1):
@@ -56,40 +54,10 @@ def expected_lines(exp, tool):
     return out
 
 
-def pandas_lines(path):
-    import pandas as pd
-
-    d = pd.read_stata(path, convert_missing=True, convert_categoricals=False, convert_dates=False)
-    with pd.io.stata.StataReader(path) as r:
-        r.read(convert_missing=True, convert_categoricals=False)  # labels are known after the data
-        out = [("datalabel", r.data_label)]
-        vl = r.value_labels()
-        lbl = r.lbllist if hasattr(r, "lbllist") else r._lbllist
-        names = list(d.columns)
-    for j, name in enumerate(names):
-        for k, v in enumerate(d[name], 1):
-            if isinstance(v, str):
-                s = v
-            elif type(v).__name__ == "StataMissingValue":
-                s = v.string
-            else:
-                s = num(float(v))
-            out.append(("val", name, str(k), s))
-        if lbl[j]:
-            for value, text in vl.get(lbl[j], {}).items():
-                # values are the long codes of the file; the missing ones are told by their letter
-                s = "." + "abcdefghijklmnopqrstuvwxyz"[value - 2147483622] if value > 2147483621 else num(value)
-                out.append(("label", name, s, text))
-    return out
-
-
 def main():
     exp = json.load(open(sys.argv[1]))
     tool, path = sys.argv[2], sys.argv[3]
-    if tool == "pandas":
-        got = pandas_lines(path)
-    else:
-        got = [tuple(l.rstrip("\n").split("\t")) for l in open(sys.argv[4], encoding="latin-1")]
+    got = [tuple(l.rstrip("\n").split("\t")) for l in open(sys.argv[4], encoding="latin-1")]
     want = expected_lines(exp, tool)
     missing = sorted(set(want) - set(got))
     extra = sorted(set(got) - set(want))

@@ -12,6 +12,12 @@ file <- args[2]
 line <- function(...) cat(paste(c(...), collapse = "\t"), "\n", sep = "")
 num <- function(x) sprintf("%.17g", x)
 orempty <- function(x) if (is.null(x)) "" else x
+# haven keeps a variable's display format in an attribute whose name begins with "format."
+fmt_attr <- function(x) {
+  a <- attributes(x)
+  k <- grep("^format[.]", names(a))
+  if (length(k)) a[[k[1]]] else ""
+}
 
 if (tool == "haven") {
   suppressMessages(library(haven))
@@ -20,7 +26,7 @@ if (tool == "haven") {
   for (n in names(d)) {
     x <- d[[n]]
     str <- is.character(x)
-    line("var", n, if (str) "str" else "num", orempty(attr(x, "format.stata")), orempty(attr(x, "label")))
+    line("var", n, if (str) "str" else "num", fmt_attr(x), orempty(attr(x, "label")))
     for (k in seq_along(x)) {
       v <- x[[k]]
       if (str) {
