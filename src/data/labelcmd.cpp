@@ -440,7 +440,7 @@ int label_save() {
                 given.push_back(w);
         }
         if (!seen) return session::required("using");
-        if (file.empty()) return session::fail(198, "invalid file specification\n");
+        if (file.empty()) return session::error(7197);
     }
     if (session::path_extension(file).empty()) file += ".do";
     std::vector<std::string> names;

@@ -47,8 +47,15 @@ std::string cell_text(int v, int32_t i, bool nolabel) {
     if (fmt_parse(ds.fmt[v - 1], f, true) || fmt_isstr(f)) f = fmt_default();
     const double x = get_num(v, i);
     if (!nolabel)
-        if (const char *l = vl_text(ds.vallab[v - 1], x))
-            return std::string(l, strnlen(l, (size_t)std::max(fmt_width(f), 1)));
+        if (const char *l = vl_text(ds.vallab[v - 1], x)) {
+            std::string t(l);
+            if (t.size() > (size_t)std::max(fmt_width(f), 1)) {
+                t.resize((size_t)std::max(fmt_width(f), 1));
+                while (t.size() > 1 && t.back() == ' ')
+                    t.pop_back();
+            }
+            return t;
+        }
     char buf[FMT_BUFSIZE];
     int n = fmt_number(x, f, buf, sizeof buf);
     std::string s(buf, (size_t)n);

@@ -156,7 +156,8 @@ end
 * The owner of new notes: _dta when nothing is named, else one variable.
 program NotesOwner
 	local w : word count `0'
-	if `w' == 0 | "`0'" == "_dta" {
+	local w1 : word 1 of `0'
+	if `w' == 0 | (`w' == 1 & "`w1'" == "_dta") {
 		c_local _owner _dta
 		exit
 	}
