@@ -60,3 +60,13 @@ char _t[x] y
 quietly describe
 display r(changed) - `c0'
 help char
+* a text longer than 67784 characters is cut there; a label text longer than 32000 likewise
+local big : display _dup(400) "0123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890123456789"
+local big `big'`big'
+char _dta[big] `big'
+local back : char _dta[big]
+local n : length local back
+display `n'
+label define big 1 `"`big'"'
+local n : label big maxlength
+display `n'
