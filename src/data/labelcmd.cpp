@@ -20,7 +20,6 @@
 #include "data/varlist.h"
 #include "matrix/results.h"
 #include "output/channel.h"
-#include "output/rimu.h"
 #include "session/errors.h"
 #include "session/fileio.h"
 #include "session/options.h"
