@@ -38,6 +38,7 @@ char list
 label language fr, delete
 label language deutsch, delete
 label language
+char list
 describe
 * messages
 label language default, delete
