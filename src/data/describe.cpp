@@ -1,6 +1,5 @@
 // _describe: the summary of the dataset and a line for each variable, with r(N), r(k), r(width),
 // r(changed) and r(sortlist).
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -9,6 +8,7 @@
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/dtafile.h"
+#include "data/labels.h"
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "matrix/results.h"
@@ -17,7 +17,6 @@
 #include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
-#include "session/store.h"
 #include "session/tok.h"
 
 namespace data {
@@ -47,11 +46,8 @@ void pad_to(std::string &line, int col) {
 }
 
 std::string variable_label(const char *name) {
-    int32_t len = 0;
-    const char *p = static_cast<const char *>(session::store_find(name, session::ST_VARLABEL, &len));
-    if (!p) return "";
-    size_t n = len > 0 ? (size_t)len : 0;
-    return std::string(p, strnlen(p, std::min<size_t>(n, LABELLEN)));
+    const char *l = varlabel_get(name);
+    return l ? l : "";
 }
 
 bool is_e(int v) { return std::strcmp(ds.varname[v - 1], "(e)") == 0; }

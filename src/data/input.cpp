@@ -2,6 +2,7 @@
 // end of existing ones; at the prompt a bad line is asked for again, in a file or program it fails.
 #include "data/input.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -10,6 +11,8 @@
 
 #include "data/dataset.h"
 #include "data/fmt.h"
+#include "data/labelcmd.h"
+#include "data/labels.h"
 #include "data/types.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
@@ -26,10 +29,12 @@ namespace {
 
 using session::lp;
 
-// One value of a line: its text without the quotes, and the number it reads as.
+// One value of a line: its text without the quotes, and the number it reads as; under automatic a
+// text that is no number is coded through the variable's value label.
 struct Value {
     std::string text;
     double num = 0;
+    bool coded = false;
 };
 
 // Whether the list names variables to make or variables that exist. The first element decides: a
@@ -91,8 +96,10 @@ int split_values(std::string_view s, std::vector<Value> &out) {
 }
 
 // Reads the values of one line for the variables of the list: 0, or 198 with the message of a bad
-// line (a quote left open, a count that is not that of the list, a value that is no number).
-int read_values(std::string_view line, const std::vector<int> &vars, std::vector<Value> &vals) {
+// line (a quote left open, a count that is not that of the list, a value that is no number unless
+// automatic codes it).
+int read_values(std::string_view line, const std::vector<int> &vars, std::vector<Value> &vals,
+                bool automatic) {
     if (int rc = split_values(line, vals)) return rc;
     if (vals.size() != vars.size())
         return session::fail(198, std::string(vals.size() < vars.size() ? "too few" : "too many") +
@@ -101,10 +108,38 @@ int read_values(std::string_view line, const std::vector<int> &vars, std::vector
     for (size_t k = 0; k < vars.size(); ++k) {
         const int v = vars[k];
         if (is_string_type(ds.vartype[v - 1])) continue;
-        if (!text_to_number(vals[k].text, vals[k].num, true))
-            return session::fail(198, "'" + vals[k].text + "' cannot be read as a number for " +
-                                          ds.varname[v - 1] + "\n");
+        if (text_to_number(vals[k].text, vals[k].num, true)) continue;
+        if (automatic && vals[k].text.empty()) {
+            vals[k].num = missing_value(0);
+            continue;
+        }
+        if (automatic) {
+            vals[k].coded = true;
+            continue;
+        }
+        return session::fail(198, "'" + vals[k].text + "' cannot be read as a number for " +
+                                      ds.varname[v - 1] + "\n");
     }
+    return 0;
+}
+
+// The code of a text in the value label of variable v (named like the variable unless it has one):
+// the value the text already labels, or the next whole number above the table's largest, which
+// then joins the table. The variable is linked to the table. 0, or 950.
+int code_of(int v, const std::string &text, double *x) {
+    if (!ds.vallab[v - 1][0]) std::snprintf(ds.vallab[v - 1], VNAMELEN + 1, "%s", ds.varname[v - 1]);
+    const char *lbl = ds.vallab[v - 1];
+    if (vl_value_of(lbl, text, x) == 0) return 0;
+    std::vector<ValueLabel> entries;
+    vl_entries(lbl, entries);
+    int32_t top = 0;
+    for (const ValueLabel &e : entries)
+        if (!is_missing(vl_value(e.key))) top = std::max(top, e.key);
+    if (top >= 2147483620) return session::error(1000);
+    entries.push_back({top + 1, text});
+    if (int rc = vl_store(lbl, std::move(entries))) return session::error(rc);
+    widen_label_formats(lbl);
+    *x = top + 1;
     return 0;
 }
 
@@ -117,7 +152,11 @@ int store_values(int32_t obs, const std::vector<int> &vars, const std::vector<Va
     }
     for (size_t k = 0; k < vars.size(); ++k) {
         const int v = vars[k];
-        if (is_string_type(ds.vartype[v - 1]))
+        if (vals[k].coded) {
+            double x;
+            if (int rc = code_of(v, vals[k].text, &x)) return rc;
+            put_num(v, obs, x);
+        } else if (is_string_type(ds.vartype[v - 1]))
             put_str(v, obs, vals[k].text.c_str()); // cut to the variable's width
         else
             put_num(v, obs, vals[k].num); // out of the type's range: `.`
@@ -140,7 +179,7 @@ bool is_blank_line(const char *line) {
 // The lines of values, each prompted or echoed with the number of its observation. From the user a
 // bad line is asked for again; from a file or program it ends input with its code. The end of the
 // source ends input as `end` does.
-int read_observations(const std::vector<int> &vars, int32_t first) {
+int read_observations(const std::vector<int> &vars, int32_t first, bool automatic) {
     const bool from_user = !lp.curprog && !lp.curfile;
     const char *saved_prompt = session::line_prompt;
     session::FileSource *file = lp.curprog ? nullptr : lp.curfile;
@@ -159,7 +198,7 @@ int read_observations(const std::vector<int> &vars, int32_t first) {
         }
         if (ended || is_end(session::tk.cmdbuf)) break;
         if (is_blank_line(session::tk.cmdbuf)) continue;
-        rc = read_values(session::tk.cmdbuf, vars, vals);
+        rc = read_values(session::tk.cmdbuf, vars, vals, automatic);
         if (rc && from_user) {
             rc = 0;
             continue;
@@ -192,9 +231,6 @@ int cmd_input(int) {
     bool automatic = false;
     const session::OptSpec specs[] = {session::opt_flag("automatic", 2, automatic)};
     if (int rc = std_options(specs)) return rc;
-    // Value labels made from the strings typed for numeric variables: they come with the labels.
-    if (automatic) return session::not_built("option automatic (value labels)");
-
     if (kind == LK_NONE)
         if (int rc = list_all()) return rc;
     if (kind == LK_NEW ? ps.newvars.empty() : ps.count == 0) return session::error(104);
@@ -209,7 +245,7 @@ int cmd_input(int) {
     const std::vector<int> vars(ps.var.begin(), ps.var.begin() + ps.count);
     // New variables take the values of the observations there are, from the first; existing ones
     // take new observations behind the last.
-    return read_observations(vars, kind == LK_NEW ? 1 : ds.nobs + 1);
+    return read_observations(vars, kind == LK_NEW ? 1 : ds.nobs + 1, automatic);
 }
 
 } // namespace data

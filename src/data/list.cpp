@@ -11,6 +11,7 @@
 #include "data/dataset.h"
 #include "data/expr.h"
 #include "data/fmt.h"
+#include "data/labels.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
 #include "output/channel.h"
@@ -33,8 +34,9 @@ std::string abbreviate_name(const std::string &name, int n) {
 
 namespace {
 
-// A value as shown: the number through the variable's format without its padding, or the string.
-std::string cell_text(int v, int32_t i) {
+// A value as shown: the label of its value, cut to the format's width, when the variable has one;
+// otherwise the number through the variable's format without its padding, or the string.
+std::string cell_text(int v, int32_t i, bool nolabel) {
     const uint8_t type = ds.vartype[v - 1];
     if (is_string_type(type)) {
         char buf[EXPR_STRBUF];
@@ -43,19 +45,28 @@ std::string cell_text(int v, int32_t i) {
     }
     Fmt f;
     if (fmt_parse(ds.fmt[v - 1], f, true) || fmt_isstr(f)) f = fmt_default();
+    const double x = get_num(v, i);
+    if (!nolabel)
+        if (const char *l = vl_text(ds.vallab[v - 1], x)) {
+            std::string t(l);
+            if (t.size() > (size_t)std::max(fmt_width(f), 1)) {
+                t.resize((size_t)std::max(fmt_width(f), 1));
+                while (t.size() > 1 && t.back() == ' ')
+                    t.pop_back();
+            }
+            return t;
+        }
     char buf[FMT_BUFSIZE];
-    int n = fmt_number(get_num(v, i), f, buf, sizeof buf);
+    int n = fmt_number(x, f, buf, sizeof buf);
     std::string s(buf, (size_t)n);
     size_t b = s.find_first_not_of(' ');
     if (b == std::string::npos) return "";
     return s.substr(b, s.find_last_not_of(' ') - b + 1);
 }
 
-// Left-justified columns: strings under a %-s format.
-bool left_justified(int v) {
-    if (!is_string_type(ds.vartype[v - 1])) return false;
-    return ds.fmt[v - 1][1] == '-';
-}
+// Left-justified columns: strings under a %-s format, and numbers under a %- format, whose labels
+// then stand to the left.
+bool left_justified(int v) { return ds.fmt[v - 1][1] == '-'; }
 
 std::string blanks(int n) { return n > 0 ? std::string((size_t)n, ' ') : std::string(); }
 
@@ -131,7 +142,7 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
     for (int j = 0; j < k; ++j) {
         cells[j].reserve(obs.size());
         for (int32_t i : obs) {
-            cells[j].push_back(cell_text(vars[j], i));
+            cells[j].push_back(cell_text(vars[j], i, o.nolabel));
             valw[j] = std::max(valw[j], (int)cells[j].back().size());
         }
     }
@@ -241,7 +252,7 @@ std::vector<std::string> list_lines(const std::vector<int> &vars, const std::vec
     return L.lines;
 }
 
-// list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
+// list [varlist] [if exp] [in range] [, noobs clean nolabel separator(#) abbreviate(#)]
 int cmd_list(int) {
     ParseSpec spec;
     spec.varlist = PO_OPTIONAL;
@@ -251,6 +262,7 @@ int cmd_list(int) {
     const session::OptSpec specs[] = {
         session::opt_flag("noobs", 4, o.noobs),
         session::opt_flag("clean", 5, o.clean),
+        session::opt_flag("nolabel", 3, o.nolabel),
         session::opt_int("separator", 3, o.separator, 0, 1000000),
         session::opt_int("abbreviate", 2, o.abbreviate, 0, 1000000),
     };

@@ -7,15 +7,16 @@
 
 namespace data {
 
-// list [varlist] [if exp] [in range] [, noobs clean separator(#) abbreviate(#)]
+// list [varlist] [if exp] [in range] [, noobs clean nolabel separator(#) abbreviate(#)]
 int cmd_list(int);
 
 struct ListOpts {
-    bool noobs = false; // no observation numbers
-    bool clean = false; // no box and no rules
-    int separator = 5;  // a rule after every so many rows; 0 for none
-    int abbreviate = 8; // names are cut to no fewer characters than this (5 to 32)
-    int linesize = 79;  // the table must fit this; else one box per observation
+    bool noobs = false;   // no observation numbers
+    bool clean = false;   // no box and no rules
+    bool nolabel = false; // numbers, not the value labels of their variables
+    int separator = 5;    // a rule after every so many rows; 0 for none
+    int abbreviate = 8;   // names are cut to no fewer characters than this (5 to 32)
+    int linesize = 79;    // the table must fit this; else one box per observation
 };
 
 // The listing as lines of markup (no newlines): headers and box in text colour, values in result

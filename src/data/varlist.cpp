@@ -10,6 +10,7 @@
 
 #include "data/dataset.h"
 #include "data/fmt.h"
+#include "data/labels.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/state.h"
@@ -22,8 +23,6 @@ bool varabbrev = true;
 void set_varabbrev(bool on) { varabbrev = on; }
 
 ParseState ps;
-
-int (*hook_vallab_value)(const char *lblname, const char *text, double *value) = nullptr;
 
 namespace {
 
@@ -368,7 +367,7 @@ int fv_base(std::string_view text, int v, FvFactorInfo &f) {
     if (!lbl[0])
         return session::fail(111,
                              std::string("variable ") + ds.varname[v - 1] + " does not have a value label\n");
-    if (!hook_vallab_value || hook_vallab_value(lbl, lbltext.c_str(), &x) != 0)
+    if (vl_value_of(lbl, lbltext, &x) != 0)
         return session::fail(111, "\"" + lbltext + "\" not found in value label " + lbl + "\n");
     f.basepref = FVB_VALUE;
     f.baseidx = x;

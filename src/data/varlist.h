@@ -84,10 +84,6 @@ struct FvState {
     std::vector<double> levels; // fv_factorlevels
 };
 
-// Value-label look-up for a base given as a word: 0 and the value when text is a label of the
-// table lblname; the labels subsystem connects it, and while it is null no text is found.
-extern int (*hook_vallab_value)(const char *lblname, const char *text, double *value);
-
 // The store type under which the factor-variable blocks are kept in the named store.
 inline constexpr int ST_FVBLOCK = 32;
 // Replaces the block name by size bytes holding count records. 0, or 950 with the store's message.

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/fmt.h"
+#include "data/labels.h"
 #include "data/regex.h"
 #include "data/varlist.h"
 #include "lang/exprhook.h"
@@ -690,6 +692,94 @@ int f_format(std::string_view rest, std::string &v) {
     return 0;
 }
 
+// value label varname ; variable label varname: the value-label name and the label of a variable
+int var_attribute(std::string_view rest, bool vallab, std::string &v) {
+    const std::string w = first_word(rest, &rest);
+    if (!session::cmdmatch(w.c_str(), "label", 3)) return session::error(198);
+    const std::string n = first_word(rest, &rest);
+    if (n.empty()) return session::error(198);
+    if (int rc = nothing_more(rest)) return rc;
+    const int k = data::varlookup(n, true, data::varabbrev);
+    if (k < 0) return -k;
+    if (vallab) {
+        v = data::ds.vallab[k - 1];
+    } else if (const char *l = data::varlabel_get(data::ds.varname[k - 1])) {
+        v = l;
+    }
+    return 0;
+}
+int f_value(std::string_view rest, std::string &v) { return var_attribute(rest, true, v); }
+int f_variable(std::string_view rest, std::string &v) { return var_attribute(rest, false, v); }
+
+// data label: the data label
+int f_data(std::string_view rest, std::string &v) {
+    const std::string w = first_word(rest, &rest);
+    if (!session::cmdmatch(w.c_str(), "label", 3)) return session::error(198);
+    if (int rc = nothing_more(rest)) return rc;
+    v = data::ds.datalabel;
+    return 0;
+}
+
+// char evarname[charname] ; char evarname[]: a characteristic, or the names of an owner's
+// characteristics in their order
+int f_char(std::string_view rest, std::string &v) {
+    const std::string t = trim(rest);
+    const size_t open = t.find('[');
+    if (open == std::string::npos || open == 0 || t.back() != ']') return session::error(198);
+    std::string owner = t.substr(0, open);
+    const std::string name = t.substr(open + 1, t.size() - open - 2);
+    if (owner != data::DTA_OWNER) {
+        const int k = data::varlookup(owner, true, data::varabbrev);
+        if (k < 0) return -k;
+        owner = data::ds.varname[k - 1];
+    }
+    if (name.empty()) {
+        for (const auto &c : data::char_list(owner.c_str()))
+            v += (v.empty() ? "" : " ") + c.first;
+        return 0;
+    }
+    if (!session::name_ok(name)) return session::invalid_name(name);
+    if (const char *c = data::char_get(owner.c_str(), name.c_str())) v = c;
+    return 0;
+}
+
+// label {lblname | (varname)} {# | maxlength} [length] [, strict]: the label of a value, cut to length;
+// without a label the value itself, or nothing under strict. maxlength: the length of the longest.
+int f_label(std::string_view rest, std::string &v) {
+    std::string before;
+    const std::string opts = split_options(rest, &before);
+    bool strict = false;
+    const session::OptSpec specs[] = {session::opt_flag("strict", 6, strict)};
+    if (int rc = session::options_of(opts, specs)) return rc;
+    std::string_view b = before;
+    std::string lbl = first_word(b, &b);
+    const std::string what = first_word(b, &b);
+    const std::string len = first_word(b, &b);
+    if (lbl.empty() || what.empty()) return session::error(198);
+    if (int rc = nothing_more(b)) return rc;
+    if (lbl.size() > 2 && lbl.front() == '(' && lbl.back() == ')') {
+        const int k = data::varlookup(lbl.substr(1, lbl.size() - 2), true, data::varabbrev);
+        if (k < 0) return -k;
+        lbl = data::ds.vallab[k - 1];
+    } else if (!session::name_ok(lbl)) {
+        return session::invalid_name(lbl);
+    }
+    long long cut = -1;
+    if (!len.empty() && (!to_long(len, &cut) || cut < 0)) return session::error(198);
+    if (what == "maxlength") {
+        v = std::to_string(data::vl_widest(lbl.c_str()));
+        return 0;
+    }
+    double x;
+    if (!data::text_to_number(what, x, true)) return session::error(198);
+    if (const char *t = data::vl_text(lbl.c_str(), x))
+        v = t;
+    else if (!strict)
+        v = data::number_text(x);
+    if (cut >= 0 && v.size() > (size_t)cut) v.resize((size_t)cut);
+    return 0;
+}
+
 // set name: a setting's value
 int f_set(std::string_view rest, std::string &v) {
     std::string n = first_word(rest, &rest);
@@ -756,8 +846,8 @@ struct EmfRow {
 const EmfRow emf_rows[] = {
     {"type", 1, f_type},
     {"format", 1, f_format},
-    {"value", 3, not_yet},
-    {"variable", 3, not_yet},
+    {"value", 3, f_value},
+    {"variable", 3, f_variable},
     {"environment", 3, f_environment},
     {"tempvar", 5, f_tempvar},
     {"tempfile", 5, f_tempfile},
@@ -769,8 +859,8 @@ const EmfRow emf_rows[] = {
     {"colfullnames", 4, not_yet},
     {"display", 2, f_display},
     {"word", 4, f_word},
-    {"char", 4, not_yet},
-    {"label", 3, not_yet},
+    {"char", 4, f_char},
+    {"label", 3, f_label},
     {"regexmatch", 5, f_regexmatch},
     {"regexreplace", 6, f_regexreplace},
     {"regexsubexp", 6, f_regexsubexp},
@@ -780,7 +870,7 @@ const EmfRow emf_rows[] = {
     {"subinstr", 8, f_subinstr},
     {"sysdir", 6, f_sysdir},
     {"piece", 0, f_piece},
-    {"data", 0, not_yet},
+    {"data", 0, f_data},
     {"dir", 0, f_dir},
     {"adosubdir", 0, f_adosubdir},
     {"_length", 0, f__length},

@@ -5,7 +5,10 @@
 #include <cstring>
 #include <ctime>
 
+#include "data/dataset.h"
 #include "data/fmt.h"
+#include "data/labels.h"
+#include "data/varlist.h"
 #include "lang/emf.h"
 #include "lang/exprhook.h"
 #include "lang/flow.h"
@@ -185,6 +188,18 @@ int macro_function(const std::string &fname, std::string arg, std::string &v) {
     return 0;
 }
 
+// evarname[charname]: the characteristic, or nothing when the owner or the characteristic is not there.
+int char_reference(const std::string &owner, const std::string &name, std::string &v) {
+    std::string o = owner;
+    if (o != data::DTA_OWNER) {
+        const int k = data::varlookup(o, false, data::varabbrev);
+        if (k < 0) return 0;
+        o = data::ds.varname[k - 1];
+    }
+    if (const char *t = data::char_get(o.c_str(), name.c_str())) v = t;
+    return 0;
+}
+
 // What the text between ` and ' stands for.
 int backtick_value(const std::string &s, std::string &v) {
     v.clear();
@@ -206,7 +221,7 @@ int backtick_value(const std::string &s, std::string &v) {
         return macro_function(s.substr(0, paren), s.substr(paren + 1, s.size() - paren - 2), v);
     size_t brack = s.find('[');
     if (brack != std::string::npos && brack > 0 && s.back() == ']' && plain_name(s.substr(0, brack)))
-        return session::not_built("a characteristic reference");
+        return char_reference(s.substr(0, brack), s.substr(brack + 1, s.size() - brack - 2), v);
     if (!plain_name(s) || s.size() > 31) return 0;
     return lookup(session::local_name(s), v);
 }

@@ -14,6 +14,7 @@
 #include "data/fvcmd.h"
 #include "data/gen.h"
 #include "data/input.h"
+#include "data/labelcmd.h"
 #include "data/list.h"
 #include "data/markcmd.h"
 #include "data/scalar.h"

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "data/dataset.h"
+#include "data/labels.h"
 #include "data/varlist.h"
 #include "data_fixture.h"
 #include "msg_capture.h"
@@ -24,12 +25,11 @@ class Varlist : public DataFixture {
     void SetUp() override {
         DataFixture::SetUp();
         session::se.type = T_FLOAT;
-        hook_vallab_value = nullptr;
     }
     void TearDown() override {
         DataFixture::TearDown();
         varabbrev = true;
-        hook_vallab_value = nullptr;
+        vl_drop("glab");
     }
 
     int add(const char *name, int type = T_FLOAT) {
@@ -451,13 +451,7 @@ TEST_F(FactorVars, BasesByValueLabel) {
     EXPECT_EQ(parse("i(g(low))", VL_FV), 111);
     EXPECT_EQ(msg(), "variable g does not have a value label\n");
     std::snprintf(ds.vallab[0], VNAMELEN + 1, "glab");
-    hook_vallab_value = [](const char *lbl, const char *text, double *v) {
-        if (std::strcmp(lbl, "glab") == 0 && std::strcmp(text, "mid") == 0) {
-            *v = 1;
-            return 0;
-        }
-        return 1;
-    };
+    ASSERT_EQ(vl_store("glab", {{0, "none"}, {1, "mid"}, {5, "high"}}), 0);
     EXPECT_EQ(parse("i(g(mid))", VL_FV), 0);
     EXPECT_EQ(ps.fv.factors[0].baselevel, 1);
     EXPECT_EQ(parse("i(g(\"low\"))", VL_FV), 111);

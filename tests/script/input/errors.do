@@ -4,9 +4,7 @@ input _all
 set obs 3
 input
 input, automatic
-* value labels made from strings are not in this build
-input x, automatic
-input x, auto
+* automatic may not be abbreviated below two letters
 input x, a
 input x, nosuch
 * a list of new variables and one of existing variables cannot be mixed: the first name decides

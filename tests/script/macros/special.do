@@ -18,8 +18,9 @@ version 10.1
 display "%old"
 * references to subjects not part of this build say so
 display "`.obj.x'"
-display "`x[note]'"
 display "`gdi(xsize)'"
 display "`=1+1'"
 * an unknown function name gives nothing
 display "[`frobnicate(x)']"
+* nor does a characteristic of a variable that does not exist
+display "[`x[note]']"
