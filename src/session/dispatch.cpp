@@ -16,6 +16,7 @@
 #include "data/input.h"
 #include "data/list.h"
 #include "data/markcmd.h"
+#include "data/merge.h"
 #include "data/preserve.h"
 #include "data/scalar.h"
 #include "data/sort.h"
