@@ -284,12 +284,14 @@ std::string tempfile_name(char letter, int64_t n) {
     return session::st.tmpdir + "/S" + letter + pid + "." + digits(n, 34, false);
 }
 
-std::string next_tempfile() {
+int64_t next_tempfile_number() {
     int64_t n = tempfile_counter;
     tempfile_counter = tempfile_counter >= 1544000000 ? 1 : tempfile_counter + 1;
     if (n > tempfile_high) tempfile_high = n;
-    return tempfile_name('t', n);
+    return n;
 }
+
+std::string next_tempfile() { return tempfile_name('t', next_tempfile_number()); }
 
 void remove_tempfiles(int64_t from, int64_t to) {
     if (to < from) { // the counter wrapped

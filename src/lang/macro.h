@@ -23,6 +23,9 @@ extern int64_t tempname_counter;
 extern int64_t tempfile_counter;
 std::string next_tempname();
 std::string next_tempfile();
+// The number next_tempfile would use, taken for a file of another letter (tempfile_name); the
+// session's clean-up at exit covers it.
+int64_t next_tempfile_number();
 // The name of temporary file number n of the session, for the use told by letter ('t' tempfile,
 // 'J' plot data, 'Q' other).
 std::string tempfile_name(char letter, int64_t n);

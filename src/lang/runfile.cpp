@@ -5,6 +5,7 @@
 #include <string>
 
 #include "data/dataset.h"
+#include "data/preserve.h"
 #include "lang/exprhook.h"
 #include "lang/flow.h"
 #include "lang/macro.h"
@@ -49,6 +50,7 @@ struct Frame {
     uint8_t byprefix;
     uint8_t execflag;
     int ProgramClass;
+    int preserve_level;
     // The caller's line: a file or program overwrites cmdbuf, and callers such as `by` read theirs
     // again after the call.
     std::string line;
@@ -78,6 +80,7 @@ struct Frame {
         byprefix = lp.byprefix;
         execflag = lp.execflag;
         ProgramClass = mat::res.ProgramClass;
+        preserve_level = data::preserve_level;
         line = tk.cmdbuf;
         auto off = [](const char *p) -> ptrdiff_t {
             if (!p || p < tk.cmdbuf || p > tk.cmdbuf + std::strlen(tk.cmdbuf)) return -1;
@@ -94,6 +97,7 @@ struct Frame {
             lang::tempfile_counter = tempfile_counter;
             out::ch.OutputLevel = OutputLevel;
             out::ch.EntryLevel = EntryLevel;
+            data::preserve_level = preserve_level;
         }
         lp.in_prog = in_prog;
         lp.curline = curline;
@@ -241,6 +245,7 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
 
     ++lp.callframes;
     if (mode != MODE_INCLUDE) {
+        data::preserve_level = -1;
         ++session::locallevel;
         session::macro_set("_0", args);
         int k = 0;
@@ -306,6 +311,8 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
         if (rc && stop) break;
         if (!stop) rc = 0;
     }
+    // A level this file or program preserved comes back, however it ended.
+    if (mode != MODE_INCLUDE) rc = data::preserve_frame_end(rc);
     lp.linerc = rc;
 
     session::file_close(f);

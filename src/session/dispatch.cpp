@@ -17,6 +17,8 @@
 #include "data/labelcmd.h"
 #include "data/list.h"
 #include "data/markcmd.h"
+#include "data/merge.h"
+#include "data/preserve.h"
 #include "data/scalar.h"
 #include "data/sort.h"
 #include "data/usecmd.h"
