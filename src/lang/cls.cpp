@@ -707,6 +707,10 @@ Key log_array(Key obj, bool create) {
 void log_command(Key obj, int level, const std::string &cmd, const std::vector<std::string> &undo) {
     const Node *o = node(obj);
     if (reg.nolog || !o || o->kind != N_CLASS || o->loglevel < level) return;
+    if (obj == reg.group_obj) {
+        reg.group_undo.insert(reg.group_undo.end(), undo.begin(), undo.end());
+        return;
+    }
     Key arr = log_array(obj, true);
     if (!arr) return;
     arr_push(arr, make_string("<BeginCmd>"));
@@ -1474,8 +1478,21 @@ int exec_ref(const std::string &line) {
     }
     if (pl.builtin >= 0) return run_builtin(r, pl, rest);
     if (pl.attr && node(pl.attr)->typecode == TC_CODE) {
-        if (pl.owner) log_command(pl.owner, 2, relative_text(r, pl, rest.empty() ? "" : " " + rest), {});
-        return run_code(pl.run_obj, pl.run_ct, pl.attr, rest, nullptr, NULLKEY);
+        const Node *o = node(pl.owner);
+        if (!o || o->loglevel < 2 || reg.nolog || reg.group_obj)
+            return run_code(pl.run_obj, pl.run_ct, pl.attr, rest, nullptr, NULLKEY);
+        // The program's changes to the object are undone as one command, the last first.
+        Key owner = pl.owner;
+        link(owner);
+        reg.group_obj = owner;
+        reg.group_undo.clear();
+        int rc = run_code(pl.run_obj, pl.run_ct, pl.attr, rest, nullptr, NULLKEY);
+        std::vector<std::string> undo(reg.group_undo.rbegin(), reg.group_undo.rend());
+        reg.group_obj = NULLKEY;
+        reg.group_undo.clear();
+        log_command(owner, 2, relative_text(r, pl, rest.empty() ? "" : " " + rest), undo);
+        unlink(owner);
+        return rc;
     }
     return err(4023);
 }
@@ -1551,6 +1568,8 @@ void cls_reset() {
     reg.contexts.clear();
     reg.global = NULLKEY;
     reg.current_class.clear();
+    reg.group_obj = NULLKEY;
+    reg.group_undo.clear();
 }
 
 } // namespace lang

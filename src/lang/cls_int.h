@@ -20,14 +20,16 @@ struct Context {
 };
 
 struct Registry {
-    std::map<std::string, Key> classes; // class types by name, each holding one reference
-    Key global = NULLKEY;               // .Global
-    std::map<int, Key> locals;          // .Local of each program level
-    std::map<int, Context> contexts;    // the active context of each program level
-    std::string current_class;          // what `program .name` adds to
-    std::vector<std::string> loading;   // class files being loaded
-    int loglevel = 0;                   // the level new objects log at (set logging)
-    bool nolog = false;                 // undo and modify run unlogged
+    std::map<std::string, Key> classes;  // class types by name, each holding one reference
+    Key global = NULLKEY;                // .Global
+    std::map<int, Key> locals;           // .Local of each program level
+    std::map<int, Context> contexts;     // the active context of each program level
+    std::string current_class;           // what `program .name` adds to
+    std::vector<std::string> loading;    // class files being loaded
+    int loglevel = 0;                    // the level new objects log at (set logging)
+    bool nolog = false;                  // undo and modify run unlogged
+    Key group_obj = NULLKEY;             // a logged member program runs on it: the undo lines of
+    std::vector<std::string> group_undo; // its commands go to the program's own entry
 };
 extern Registry reg;
 
