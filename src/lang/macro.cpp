@@ -9,6 +9,7 @@
 #include "data/fmt.h"
 #include "data/labels.h"
 #include "data/varlist.h"
+#include "lang/cls.h"
 #include "lang/emf.h"
 #include "lang/exprhook.h"
 #include "lang/flow.h"
@@ -210,7 +211,18 @@ int backtick_value(const std::string &s, std::string &v) {
         return 0;
     }
     if (s[0] == ':') return emf_in_reference(s.substr(1), v);
-    if (s[0] == '.') return session::not_built("a class reference");
+    if (s[0] == '.') {
+        // A member program run here expands lines of its own: this line's scan state is kept.
+        int d = depth;
+        size_t sk = skiplen;
+        bool sub = substituted, pp = pct_pass;
+        int rc = cls_macro_value(s, v);
+        depth = d;
+        skiplen = sk;
+        substituted = sub;
+        pct_pass = pp;
+        return rc;
+    }
     if (s == "*") return all_args(v);
     if (s.size() > 2 && (s.compare(0, 2, "++") == 0 || s.compare(0, 2, "--") == 0))
         return macro_incdec(s.substr(2), s[0] == '+', true, v);

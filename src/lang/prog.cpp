@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "lang/cls.h"
 #include "lang/exprhook.h"
 #include "lang/macro.h"
 #include "lang/prog_int.h"
@@ -271,7 +272,7 @@ std::string trimmed(const std::string &s) {
 // as commands.
 int program_define() {
     std::string name = gettok(session::SEP_DOT);
-    if (name == ".") return session::not_built("class member programs");
+    if (name == ".") return cls_program_define();
     if (name.empty() || name == ",") return session::error(198); // a name is required
     if (!valid_prog_name(name)) return session::invalid_name(name);
     ProgHeader opts{};
@@ -641,6 +642,7 @@ int find_program(const char *name, ProgHeader **prog) {
 // discard
 int cmd_discard(int) {
     if (*session::tokrest()) return session::error(198);
+    cls_reset();
     for (int type : {(int)session::ST_VARLIST, (int)session::ST_LASTCMD, (int)session::ST_POSTFILE})
         session::store_drop_type(type);
     // Main programs go with their subprograms; a family with a running member stays.

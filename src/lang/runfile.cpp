@@ -6,6 +6,7 @@
 
 #include "data/dataset.h"
 #include "data/preserve.h"
+#include "lang/cls.h"
 #include "lang/exprhook.h"
 #include "lang/flow.h"
 #include "lang/macro.h"
@@ -321,6 +322,7 @@ int runfile(int mode, ProgHeader *p, const char *name, bool adoload) {
     int64_t tn_now = tempname_counter, tf_now = tempfile_counter;
     int16_t level_version = lp.version;
     if (mode != MODE_INCLUDE) {
+        cls_level_end(session::locallevel);
         session::store_drop_type(session::locallevel);
         --session::locallevel;
     }

@@ -24,6 +24,7 @@
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
+#include "lang/cls.h"
 #include "lang/flow.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
@@ -97,7 +98,7 @@ int dispatch() {
     }
     if (w[0] == '.') {
         current_command = ".";
-        return cmd_na(0);
+        return lang::cmd_dotref(0);
     }
     std::string word = w;
     if (!name_ok(word)) return fail(199, "unrecognized command:  " + word + " invalid command name\n");

@@ -3,4 +3,5 @@ program clear
 	version 10.1
 	drop _all
 	ereturn clear
+	_cls free _all
 end

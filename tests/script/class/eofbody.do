@@ -1,0 +1,2 @@
+_cls open {
+    double x
