@@ -571,12 +571,16 @@ namespace lang {
 
 namespace {
 
-// A local macro name as args and gettoken take it: letters, digits and '_', at most 31 bytes.
+// A local macro name as gettoken takes it: a letter or '_' first, then letters, digits and '_', at
+// most 31 bytes; or a number, which names a positional argument (0, 1, ...).
 bool local_ok(std::string_view n) {
     if (n.empty() || n.size() > 31) return false;
-    for (char c : n)
+    bool digits = true;
+    for (char c : n) {
         if (!word_char(c)) return false;
-    return true;
+        digits = digits && std::isdigit((unsigned char)c);
+    }
+    return digits || !std::isdigit((unsigned char)n[0]);
 }
 
 std::string local_text(const std::string &stored) {
