@@ -29,3 +29,9 @@ edge name, name(long)
 edge name, n(x)
 edge name
 edge match
+* the project's own ado-files read their lines with syntax: clear takes nothing
+clear x
+clear, all
+describe, short
+clear
+describe, short
