@@ -59,6 +59,7 @@ fi
 # The other benchmarks: command-language loops and calls, then the engine kernels.
 bash "$here/prog_calls.sh" "$build"
 bash "$here/forvalues.sh" "$build"
+bash "$here/syntax.sh" "$build"
 for b in "$here/../$build"/bench_*; do
   [ "$(basename "$b")" = bench_gen_bench ] && continue # gen.sh runs it beside its peer
   [ -x "$b" ] && "$b" --benchmark_min_time=0.2 2>/dev/null

@@ -91,6 +91,8 @@ int compile_weight(uint8_t type, const char *text, size_t len) {
     return 0;
 }
 
+} // namespace
+
 // [ keyword = exp ]  or  [ ]   (the `[` has been read)
 int parse_weight(const ParseSpec &spec) {
     // The text up to the `]` that closes the bracket, with brackets and quotes inside balanced.
@@ -139,6 +141,8 @@ int parse_weight(const ParseSpec &spec) {
     return compile_weight(type, exp.c_str(), exp.size());
 }
 
+namespace {
+
 // =exp in a command that takes none: a weight in the old style, refused since version 3.
 int old_style_weight(const ParseSpec &spec) {
     if (session::lp.version >= 300 || !spec.wmask) return session::error(198);
@@ -156,6 +160,8 @@ int old_style_weight(const ParseSpec &spec) {
     return compile_weight(default_weight(spec), start, (size_t)(end - start));
 }
 
+} // namespace
+
 int read_using() {
     std::string f = gettok(SEP_FILE);
     if (!f.empty() && f[0] == '"') f.erase(0, 1);
@@ -164,8 +170,6 @@ int read_using() {
     sm.usingpresent = true;
     return 0;
 }
-
-} // namespace
 
 void sample_reset() {
     sm.ifpresent = sm.exppresent = sm.usingpresent = false;

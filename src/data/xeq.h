@@ -86,6 +86,12 @@ int std_parse(const ParseSpec &spec);
 // Matches the options of the parse against what the command accepts (session/options.h).
 int std_options(std::span<const session::OptSpec> specs);
 
+// The weight, behind its `[`: `keyword = exp ]` compiled into wtexp with sm.wtype and sm.wname set,
+// or `]` alone, which is no weight. The kinds allowed are those of spec.wmask.
+int parse_weight(const ParseSpec &spec);
+// The file name behind the word `using` into sm.usingfile.
+int read_using();
+
 // `in` range, after the word `in`: range := item [/ item]   item := f | F | l | L | # | -#
 // own: the command makes observations, so numbers stand as they are and `l` is 2147483646.
 int parse_in(bool own = false);

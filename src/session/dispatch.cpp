@@ -28,6 +28,7 @@
 #include "lang/flow.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
+#include "lang/syntax.h"
 #include "matrix/return.h"
 #include "output/channel.h"
 #include "output/display.h"

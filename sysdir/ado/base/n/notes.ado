@@ -161,16 +161,8 @@ program NotesOwner
 		c_local _owner _dta
 		exit
 	}
-	local vl
-	foreach v of varlist `0' {
-		local vl `vl' `v'
-	}
-	local w : word count `vl'
-	if `w' > 1 {
-		display as error "too many variables specified"
-		exit 103
-	}
-	c_local _owner `vl'
+	syntax varname
+	c_local _owner `varlist'
 end
 
 * The owners of a list: _dta first when it is named or nothing is, then the variables in their order.
