@@ -27,6 +27,7 @@
 #include "lang/flow.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
+#include "matrix/matcmd.h"
 #include "matrix/return.h"
 #include "output/channel.h"
 #include "output/display.h"
