@@ -41,6 +41,8 @@ int (*expr_hook_result)(char kind, const char *name, double *v, char *buf) = nul
 int (*expr_hook_creturn)(const char *name, double *v, char *buf) = nullptr;
 int (*expr_hook_coef)(int which, const char *eq, const char *name, double *v) = nullptr;
 bool (*expr_hook_matrix)(const char *name) = nullptr;
+int (*expr_hook_mat)(int word, int operand, const char *text, const double *nums,
+                     const char (*strs)[EXPR_STRBUF], double *out) = nullptr;
 
 namespace xp {
 
@@ -430,6 +432,8 @@ void matrix_binop(Kind k) {
     case K_SUB:
         if (!both) emit(OP_MEXPAND);
         emit(k == K_ADD ? OP_MADD : OP_MSUB);
+        // the expanded number stands above the matrix: number - matrix is -(matrix - number)
+        if (!both && tl == TY_NUM && k == K_SUB) emit(OP_MNEG);
         break;
     case K_MUL:
         emit(both ? OP_MMUL : OP_MSCALE);
@@ -626,6 +630,61 @@ void coef_inside(int which, const char *a, const char *b) {
 
 void comp_call(const std::string &name, const char *a, const char *b);
 
+bool is_matrix(const std::string &name) { return expr_hook_matrix && expr_hook_matrix(name.c_str()); }
+
+// True when a subscript span is a range (`a..b`, `a...`) or a row or column name in quotes.
+bool names_or_range(const char *a, const char *b) {
+    while (a < b && *a == ' ')
+        ++a;
+    if (a < b && (*a == '"' || *a == '`')) return true;
+    int depth = 0;
+    for (const char *p = a; p < b; ++p) {
+        p = skip_quote(p, b);
+        if (*p == '(' || *p == '[')
+            ++depth;
+        else if (*p == ')' || *p == ']')
+            --depth;
+        else if (depth == 0 && p + 1 < b && p[0] == '.' && p[1] == '.')
+            return true;
+    }
+    return false;
+}
+
+// name[i,j] is an element; name[range or names, ...] is a submatrix, read by the matrix store from
+// the text when the expression runs.
+void matrix_subscript(const std::string &name, const char *q, const char *b) {
+    if (close_of(q, b) != b - 1) syntax();
+    const char *comma = nullptr;
+    int depth = 0;
+    for (const char *p = q + 1; p < b - 1; ++p) {
+        p = skip_quote(p, b - 1);
+        if (*p == '(' || *p == '[')
+            ++depth;
+        else if (*p == ')' || *p == ']')
+            --depth;
+        else if (*p == ',' && depth == 0 && !comma)
+            comma = p;
+    }
+    if (!comma) syntax();
+    cs.rec->matflag = 1;
+    impure();
+    if (names_or_range(q + 1, comma) || names_or_range(comma + 1, b - 1)) {
+        need_matmode();
+        emit(OP_MSUBX);
+        emit(str_offset(std::string(name) + std::string(q, (size_t)(b - q))));
+        push(TY_MAT);
+        return;
+    }
+    comp(comma + 1, b - 1);
+    if (top() != TY_NUM) fail_code(109);
+    comp(q + 1, comma);
+    if (top() != TY_NUM) fail_code(109);
+    pop(2);
+    emit(OP_MEL);
+    emit(str_offset(name));
+    push(TY_NUM);
+}
+
 // name-form := '[' eq ']' name | _b '[' coef ']' | _se '[' coef ']' | name '(' args ')'
 //            | variable [ '[' exp ']' ] | scalar | matrix [ '[' exp ',' exp ']' ]
 void comp_name(const char *a, const char *b) {
@@ -669,6 +728,15 @@ void comp_name(const char *a, const char *b) {
         fail(session::not_built("time-series operators in expressions"));
     }
     if (!session::name_ok(name)) fail(session::invalid_name(name));
+    if (cs.matmode && !bracket && cs.force != SP_FORCE_SCALAR && cs.force != SP_FORCE_VARIABLE &&
+        is_matrix(name)) {
+        // in a matrix expression a matrix name is not read as an abbreviated variable
+        need_matmode();
+        emit(OP_MNAME);
+        emit(str_offset(name));
+        push(TY_MAT);
+        return;
+    }
     int v = 0;
     if (cs.force != SP_FORCE_SCALAR && cs.force != SP_FORCE_MATRIX) {
         v = find_variable(name);
@@ -707,8 +775,8 @@ void comp_name(const char *a, const char *b) {
             return;
         }
     }
-    if (cs.matmode && cs.force != SP_FORCE_SCALAR && expr_hook_matrix && expr_hook_matrix(name.c_str())) {
-        if (bracket) fail(session::not_built("matrix elements in expressions"));
+    if ((cs.matmode || bracket) && cs.force != SP_FORCE_SCALAR && is_matrix(name)) {
+        if (bracket) return matrix_subscript(name, q, b);
         need_matmode();
         emit(OP_MNAME);
         emit(str_offset(name));
@@ -819,6 +887,14 @@ void stored_result(char kind, const Span *args, int na) {
     case 2:
         return emit_slit(buf);
     case 3:
+        if (cs.matmode) {
+            // in a matrix expression the stored matrix itself
+            need_matmode();
+            emit(OP_MNAME);
+            emit(str_offset(std::string(1, kind) + "(" + name + ")"));
+            push(TY_MAT);
+            return;
+        }
         return emit_slit("matrix");
     default:
         return kind == 's' ? emit_slit("") : emit_lit(session::lim.dot);
@@ -865,6 +941,46 @@ void creturn(const Span *args, int na) {
     if (name == "seed") return emit_slit(rng_state_text());
     if (!expr_hook_creturn) fail(session::not_built("c(" + name + ")"));
     fail(session::not_found("c(" + name + ")"));
+}
+
+// A function of matrices: its arguments by the row's letters, then the call word, with the name
+// argument (the first, when the row has one) as pool text.
+void matrix_function(const FnRow *r, const Span *args, int na) {
+    const MatFnRow &m = matfn_rows[(uint8_t)r->datekind];
+    int nn = 0, nsr = 0, nm = 0, name_off = -1;
+    for (int i = na - 1; i >= 0; --i) {
+        const char t = m.args[i];
+        if (t == 'N') {
+            std::string nm_text(args[i].a, (size_t)(args[i].b - args[i].a));
+            while (!nm_text.empty() && nm_text.back() == ' ')
+                nm_text.pop_back();
+            while (!nm_text.empty() && nm_text.front() == ' ')
+                nm_text.erase(0, 1);
+            if (nm_text.empty()) syntax();
+            name_off = str_offset(nm_text);
+            continue;
+        }
+        if (t == 'm' && !cs.matmode) {
+            std::string nm_text(args[i].a, (size_t)(args[i].b - args[i].a));
+            if (!session::name_ok(nm_text)) syntax();
+            emit(OP_MNAME);
+            emit(str_offset(nm_text));
+            push(TY_MAT);
+        } else {
+            comp(args[i].a, args[i].b);
+            if (t == 'm') num_to_mat_top();
+        }
+        const int want = t == 'n' ? TY_NUM : t == 's' ? TY_STR : TY_MAT;
+        if (top() != want) fail_code(109);
+        (t == 'n' ? nn : t == 's' ? nsr : nm)++;
+    }
+    pop(nn + nsr + nm);
+    cs.rec->matflag = 1;
+    emit(OP_MCALL);
+    emit(r->datekind);
+    emit(name_off);
+    push(m.result == 'm' ? TY_MAT : TY_NUM);
+    impure();
 }
 
 void comp_call(const std::string &name, const char *a, const char *b) {
@@ -1002,6 +1118,8 @@ void comp_call(const std::string &name, const char *a, const char *b) {
         return comp_row(row_named("lnfactorial"), args, na);
     case SP_BINOMIAL:
         replaced("Binomial", "binomialtail");
+    case SP_MATFN:
+        return matrix_function(r, args, na);
     case SP_NONE:
         break;
     }
@@ -1115,6 +1233,15 @@ namespace xp {
 
 bool op_effect(const int16_t *code, int pc, int last, OpEffect &e) {
     const int word = code[pc];
+    if (word == OP_MCALL) {
+        if (pc + 2 > last || code[pc + 1] < 0 || code[pc + 1] >= MFN_COUNT) return false;
+        const MatFnRow &m = matfn_rows[code[pc + 1]];
+        int nn = 0, nsr = 0, nm = 0;
+        for (const char *t = m.args; *t; ++t)
+            (*t == 'n' ? nn : *t == 's' ? nsr : *t == 'm' ? nm : nn) += *t == 'N' ? 0 : 1;
+        e = {m.name, 2, nn, m.result == 'n' ? 1 : 0, nsr, 0, nm, m.result == 'm' ? 1 : 0, RUN_ONE};
+        return true;
+    }
     if (const OpRow *r = op_row(word)) {
         if (pc + r->nopd > last) return false;
         const int na = r->nopd ? code[pc + 1] : 0;
@@ -1440,12 +1567,42 @@ void scopy(char *dst, const char *src) {
             tp = dest;
             break;
         }
+        case OP_MNAME:
+        case OP_MFROMN:
+        case OP_MJOINR:
+        case OP_MJOINC:
+        case OP_MKRON:
+        case OP_MTRANS:
+        case OP_MADD:
+        case OP_MSUB:
+        case OP_MMUL:
+        case OP_MNEG:
+        case OP_MSCALE:
+        case OP_MDIVN:
+        case OP_MEXPAND:
+        case OP_MEL:
+        case OP_MCALL:
+        case OP_MSUBX: {
+            // the matrix operations: their values belong to the matrix store
+            if (!expr_hook_mat) return session::not_built("matrix expressions");
+            OpEffect e;
+            if (!op_effect(code, pc, last, e)) return session::error(198);
+            const int opd = e.nopd ? code[pc + 1] : 0;
+            const char *text = nullptr;
+            if (op == OP_MNAME || op == OP_MEL || op == OP_MSUBX) text = pools.str + opd;
+            if (op == OP_MCALL && code[pc + 2] >= 0) text = pools.str + code[pc + 2];
+            double v = dot;
+            if (int rc = expr_hook_mat(op, opd, text, sp >= 0 ? &ns[sp] : ns, tp >= 0 ? &ss[tp] : ss, &v))
+                return rc;
+            sp -= e.npop;
+            tp -= e.spop;
+            if (e.npush) ns[++sp] = v;
+            pc += e.nopd;
+            break;
+        }
         default: {
             const FnRow *r = fn_of_word(op);
-            if (!r) {
-                // the matrix operations: their values belong to the matrix store
-                return session::not_built("matrix expressions");
-            }
+            if (!r) return session::error(198);
             const int na = fn_operands(r) ? code[++pc] : r->amin;
             int nn, nsr;
             arg_counts(r, na, nn, nsr);
@@ -1780,7 +1937,9 @@ std::string expr_dump(const ExprRecord &rec) {
             const int o = rec.code[++pc];
             if (w == OP_LIT)
                 std::snprintf(line, sizeof line, " %d (%.17g)", o, pools.lit[o]);
-            else if (w == OP_SLIT || w == OP_MNAME)
+            else if (w == OP_MCALL && pc < rec.last)
+                std::snprintf(line, sizeof line, " %s %d", matfn_rows[o].name, rec.code[++pc]);
+            else if (w == OP_SLIT || w == OP_MNAME || w == OP_MEL || w == OP_MSUBX)
                 std::snprintf(line, sizeof line, " %d \"%s\"", o, pools.str + o);
             else if (w == OP_VAR || w == OP_VARSUB || w == OP_SVAR || w == OP_SVARSUB)
                 std::snprintf(line, sizeof line, " %d (%s)", o,

@@ -109,6 +109,13 @@ extern int (*expr_hook_creturn)(const char *name, double *v, char *buf);
 extern int (*expr_hook_coef)(int which, const char *eq, const char *name, double *v);
 // True when a matrix of that name exists (matrix expressions). While null, no matrix exists.
 extern bool (*expr_hook_matrix)(const char *name);
+// The matrix operations of the machine (the words MNAME to MSUBX); the matrix stack belongs to the
+// owner of the matrix store. Gets the word, its first operand, the pool text it names (or null), the
+// top of the number stack (nums[0], the first argument, nums[-1] the next) and of the string stack;
+// a number result goes to *out. The machine then pops and pushes by the word's stack effect. Returns
+// 0 or the code with the message written. While null, matrix expressions are not available.
+extern int (*expr_hook_mat)(int word, int operand, const char *text, const double *nums,
+                            const char (*strs)[EXPR_STRBUF], double *out);
 
 // By-group facts of the running command, for _byindex() and _bylastcall(); set by `by`.
 struct ExprBy {

@@ -610,6 +610,22 @@ constexpr FnRow form(const char *name, FnSpecial sp, int amin, int amax, char da
 constexpr FnRow na(const char *name, FnGroup g = FG_MAIN) {
     return FnRow{name, g, FK_NA, 0, -1, "", 0, nullptr, nullptr, nullptr, SP_NONE, 0, 0};
 }
+constexpr FnRow matfn(MatFn id, FnGroup g) {
+    const int n = (int)std::char_traits<char>::length(matfn_rows[id].args);
+    return FnRow{matfn_rows[id].name,
+                 g,
+                 FK_SPECIAL,
+                 (int8_t)n,
+                 (int8_t)n,
+                 matfn_rows[id].args,
+                 FF_IMPURE,
+                 nullptr,
+                 nullptr,
+                 nullptr,
+                 SP_MATFN,
+                 0,
+                 (char)id};
+}
 constexpr FnRow old(const char *name, FnNum f) {
     return FnRow{name, FG_OLD, FK_NUM, 2, 2, "n", 0, f, nullptr, nullptr, SP_NONE, 700, 0};
 }
@@ -871,31 +887,31 @@ const FnRow rows[] = {
     num("round", 1, 2, "n", fn_round, 0, FG_VARARG),
 
     // ---- functions of a matrix name
-    na("trace", FG_MATNAME),
-    na("det", FG_MATNAME),
-    na("rowsof", FG_MATNAME),
-    na("colsof", FG_MATNAME),
-    na("diag0cnt", FG_MATNAME),
-    na("matmissing", FG_MATNAME),
-    na("issym", FG_MATNAME),
-    na("issymmetric", FG_MATNAME),
+    matfn(MFN_TRACE, FG_MATNAME),
+    matfn(MFN_DET, FG_MATNAME),
+    matfn(MFN_ROWSOF, FG_MATNAME),
+    matfn(MFN_COLSOF, FG_MATNAME),
+    matfn(MFN_DIAG0CNT, FG_MATNAME),
+    matfn(MFN_MATMISSING, FG_MATNAME),
+    matfn(MFN_ISSYM, FG_MATNAME),
+    matfn(MFN_ISSYMM, FG_MATNAME),
 
     // ---- matrix results, in matrix expressions
-    na("I", FG_MATMODE),
-    na("J", FG_MATMODE),
-    na("matuniform", FG_MATMODE),
-    na("syminv", FG_MATMODE),
-    na("invsym", FG_MATMODE),
-    na("corr", FG_MATMODE),
-    na("diag", FG_MATMODE),
-    na("vecdiag", FG_MATMODE),
-    na("cholesky", FG_MATMODE),
-    na("inv", FG_MATMODE),
-    na("vec", FG_MATMODE),
-    na("hadamard", FG_MATMODE),
-    na("sweep", FG_MATMODE),
-    na("nullmat", FG_MATMODE),
-    na("get", FG_MATMODE),
+    matfn(MFN_I, FG_MATMODE),
+    matfn(MFN_J, FG_MATMODE),
+    matfn(MFN_MATUNIFORM, FG_MATMODE),
+    matfn(MFN_SYMINV, FG_MATMODE),
+    matfn(MFN_INVSYM, FG_MATMODE),
+    matfn(MFN_CORR, FG_MATMODE),
+    matfn(MFN_DIAG, FG_MATMODE),
+    matfn(MFN_VECDIAG, FG_MATMODE),
+    matfn(MFN_CHOLESKY, FG_MATMODE),
+    matfn(MFN_INV, FG_MATMODE),
+    matfn(MFN_VEC, FG_MATMODE),
+    matfn(MFN_HADAMARD, FG_MATMODE),
+    matfn(MFN_SWEEP, FG_MATMODE),
+    matfn(MFN_NULLMAT, FG_MATMODE),
+    matfn(MFN_GET, FG_MATMODE),
 
     // ---- the special forms
     form("cond", SP_COND, 3, 4),
@@ -904,9 +920,9 @@ const FnRow rows[] = {
     str("substr", 3, 3, "snn", fn_substr, 0, FG_SPECIAL),
     str("word", 2, 2, "sn", fn_word, 0, FG_SPECIAL),
     str("abbrev", 2, 2, "sn", fn_abbrev, 0, FG_SPECIAL),
-    na("rownumb", FG_SPECIAL),
-    na("colnumb", FG_SPECIAL),
-    na("el", FG_SPECIAL),
+    matfn(MFN_ROWNUMB, FG_SPECIAL),
+    matfn(MFN_COLNUMB, FG_SPECIAL),
+    matfn(MFN_EL, FG_SPECIAL),
     form("sum", SP_SUM, 1, 1),
     form("scalar", SP_FORCE_SCALAR, 1, 1),
     form("matrix", SP_FORCE_MATRIX, 1, 1),
@@ -957,7 +973,7 @@ const FnRow rows[] = {
     cnst("minint", c_minint),
     cnst("maxbyte", c_maxbyte),
     cnst("minbyte", c_minbyte),
-    na("mreldif", FG_SPECIAL),
+    matfn(MFN_MRELDIF, FG_SPECIAL),
     form("invnorm", SP_INVNORM, 1, 1),
     form("norm", SP_NORM, 1, 1),
     form("lnfact", SP_LNFACT, 1, 1),

@@ -72,7 +72,9 @@ inline constexpr int8_t ARGS = -1, ARGS_1 = -2;
     X(MSCALE,  54, 0, 1,    0, 0,      0, 1, 1, ONE,   "push(matrix pop times number pop)")                \
     X(MDIVN,   55, 0, 1,    0, 0,      0, 1, 1, ONE,   "push(matrix pop over number pop)")                 \
     X(MEXPAND, 56, 0, 1,    0, 0,      0, 0, 1, ONE,   "push(number pop as a matrix sized as the other)")  \
-    X(MEL,     57, 1, 2,    1, 0,      0, 0, 0, ONE,   "push(element [pop, pop] of matrix named operand)")
+    X(MEL,     57, 1, 2,    1, 0,      0, 0, 0, ONE,   "push(element [pop, pop] of matrix named operand)")  \
+    X(MCALL,   58, 2, 0,    0, 0,      0, 0, 0, ONE,   "matrix function operand 1 (name text operand 2)") \
+    X(MSUBX,   59, 1, 0,    0, 0,      0, 0, 1, ONE,   "push(submatrix by the pool text name[rows,cols])")
 // clang-format on
 
 enum Op : int16_t {
@@ -223,6 +225,7 @@ enum FnSpecial : uint8_t {
     SP_NORM,
     SP_LNFACT,
     SP_BINOMIAL,
+    SP_MATFN,
 };
 
 struct FnRow {
@@ -237,7 +240,58 @@ struct FnRow {
     FnConst cval;
     FnSpecial special;
     int16_t belowver; // the row exists only below this version (times 100); 0 always
-    char datekind;    // date literal forms: the kind letter
+    char datekind;    // date literal forms: the kind letter; SP_MATFN: the MFN_ number
+};
+
+// The functions of matrices, run by OP_MCALL through the matrix store's hook. X(id, name, args,
+// result): an argument 'm' is a matrix (an expression in matrix mode, a name otherwise), 'N' a
+// matrix name that may be absent, 'n' a number, 's' a string; the result is 'n' or 'm'.
+// clang-format off
+#define EXPR_MATFNS(X)                          \
+    X(TRACE,      "trace",       "m",   'n')    \
+    X(DET,        "det",         "m",   'n')    \
+    X(ROWSOF,     "rowsof",      "m",   'n')    \
+    X(COLSOF,     "colsof",      "m",   'n')    \
+    X(DIAG0CNT,   "diag0cnt",    "m",   'n')    \
+    X(MATMISSING, "matmissing",  "m",   'n')    \
+    X(ISSYM,      "issym",       "m",   'n')    \
+    X(ISSYMM,     "issymmetric", "m",   'n')    \
+    X(I,          "I",           "n",   'm')    \
+    X(J,          "J",           "nnn", 'm')    \
+    X(MATUNIFORM, "matuniform",  "nn",  'm')    \
+    X(SYMINV,     "syminv",      "m",   'm')    \
+    X(INVSYM,     "invsym",      "m",   'm')    \
+    X(CORR,       "corr",        "m",   'm')    \
+    X(DIAG,       "diag",        "m",   'm')    \
+    X(VECDIAG,    "vecdiag",     "m",   'm')    \
+    X(CHOLESKY,   "cholesky",    "m",   'm')    \
+    X(INV,        "inv",         "m",   'm')    \
+    X(VEC,        "vec",         "m",   'm')    \
+    X(HADAMARD,   "hadamard",    "mm",  'm')    \
+    X(SWEEP,      "sweep",       "mn",  'm')    \
+    X(NULLMAT,    "nullmat",     "N",   'm')    \
+    X(GET,        "get",         "N",   'm')    \
+    X(ROWNUMB,    "rownumb",     "Ns",  'n')    \
+    X(COLNUMB,    "colnumb",     "Ns",  'n')    \
+    X(EL,         "el",          "Nnn", 'n')    \
+    X(MRELDIF,    "mreldif",     "mm",  'n')
+// clang-format on
+
+enum MatFn : uint8_t {
+#define X(id, name, args, result) MFN_##id,
+    EXPR_MATFNS(X)
+#undef X
+        MFN_COUNT
+};
+struct MatFnRow {
+    const char *name;
+    const char *args;
+    char result;
+};
+inline constexpr MatFnRow matfn_rows[] = {
+#define X(id, name, args, result) {name, args, result},
+    EXPR_MATFNS(X)
+#undef X
 };
 
 // Operand words behind the word of a function: its argument count, when that count varies.

@@ -21,6 +21,7 @@
 #include "lang/exprhook.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
+#include "matrix/matstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/display.h"
@@ -833,6 +834,31 @@ int f_display(std::string_view rest, std::string &v) {
 
 using Fn = int (*)(std::string_view rest, std::string &value);
 
+// rownames A, colnames e(b), roweq A, coleq A, rowfullnames A, colfullnames A
+template <bool Row, int Part> int f_stripe(std::string_view rest, std::string &v) {
+    std::string ref(rest);
+    while (!ref.empty() && ref.front() == ' ')
+        ref.erase(0, 1);
+    while (!ref.empty() && ref.back() == ' ')
+        ref.pop_back();
+    std::string name;
+    int kind;
+    if (ref.empty()) return session::error(198);
+    if (int rc = mat::matrix_ref(ref, name, kind, false)) return rc;
+    mat::Matrix m;
+    if (!mat::mat_read(name.c_str(), kind, m)) return session::matrix_not_found(ref);
+    v.clear();
+    for (const mat::StripeName &s : mat::full_stripe(m, Row)) {
+        std::string w = Part == 1   ? std::string(s.equation[0] ? s.equation : "_")
+                        : Part == 0 ? std::string(s.tsop) + s.name
+                                    : mat::stripe_text(s);
+        if (w.find(' ') != std::string::npos) w = "\"" + w + "\"";
+        if (!v.empty()) v += ' ';
+        v += w;
+    }
+    return 0;
+}
+
 // Functions whose subject is not built yet; emf_run says so for them.
 int not_yet(std::string_view, std::string &) { return 199; }
 
@@ -851,12 +877,12 @@ const EmfRow emf_rows[] = {
     {"environment", 3, f_environment},
     {"tempvar", 5, f_tempvar},
     {"tempfile", 5, f_tempfile},
-    {"rownames", 4, not_yet},
-    {"colnames", 4, not_yet},
-    {"roweq", 4, not_yet},
-    {"coleq", 4, not_yet},
-    {"rowfullnames", 4, not_yet},
-    {"colfullnames", 4, not_yet},
+    {"rownames", 4, f_stripe<true, 0>},
+    {"colnames", 4, f_stripe<false, 0>},
+    {"roweq", 4, f_stripe<true, 1>},
+    {"coleq", 4, f_stripe<false, 1>},
+    {"rowfullnames", 4, f_stripe<true, 2>},
+    {"colfullnames", 4, f_stripe<false, 2>},
     {"display", 2, f_display},
     {"word", 4, f_word},
     {"char", 4, f_char},

@@ -389,6 +389,11 @@ void program_leave(int cls, int rc) {
             const char *t = session::macro_get_at(n.c_str(), mt, &len);
             if (r_set_macro(n.c_str(), std::string_view(t ? t : "", t ? (size_t)len : 0))) break;
         }
+        // the matrices of return() move to r() with their stripes
+        for (const std::string &n : names_at(ret_matrix_type()))
+            for (int d = 0; d < 3; ++d)
+                if (void *p = store_find(n.c_str(), ret_matrix_type() + d, nullptr))
+                    store_rename(p, n.c_str(), ST_R_MATRIX + d);
     }
     drop_return_level();
 }

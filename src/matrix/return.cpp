@@ -1,12 +1,14 @@
 // return, ereturn, sreturn and _return: the commands that fill and list the result stores.
 #include "matrix/return.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "lang/macro.h"
+#include "matrix/matstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -71,7 +73,22 @@ int list_store(char kind) {
             rc = out::out_newline();
         }
     }
-    // Matrices join this listing, with their sizes, when the matrix store exists.
+    const int mkind = kind == 'r' ? ST_R_MATRIX : kind == 'e' ? ST_E_MATRIX : 0;
+    auto matrices = mkind ? mat_names(mkind) : std::vector<std::string>{};
+    if (!rc && !matrices.empty()) {
+        rc = header("matrices:");
+        for (const std::string &n : matrices) {
+            if (rc) return rc;
+            MatrixView v = mat_view(n.c_str(), mkind);
+            {
+                out::ClassScope cs(out::CLS_TEXT);
+                out::out_text(label(n) + " :  ");
+            }
+            out::ClassScope cs(out::CLS_RESULT);
+            out::out_text(std::to_string(v.rows) + " x " + std::to_string(v.cols));
+            rc = out::out_newline();
+        }
+    }
     if (!rc && kind == 'e' && has_sample()) {
         rc = header("functions:");
         if (!rc) {
@@ -103,6 +120,25 @@ template <class Set> int scalar_sub(Set set) {
 
 int not_yet(const std::string &what) { return session::not_built(what); }
 
+// return matrix name [=] matname [, copy]: the matrix moves (or is copied) to return() of this level
+int return_matrix() {
+    const std::string name = gettok(SEP_STD);
+    if (name.empty()) return error(198);
+    if (int rc = session::check_name(name)) return rc;
+    if (*tokrest() == '=') settok(tokrest() + 1);
+    const std::string from = gettok(SEP_STD);
+    if (from.empty()) return error(198);
+    bool copy = false;
+    const OptSpec specs[] = {opt_flag("copy", 4, copy)};
+    if (int rc = parse_options(specs)) return rc;
+    const int kind = ST_RETMATRIX_FIRST + 3 * std::clamp(lp.callframes - 1, 0, session::max_callframes - 1);
+    Matrix m;
+    if (int rc = mat_load(from.c_str(), ST_MATRIX, m)) return rc;
+    if (copy) return mat_save(name.c_str(), kind, m);
+    mat_move(from.c_str(), ST_MATRIX, name.c_str(), kind);
+    return 0;
+}
+
 } // namespace
 
 // return {local|scalar|matrix|list|clear|add} ... ; return alone ends the program
@@ -127,7 +163,7 @@ int cmd_return(int) {
     if (res.ProgramClass != 1) return class_error(1);
     if (local) return lang::cmd_macdef(4);
     if (scalar) return scalar_sub(ret_set_scalar);
-    if (matrix) return not_yet("return matrix");
+    if (matrix) return return_matrix();
     if (*tokrest()) return error(198);
     return ret_add();
 }

@@ -23,6 +23,7 @@
 #include "data/varlist.h"
 #include "estimate/frame.h"
 #include "lang/prog.h"
+#include "matrix/matexpr.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "output/log.h"
@@ -560,6 +561,7 @@ int session_main(int argc, char **argv) {
     data::expr_hook_creturn = creturn_for_expressions;
     out::ccl_lookup = creturn_text;
     mat::results_init();
+    mat::matexpr_init();
     data::labels_init();
     data::leap_locate = locate_leapseconds;
     complete_names = data::varnames_beginning;

@@ -208,6 +208,27 @@ void store_delete(void *payload) {
     std::free(r);
 }
 
+void store_rename(void *payload, const char *name, int type) {
+    StoreRecord *r = store_header(payload);
+    if (!r || !valid_type(type)) return;
+    unlink_bucket(r);
+    if (r->typeprev)
+        r->typeprev->typenext = r->typenext;
+    else
+        typeheads[r->type] = r->typenext;
+    if (r->typenext) r->typenext->typeprev = r->typeprev;
+    std::strncpy(r->name, name, NAMELEN);
+    r->name[NAMELEN] = '\0';
+    r->bucket = store_hash(r->name);
+    r->type = type;
+    link_bucket_head(r);
+    StoreRecord *&th = typeheads[type];
+    r->typeprev = nullptr;
+    r->typenext = th;
+    if (th) th->typeprev = r;
+    th = r;
+}
+
 void store_drop_type(int type) {
     if (!valid_type(type)) return;
     while (typeheads[type])

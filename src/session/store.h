@@ -75,6 +75,8 @@ void *store_find_any(const char *name);
 void *store_next(void *payload, int type);
 void *store_walk(void *payload, const char **name_out, int type, int32_t *length_out);
 void store_delete(void *payload);
+// Gives a record a new name and type in place; the payload does not move.
+void store_rename(void *payload, const char *name, int type);
 void store_drop_type(int type);
 StoreRecord *store_header(void *payload);
 

@@ -1,6 +1,5 @@
 * functions whose subject is not part of this build say so, also inside a reference
-local x : rownames b
 local x : serset N
 local x : constraint 1
 local x : all numeric scalars
-display "[`:rownames b']"
+display "[`:serset N']"
