@@ -39,7 +39,7 @@ size_t sym_index(int i, int j) {
 
 void copy_name(char (&dst)[33], std::string_view s) {
     const size_t n = std::min(s.size(), sizeof dst - 1);
-    std::memcpy(dst, s.data(), n);
+    if (n) std::memcpy(dst, s.data(), n);
     dst[n] = '\0';
 }
 
