@@ -12,7 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "data/expr.h"
 #include "estimate/frame.h"
+#include "matrix/numerics.h"
 #include "matrix/sweep.h"
 #include "msg_capture.h"
 #include "session/hexfloat.h"
@@ -465,6 +467,308 @@ TEST_F(Numerics, SweepMessages) {
     EXPECT_EQ(cap.text(),
               "sweep(): conformability error\nsweep(): conformability error\n"
               "sweep(): matrix has zero values on diagonal\nsweep(): matrix has missing values\n");
+}
+
+// ---- LAPACK-backed routines against long double -------------------------------------------------
+
+// The 1-norm condition number of a.
+double cond1(const std::vector<double> &a, int n) {
+    std::vector<LD> l = to_ld(a);
+    return (double)(norm1(l, n) * norm1(gj_inverse(l, n), n));
+}
+
+// Cholesky in long double: the lower factor.
+std::vector<LD> ld_cholesky(const std::vector<double> &a, int n) {
+    std::vector<LD> l((size_t)n * n, 0);
+    for (int j = 0; j < n; ++j) {
+        LD s = a[(size_t)j * n + j];
+        for (int k = 0; k < j; ++k)
+            s -= l[(size_t)j * n + k] * l[(size_t)j * n + k];
+        l[(size_t)j * n + j] = sqrtl(s);
+        for (int i = j + 1; i < n; ++i) {
+            LD t = a[(size_t)i * n + j];
+            for (int k = 0; k < j; ++k)
+                t -= l[(size_t)i * n + k] * l[(size_t)j * n + k];
+            l[(size_t)i * n + j] = t / l[(size_t)j * n + j];
+        }
+    }
+    return l;
+}
+
+// Cyclic Jacobi in long double: eigenvalues descending, eigenvectors as columns with the same sign
+// rule as the routine (the element of greatest size positive).
+void ld_jacobi(const std::vector<LD> &in, int n, std::vector<LD> &vals, std::vector<LD> &vecs) {
+    std::vector<LD> a = in, v((size_t)n * n, 0);
+    for (int i = 0; i < n; ++i)
+        v[(size_t)i * n + i] = 1;
+    for (int sweep = 0; sweep < 100; ++sweep) {
+        LD off = 0, all = 0;
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j) {
+                all += a[(size_t)i * n + j] * a[(size_t)i * n + j];
+                if (i != j) off += a[(size_t)i * n + j] * a[(size_t)i * n + j];
+            }
+        if (off <= all * 1e-44L) break;
+        for (int p = 0; p < n; ++p)
+            for (int q = p + 1; q < n; ++q) {
+                const LD apq = a[(size_t)p * n + q];
+                if (apq == 0) continue;
+                const LD theta = (a[(size_t)q * n + q] - a[(size_t)p * n + p]) / (2 * apq);
+                const LD t = (theta >= 0 ? 1 : -1) / (fabsl(theta) + sqrtl(theta * theta + 1));
+                const LD c = 1 / sqrtl(t * t + 1), s = t * c;
+                for (int k = 0; k < n; ++k) { // columns p, q
+                    const LD kp = a[(size_t)k * n + p], kq = a[(size_t)k * n + q];
+                    a[(size_t)k * n + p] = c * kp - s * kq;
+                    a[(size_t)k * n + q] = s * kp + c * kq;
+                }
+                for (int k = 0; k < n; ++k) { // rows p, q
+                    const LD pk = a[(size_t)p * n + k], qk = a[(size_t)q * n + k];
+                    a[(size_t)p * n + k] = c * pk - s * qk;
+                    a[(size_t)q * n + k] = s * pk + c * qk;
+                }
+                for (int k = 0; k < n; ++k) {
+                    const LD kp = v[(size_t)k * n + p], kq = v[(size_t)k * n + q];
+                    v[(size_t)k * n + p] = c * kp - s * kq;
+                    v[(size_t)k * n + q] = s * kp + c * kq;
+                }
+            }
+    }
+    std::vector<int> ord(n);
+    for (int i = 0; i < n; ++i)
+        ord[i] = i;
+    std::sort(ord.begin(), ord.end(),
+              [&](int x, int y) { return a[(size_t)x * n + x] > a[(size_t)y * n + y]; });
+    vals.assign(n, 0);
+    vecs.assign((size_t)n * n, 0);
+    for (int k = 0; k < n; ++k) {
+        vals[k] = a[(size_t)ord[k] * n + ord[k]];
+        int big = 0;
+        for (int i = 1; i < n; ++i)
+            if (fabsl(v[(size_t)i * n + ord[k]]) > fabsl(v[(size_t)big * n + ord[k]])) big = i;
+        const LD f = v[(size_t)big * n + ord[k]] < 0 ? -1 : 1;
+        for (int i = 0; i < n; ++i)
+            vecs[(size_t)i * n + k] = f * v[(size_t)i * n + ord[k]];
+    }
+}
+
+struct Case {
+    std::string name;
+    std::vector<double> a;
+    int n;
+};
+std::vector<Case> spd_cases() {
+    std::vector<Case> c;
+    for (int n = 1; n <= 10; ++n)
+        c.push_back({"hilbert " + std::to_string(n), hilbert(n), n});
+    c.push_back({"longley", longley_xtx(), 7});
+    return c;
+}
+
+// inv by LU: element errors relative to the scale of the inverse, within the condition number of
+// the matrix scaled to a unit diagonal times n times the precision, and normwise within the
+// unscaled 1-norm condition number times n times the precision.
+TEST_F(Numerics, InvHilbertLongley) {
+    for (const Case &c : spd_cases()) {
+        SCOPED_TRACE(c.name);
+        const int n = c.n, ld = n + 2;
+        std::vector<double> x((size_t)n * ld, -7.0);
+        ASSERT_EQ(mat::inv(c.a.data(), n, n, n, x.data(), ld), 0);
+        const std::vector<LD> r = gj_inverse(to_ld(c.a), n);
+        const double cs = cond_scaled(c.a, n);
+        EXPECT_LE(scaled_err(x, ld, r, n), cs * n * EPS) << "scaled cond " << cs;
+        std::vector<LD> d((size_t)n * n);
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j)
+                d[(size_t)i * n + j] = (LD)x[(size_t)i * ld + j] - r[(size_t)i * n + j];
+        if (c.name != "longley") { // its unscaled condition number is beyond a double's range of use
+            EXPECT_LE((double)(norm1(d, n) / norm1(r, n)), cond1(c.a, n) * n * EPS);
+        }
+        for (int i = 0; i < n; ++i)
+            EXPECT_EQ(x[(size_t)i * ld + n], -7.0);
+    }
+}
+
+// cholesky: the factor within the scaled condition number, and L L' = A to rounding whatever the
+// condition.
+TEST_F(Numerics, CholeskyHilbertLongley) {
+    for (const Case &c : spd_cases()) {
+        SCOPED_TRACE(c.name);
+        const int n = c.n;
+        std::vector<double> l((size_t)n * n, -7.0);
+        ASSERT_EQ(mat::cholesky(c.a.data(), n, n, n, l.data(), n), 0);
+        const std::vector<LD> r = ld_cholesky(c.a, n);
+        const double cs = cond_scaled(c.a, n);
+        double err = 0, back = 0;
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j) {
+                if (j > i) {
+                    EXPECT_EQ(l[(size_t)i * n + j], 0.0);
+                }
+                const LD si = sqrtl((LD)c.a[(size_t)i * n + i]);
+                err = std::max(err, (double)(fabsl(l[(size_t)i * n + j] - r[(size_t)i * n + j]) / si));
+                LD s = 0;
+                for (int k = 0; k < n; ++k)
+                    s += (LD)l[(size_t)i * n + k] * l[(size_t)j * n + k];
+                back = std::max(back, (double)(fabsl(s - c.a[(size_t)i * n + j]) /
+                                               (si * sqrtl((LD)c.a[(size_t)j * n + j]))));
+            }
+        EXPECT_LE(err, cs * n * EPS) << "scaled cond " << cs;
+        EXPECT_LE(back, 2 * n * EPS);
+    }
+}
+
+// symeigen: eigenvalues within n eps |A| (they are perfectly conditioned); each eigenvector within
+// n eps |A| / gap, its condition number; V orthonormal.
+TEST_F(Numerics, SymeigenHilbertLongley) {
+    for (const Case &c : spd_cases()) {
+        SCOPED_TRACE(c.name);
+        const int n = c.n, ld = n + 1;
+        std::vector<double> v((size_t)n * ld, -7.0), w(n);
+        ASSERT_EQ(mat::symeigen(c.a.data(), n, n, n, v.data(), ld, w.data()), 0);
+        std::vector<LD> rv, rx;
+        ld_jacobi(to_ld(c.a), n, rv, rx);
+        const double top = (double)rv[0];
+        for (int k = 0; k < n; ++k) {
+            EXPECT_LE(std::fabs(w[k] - (double)rv[k]), n * EPS * top) << k;
+            if (k) {
+                EXPECT_GE(w[k - 1], w[k]);
+            }
+            LD gap = INFINITY;
+            for (int j = 0; j < n; ++j)
+                if (j != k) gap = std::min(gap, fabsl(rv[j] - rv[k]));
+            double e = 0;
+            for (int i = 0; i < n; ++i)
+                e = std::max(e, (double)fabsl(v[(size_t)i * ld + k] - rx[(size_t)i * n + k]));
+            if (n > 1) {
+                EXPECT_LE(e, n * EPS * top / (double)gap) << "vector " << k;
+            }
+            for (int j = 0; j < n; ++j) {
+                LD s = 0;
+                for (int i = 0; i < n; ++i)
+                    s += (LD)v[(size_t)i * ld + k] * v[(size_t)i * ld + j];
+                EXPECT_NEAR((double)s, j == k ? 1.0 : 0.0, 2 * n * EPS);
+            }
+        }
+        std::vector<double> only(n);
+        ASSERT_EQ(mat::symeigen(c.a.data(), n, n, n, nullptr, 0, only.data()), 0);
+        for (int k = 0; k < n; ++k)
+            EXPECT_LE(std::fabs(only[k] - (double)rv[k]), n * EPS * top);
+    }
+}
+
+// svd of the symmetric positive definite cases: the singular values are the eigenvalues and V the
+// eigenvectors; U = V.
+TEST_F(Numerics, SvdHilbertLongley) {
+    for (const Case &c : spd_cases()) {
+        SCOPED_TRACE(c.name);
+        const int n = c.n;
+        std::vector<double> u((size_t)n * n), v((size_t)n * n), w(n);
+        ASSERT_EQ(mat::svd(c.a.data(), n, n, n, u.data(), n, w.data(), v.data(), n), 0);
+        std::vector<LD> rv, rx;
+        ld_jacobi(to_ld(c.a), n, rv, rx);
+        const double top = (double)rv[0];
+        for (int k = 0; k < n; ++k) {
+            EXPECT_LE(std::fabs(w[k] - (double)rv[k]), n * EPS * top) << k;
+            LD gap = INFINITY;
+            for (int j = 0; j < n; ++j)
+                if (j != k) gap = std::min(gap, fabsl(rv[j] - rv[k]));
+            double e = 0, eu = 0;
+            for (int i = 0; i < n; ++i) {
+                e = std::max(e, (double)fabsl(v[(size_t)i * n + k] - rx[(size_t)i * n + k]));
+                eu = std::max(eu, std::fabs(u[(size_t)i * n + k] - v[(size_t)i * n + k]));
+            }
+            if (n > 1) {
+                EXPECT_LE(e, n * EPS * top / (double)gap) << "vector " << k;
+                EXPECT_LE(eu, 2 * n * EPS * top / (double)gap) << "vector " << k;
+            }
+        }
+    }
+}
+
+// svd of the 16 by 7 Longley design itself: the singular values are the roots of the eigenvalues
+// of X'X, and U diag(w) V' gives X back.
+TEST_F(Numerics, SvdLongleyDesign) {
+    std::ifstream f(std::string(ORVAT_SOURCE_DIR) + "/../shared/data/nist/Longley.dat");
+    std::string line;
+    std::vector<double> x;
+    int lineno = 0, r = 0;
+    while (std::getline(f, line)) {
+        if (++lineno < 61) continue;
+        std::istringstream in(line);
+        double v[7];
+        if (!(in >> v[0] >> v[1] >> v[2] >> v[3] >> v[4] >> v[5] >> v[6])) continue;
+        for (int j = 1; j < 7; ++j)
+            x.push_back(v[j]);
+        x.push_back(1);
+        ++r;
+    }
+    ASSERT_EQ(r, 16);
+    const int c = 7;
+    std::vector<double> u((size_t)r * c), v((size_t)c * c), w(c);
+    ASSERT_EQ(mat::svd(x.data(), r, c, c, u.data(), c, w.data(), v.data(), c), 0);
+    std::vector<LD> xtx((size_t)c * c, 0), rv, rx;
+    for (int i = 0; i < c; ++i)
+        for (int j = 0; j < c; ++j)
+            for (int k = 0; k < r; ++k)
+                xtx[(size_t)i * c + j] += (LD)x[(size_t)k * c + i] * x[(size_t)k * c + j];
+    ld_jacobi(xtx, c, rv, rx);
+    for (int k = 0; k < c; ++k) {
+        // sigma^2 = lambda: an error of e in sigma is one of 2 sigma e in lambda; the bound on sigma
+        // is n eps sigma_max.
+        EXPECT_LE(std::fabs(w[k] - (double)sqrtl(rv[k])), c * EPS * w[0]) << k;
+    }
+    for (int i = 0; i < r; ++i)
+        for (int j = 0; j < c; ++j) {
+            LD s = 0;
+            for (int k = 0; k < c; ++k)
+                s += (LD)u[(size_t)i * c + k] * w[k] * v[(size_t)j * c + k];
+            EXPECT_LE(std::fabs((double)s - x[(size_t)i * c + j]), 4 * c * EPS * w[0]);
+        }
+    // A wide matrix: its transpose's values, k = 2 columns of U and V.
+    const double wide[6] = {3, 0, 4, 0, 5, 0};
+    std::vector<double> uw(4), vw(6), ww(2);
+    ASSERT_EQ(mat::svd(wide, 2, 3, 3, uw.data(), 2, ww.data(), vw.data(), 2), 0);
+    EXPECT_NEAR(ww[0], 5, 1e-15);
+    EXPECT_NEAR(ww[1], 5, 1e-15);
+}
+
+// The library's error callback records the call instead of ending the process; la_status() turns
+// it into 3930 with its message.
+extern "C" void dgetrf_(const int *m, const int *n, double *a, const int *lda, int *ipiv, int *info);
+TEST_F(Numerics, LapackErrorBecomes3930) {
+    MsgCapture cap;
+    mat::la_reset();
+    EXPECT_EQ(mat::la_status(), 0);
+    const int m = -1, n = 2, lda = 2;
+    double a[4] = {1, 2, 3, 4};
+    int ipiv[2], info = 0;
+    dgetrf_(&m, &n, a, &lda, ipiv, &info);
+    EXPECT_EQ(info, -1);
+    EXPECT_STREQ(mat::la_last_routine(), "DGETRF");
+    EXPECT_EQ(mat::la_last_argument(), 1);
+    EXPECT_EQ(mat::la_status(), 3930);
+    EXPECT_EQ(cap.text(), "error in LAPACK routine\n");
+    EXPECT_EQ(mat::la_status(), 0); // read once
+    // A routine after it starts clean.
+    double y[4];
+    EXPECT_EQ(mat::inv(a, 2, 2, 2, y, 2), 0);
+}
+
+TEST_F(Numerics, LapackFailures) {
+    MsgCapture cap;
+    double x[9];
+    const double sing[4] = {1, 2, 2, 4};
+    EXPECT_EQ(mat::inv(sing, 2, 2, 2, x, 2), 3352);
+    const double nonpd[4] = {1, 2, 2, 1};
+    EXPECT_EQ(mat::cholesky(nonpd, 2, 2, 2, x, 2), 506);
+    const double rect[6] = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(mat::inv(rect, 2, 3, 3, x, 3), 503);
+    const double nsym[4] = {1, 2, 3, 4};
+    EXPECT_EQ(mat::symeigen(nsym, 2, 2, 2, x, 2, x + 4), 505);
+    const double miss[4] = {1, 0, 0, session::lim.dot};
+    EXPECT_EQ(mat::svd(miss, 2, 2, 2, nullptr, 0, x, nullptr, 0), 504);
+    EXPECT_EQ(cap.text(), "singular matrix\nmatrix not positive definite\nconformability error\n"
+                          "matrix not symmetric\nmatrix has missing values\n");
 }
 
 } // namespace
