@@ -4,6 +4,7 @@
 // callback becoming 3930.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "data/expr.h"
+#include "data/types.h"
 #include "estimate/frame.h"
 #include "matrix/numerics.h"
 #include "matrix/sweep.h"
@@ -769,6 +771,191 @@ TEST_F(Numerics, LapackFailures) {
     EXPECT_EQ(mat::svd(miss, 2, 2, 2, nullptr, 0, x, nullptr, 0), 504);
     EXPECT_EQ(cap.text(), "singular matrix\nmatrix not positive definite\nconformability error\n"
                           "matrix not symmetric\nmatrix has missing values\n");
+}
+
+// ---- The small functions --------------------------------------------------------------------------
+
+// det by LU: within the 1-norm condition number times n eps of the long-double elimination.
+TEST_F(Numerics, DetHilbert) {
+    for (int n = 1; n <= 10; ++n) {
+        const std::vector<double> h = hilbert(n);
+        std::vector<LD> a = to_ld(h);
+        LD d = 1;
+        for (int k = 0; k < n; ++k) {
+            int p = k;
+            for (int i = k + 1; i < n; ++i)
+                if (fabsl(a[(size_t)i * n + k]) > fabsl(a[(size_t)p * n + k])) p = i;
+            if (p != k) {
+                d = -d;
+                for (int j = 0; j < n; ++j)
+                    std::swap(a[(size_t)k * n + j], a[(size_t)p * n + j]);
+            }
+            d *= a[(size_t)k * n + k];
+            for (int i = k + 1; i < n; ++i) {
+                const LD f = a[(size_t)i * n + k] / a[(size_t)k * n + k];
+                for (int j = k; j < n; ++j)
+                    a[(size_t)i * n + j] -= f * a[(size_t)k * n + j];
+            }
+        }
+        double got = 0;
+        ASSERT_EQ(mat::det(h.data(), n, n, n, &got), 0);
+        EXPECT_LE(std::fabs(got - (double)d) / (double)d, cond1(h, n) * n * EPS) << n;
+    }
+    double d = 0;
+    const double perm[4] = {0, 1, 1, 0}; // one row swap
+    ASSERT_EQ(mat::det(perm, 2, 2, 2, &d), 0);
+    EXPECT_EQ(d, -1.0);
+    const double sing[4] = {1, 2, 2, 4};
+    ASSERT_EQ(mat::det(sing, 2, 2, 2, &d), 0);
+    EXPECT_EQ(d, 0.0);
+    EXPECT_FALSE(std::signbit(d));
+    const double miss[4] = {1, session::lim.dot, 0, 1};
+    ASSERT_EQ(mat::det(miss, 2, 2, 2, &d), 0);
+    EXPECT_EQ(d, session::lim.dot);
+}
+
+TEST_F(Numerics, ScalarFunctions) {
+    MsgCapture cap;
+    // A 2 by 3 block inside a stride of 4; the fourth column is not part of it.
+    const double a[8] = {1, 0, 3, 99, 0, 5, 0, 99};
+    const double sq[9] = {1, 2, 3, 2, 0, 4, 3, 4, 0};
+    double t = 0;
+    int k = -1;
+    EXPECT_EQ(mat::trace(sq, 3, 3, 3, &t), 0);
+    EXPECT_EQ(t, 1.0);
+    EXPECT_EQ(mat::diag0cnt(sq, 3, 3, 3, &k), 0);
+    EXPECT_EQ(k, 2);
+    EXPECT_TRUE(mat::issym(sq, 3, 3, 3));
+    EXPECT_FALSE(mat::issym(a, 2, 3, 4));
+    const double ns[4] = {1, 2, 2.0000000001, 1};
+    EXPECT_FALSE(mat::issym(ns, 2, 2, 2));
+    EXPECT_FALSE(mat::matmissing(a, 2, 3, 4));
+    const double m[4] = {1, 2, 3, data::missing_value(26)};
+    EXPECT_TRUE(mat::matmissing(m, 2, 2, 2));
+    EXPECT_FALSE(mat::matmissing(m, 2, 1, 2)); // the missing value is outside the first column
+    EXPECT_EQ(mat::trace(m, 2, 2, 2, &t), 0);
+    EXPECT_EQ(t, session::lim.dot);
+    EXPECT_EQ(cap.text(), "");
+    EXPECT_EQ(mat::trace(a, 2, 3, 4, &t), 503);
+    EXPECT_EQ(mat::diag0cnt(a, 2, 3, 4, &k), 503);
+    EXPECT_EQ(mat::det(a, 2, 3, 4, &t), 503);
+    EXPECT_EQ(cap.text(), "conformability error\nconformability error\nconformability error\n");
+}
+
+TEST_F(Numerics, Corr) {
+    MsgCapture cap;
+    const double v[9] = {4, 2, -3, 2, 9, 0, -3, 0, 1};
+    double x[9];
+    ASSERT_EQ(mat::corr(v, 3, 3, 3, x, 3), 0);
+    EXPECT_EQ(x[0], 1.0);
+    EXPECT_EQ(x[1], 2 / 6.0);
+    EXPECT_EQ(x[2], -3 / 2.0);
+    EXPECT_EQ(x[3], x[1]);
+    EXPECT_EQ(x[5], 0.0);
+    // In place.
+    double w[9];
+    std::memcpy(w, v, sizeof w);
+    ASSERT_EQ(mat::corr(w, 3, 3, 3, w, 3), 0);
+    EXPECT_EQ(std::memcmp(w, x, sizeof w), 0);
+    const double z[4] = {1, 0, 0, 0};
+    EXPECT_EQ(mat::corr(z, 2, 2, 2, x, 2), 508);
+    const double neg[4] = {1, 0, 0, -1};
+    EXPECT_EQ(mat::corr(neg, 2, 2, 2, x, 2), 508);
+    EXPECT_EQ(cap.text(), "corr(): matrix has zero or negative values on diagonal\n"
+                          "corr(): matrix has zero or negative values on diagonal\n");
+    cap.reset();
+    const double ns[4] = {1, 2, 3, 4};
+    EXPECT_EQ(mat::corr(ns, 2, 2, 2, x, 2), 505);
+    EXPECT_EQ(cap.text(), "matrix not symmetric\n");
+}
+
+TEST_F(Numerics, Syminv) {
+    MsgCapture cap;
+    const std::vector<double> h = hilbert(4);
+    std::vector<double> viasweep = h, x(16);
+    mat::InvsymOut out;
+    ASSERT_EQ(mat::invsym(viasweep.data(), 4, 4, {}, &out), 0);
+    ASSERT_EQ(mat::syminv(h.data(), 4, 4, 4, x.data(), 4, &out), 0);
+    EXPECT_EQ(x, viasweep);
+    EXPECT_EQ(h, hilbert(4)); // the input is left alone
+    const double rect[6] = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(mat::syminv(rect, 2, 3, 3, x.data(), 3, &out), 503);
+    const double ns[4] = {1, 2, 3, 4};
+    EXPECT_EQ(mat::syminv(ns, 2, 2, 2, x.data(), 2, &out), 505);
+    EXPECT_EQ(cap.text(), "conformability error\nmatrix not symmetric\n");
+}
+
+TEST_F(Numerics, ElementFunctions) {
+    MsgCapture cap;
+    const double a[6] = {1, 2, 3, 4, 5, 6};
+    const double b[8] = {2, 0, -1, 9, session::lim.dot, 1, 0.5, 9}; // stride 4
+    double x[9];
+    ASSERT_EQ(mat::hadamard(a, 2, 3, 3, b, 2, 3, 4, x, 3), 0);
+    EXPECT_EQ(std::vector<double>(x, x + 6), (std::vector<double>{2, 0, -3, session::lim.dot, 5, 3}));
+    EXPECT_EQ(mat::hadamard(a, 2, 3, 3, b, 3, 2, 4, x, 3), 503);
+    ASSERT_EQ(mat::vec(a, 2, 3, 3, x), 0);
+    EXPECT_EQ(std::vector<double>(x, x + 6), (std::vector<double>{1, 4, 2, 5, 3, 6}));
+    const double sq[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    ASSERT_EQ(mat::vecdiag(sq, 3, 3, 3, x), 0);
+    EXPECT_EQ(std::vector<double>(x, x + 3), (std::vector<double>{1, 5, 9}));
+    EXPECT_EQ(mat::vecdiag(a, 2, 3, 3, x), 503);
+    // diag of a row vector and of a column vector (stride 3: the first column of sq).
+    ASSERT_EQ(mat::diag(a, 1, 3, 3, x, 3), 0);
+    EXPECT_EQ(std::vector<double>(x, x + 9), (std::vector<double>{1, 0, 0, 0, 2, 0, 0, 0, 3}));
+    ASSERT_EQ(mat::diag(sq, 3, 1, 3, x, 3), 0);
+    EXPECT_EQ(std::vector<double>(x, x + 9), (std::vector<double>{1, 0, 0, 0, 4, 0, 0, 0, 7}));
+    EXPECT_EQ(mat::diag(sq, 3, 3, 3, x, 3), 503);
+    EXPECT_EQ(cap.text(), "conformability error\nconformability error\nconformability error\n");
+    cap.reset();
+    const int keep = session::st.matsize;
+    session::st.matsize = 5;
+    EXPECT_EQ(mat::vec(a, 2, 3, 3, x), 908); // 6 rows
+    session::st.matsize = keep;
+    EXPECT_EQ(cap.text().substr(0, 18), "matsize too small\n");
+}
+
+// matuniform draws from the session's generator, row by row.
+TEST_F(Numerics, Matuniform) {
+    ASSERT_EQ(data::rng_set_seed("12345"), 0);
+    double x[8];
+    ASSERT_EQ(mat::matuniform(2, 3, x, 4), 0);
+    ASSERT_EQ(data::rng_set_seed("12345"), 0);
+    for (int i = 0; i < 2; ++i)
+        for (int j = 0; j < 3; ++j) {
+            EXPECT_EQ(x[i * 4 + j], data::rng_uniform());
+            EXPECT_GT(x[i * 4 + j], 0.0);
+            EXPECT_LT(x[i * 4 + j], 1.0);
+        }
+}
+
+// The eigenvalues of a general matrix: complex pairs and the order by real part, then imaginary.
+TEST_F(Numerics, EigenvaluesGeneral) {
+    double re[3], im[3];
+    // The companion matrix of (x-1)(x-2)(x-3).
+    const double comp[9] = {6, -11, 6, 1, 0, 0, 0, 1, 0};
+    ASSERT_EQ(mat::eigenvalues(comp, 3, 3, 3, re, im), 0);
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_NEAR(re[k], 3 - k, 1e-13);
+        EXPECT_EQ(im[k], 0.0);
+    }
+    // 5 beside the block [1 -1; 1 1], whose eigenvalues are 1 + i and 1 - i.
+    const double blk[9] = {1, -1, 0, 1, 1, 0, 0, 0, 5};
+    ASSERT_EQ(mat::eigenvalues(blk, 3, 3, 3, re, im), 0);
+    EXPECT_NEAR(re[0], 5, 1e-14);
+    EXPECT_EQ(im[0], 0.0);
+    EXPECT_NEAR(re[1], 1, 1e-14);
+    EXPECT_NEAR(im[1], 1, 1e-14);
+    EXPECT_NEAR(re[2], 1, 1e-14);
+    EXPECT_NEAR(im[2], -1, 1e-14);
+    // A symmetric matrix agrees with symeigen.
+    const std::vector<double> h = hilbert(5);
+    double w[5], r5[5], i5[5];
+    ASSERT_EQ(mat::symeigen(h.data(), 5, 5, 5, nullptr, 0, w), 0);
+    ASSERT_EQ(mat::eigenvalues(h.data(), 5, 5, 5, r5, i5), 0);
+    for (int k = 0; k < 5; ++k) {
+        EXPECT_NEAR(r5[k], w[k], 5 * EPS * w[0]);
+        EXPECT_EQ(i5[k], 0.0);
+    }
 }
 
 } // namespace
