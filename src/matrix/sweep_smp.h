@@ -45,11 +45,13 @@ inline void sweep_rows(const SweepPivot &s, int64_t lo, int64_t hi) {
         const double r = s.c[i];
         if (s.state[i] == COL_SWEPT) {
             const double *__restrict cs = s.cs;
+#pragma omp simd
             for (int j = 0; j < n; ++j)
                 row[j] += (r * cs[j]) * invd;
             row[p] = r / d;
         } else {
             const double *__restrict c = s.c;
+#pragma omp simd
             for (int j = 0; j < n; ++j)
                 row[j] -= (r * c[j]) * invd;
             row[p] = -r / d;
