@@ -111,7 +111,7 @@ std::vector<double> hilbert(int n) {
 
 // X'X of the constant and x1..x6 of the Longley data, the constant last.
 std::vector<double> longley_xtx() {
-    std::ifstream f(std::string(ORVAT_SOURCE_DIR) + "/../shared/data/nist/Longley.dat");
+    std::ifstream f(std::string(ORVAT_SOURCE_DIR) + "/tests/unit/data/Longley.dat");
     std::string line;
     std::vector<std::vector<double>> rows;
     int lineno = 0;
@@ -690,7 +690,7 @@ TEST_F(Numerics, SvdHilbertLongley) {
 // svd of the 16 by 7 Longley design itself: the singular values are the roots of the eigenvalues
 // of X'X, and U diag(w) V' gives X back.
 TEST_F(Numerics, SvdLongleyDesign) {
-    std::ifstream f(std::string(ORVAT_SOURCE_DIR) + "/../shared/data/nist/Longley.dat");
+    std::ifstream f(std::string(ORVAT_SOURCE_DIR) + "/tests/unit/data/Longley.dat");
     std::string line;
     std::vector<double> x;
     int lineno = 0, r = 0;
