@@ -12,6 +12,7 @@
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "data/types.h"
+#include "matrix/estpost.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/macstore.h"
@@ -233,7 +234,10 @@ int expr_result(char kind, const char *name, double *v, char *buf) {
 
 // ---------------------------------------------------------------------------------------------------------
 
-void results_init() { data::expr_hook_result = expr_result; }
+void results_init() {
+    data::expr_hook_result = expr_result;
+    data::expr_hook_coef = coef_value;
+}
 
 int result_lookup(char kind, const char *name, double *v, std::string *text) {
     if (ResultScalars *t = fast_of(kind)) {

@@ -8,6 +8,7 @@
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "lang/macro.h"
+#include "matrix/estpost.h"
 #include "matrix/matstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
@@ -118,10 +119,9 @@ template <class Set> int scalar_sub(Set set) {
     return set(name.c_str(), v.num);
 }
 
-int not_yet(const std::string &what) { return session::not_built(what); }
-
-// return matrix name [=] matname [, copy]: the matrix moves (or is copied) to return() of this level
-int return_matrix() {
+// {return|ereturn} matrix name [=] matname [, copy]: the matrix moves (or is copied) to return() of
+// this level or to e()
+int result_matrix(int kind) {
     const std::string name = gettok(SEP_STD);
     if (name.empty()) return error(198);
     if (int rc = session::check_name(name)) return rc;
@@ -131,7 +131,6 @@ int return_matrix() {
     bool copy = false;
     const OptSpec specs[] = {opt_flag("copy", 4, copy)};
     if (int rc = parse_options(specs)) return rc;
-    const int kind = ST_RETMATRIX_FIRST + 3 * std::clamp(lp.callframes - 1, 0, session::max_callframes - 1);
     Matrix m;
     if (int rc = mat_load(from.c_str(), ST_MATRIX, m)) return rc;
     if (copy) return mat_save(name.c_str(), kind, m);
@@ -163,12 +162,14 @@ int cmd_return(int) {
     if (res.ProgramClass != 1) return class_error(1);
     if (local) return lang::cmd_macdef(4);
     if (scalar) return scalar_sub(ret_set_scalar);
-    if (matrix) return return_matrix();
+    if (matrix)
+        return result_matrix(ST_RETMATRIX_FIRST +
+                             3 * std::clamp(lp.callframes - 1, 0, session::max_callframes - 1));
     if (*tokrest()) return error(198);
     return ret_add();
 }
 
-// ereturn {local|scalar|matrix|list|clear|post|repost} ...
+// ereturn {local|scalar|matrix|list|clear|post|repost|display} ...
 int cmd_ereturn(int) {
     std::string sub = gettok(SEP_STD);
     if (sub.empty()) return error(198);
@@ -183,7 +184,10 @@ int cmd_ereturn(int) {
     }
     const bool local = cmdmatch(sub.c_str(), "local", 3), scalar = cmdmatch(sub.c_str(), "scalar", 3),
                matrix = cmdmatch(sub.c_str(), "matrix", 3), post = sub == "post", repost = sub == "repost";
+    if (cmdmatch(sub.c_str(), "display", 2)) return cmd_estdisplay(0);
     if (!local && !scalar && !matrix && !post && !repost) return error(198);
+    // post checks the class itself: its option clear allows it outside an e-class program
+    if (post) return cmd_estpost(0);
     if (res.ProgramClass != 3) return class_error(3);
     if (local) return lang::cmd_macdef(5);
     if (scalar)
@@ -191,7 +195,8 @@ int cmd_ereturn(int) {
             if (void *p = store_find(n, ST_E_MACRO, nullptr)) store_delete(p);
             return e_set_scalar(n, v);
         });
-    return not_yet("ereturn " + sub);
+    if (matrix) return result_matrix(ST_E_MATRIX);
+    return cmd_estpost(1);
 }
 
 // sreturn {local|clear|list} ...
