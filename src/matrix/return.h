@@ -9,6 +9,8 @@ int cmd_return(int);
 int cmd_ereturn(int);
 // sreturn {local|clear|list} ...
 int cmd_sreturn(int);
+// _estimates {hold|unhold|dir|names|varnames|clear|drop|local|scalar|matrix|post|repost} ...
+int cmd__estimates(int);
 // _return {hold|restore|drop|dir}
 int cmd__return(int);
 
