@@ -713,7 +713,14 @@ void comp_name(const char *a, const char *b) {
     if (bracket && name.empty()) { // [eq]name
         const char *c = close_of(q, b);
         if (!c || c + 1 >= b) syntax();
-        return coef_ref(0, std::string(q + 1, (size_t)(c - q - 1)), std::string(c + 1, (size_t)(b - c - 1)));
+        std::string eq(q + 1, (size_t)(c - q - 1)), coef(c + 1, (size_t)(b - c - 1));
+        // [eq]_b[name], [eq]_coef[name] and [eq]_se[name] name the coefficient in brackets
+        for (const char *w : {"_b[", "_coef[", "_se["}) {
+            const size_t n = std::strlen(w);
+            if (coef.size() > n + 1 && coef.compare(0, n, w) == 0 && coef.back() == ']')
+                return coef_ref(w[1] == 's' ? 1 : 0, eq, coef.substr(n, coef.size() - n - 1));
+        }
+        return coef_ref(0, eq, coef);
     }
     if (bracket && (name == "_b" || name == "_coef" || name == "_se")) {
         if (close_of(q, b) != b - 1) syntax();

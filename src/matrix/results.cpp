@@ -11,7 +11,9 @@
 #include "data/dataset.h"
 #include "data/expr.h"
 #include "data/fmt.h"
+#include "data/labels.h"
 #include "data/types.h"
+#include "matrix/estpost.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/macstore.h"
@@ -152,6 +154,141 @@ int matrix_type_of(char kind) { return kind == 'r' ? ST_R_MATRIX : kind == 'e' ?
 
 bool has_sample() { return data::find_var("(e)") > 0; }
 
+// ---- Held estimates -----------------------------------------------------------------------------
+
+HeldEstimates held_est[EST_SLOTS];
+
+namespace {
+
+// The eleven families: the store kind each one keeps, and whether only the S_E_ objects of that kind
+// belong to e(). The scalars of e() are kept in the family of kind 25, the fast table's first.
+struct Family {
+    int base, kind;
+    bool se_only;
+};
+constexpr Family families[11] = {
+    {50, ST_ESTRESULT, false}, {351, ST_E_SCALAR, false},      {652, ST_E_MACRO, false},
+    {953, ST_E_MATRIX, false}, {1254, ST_E_MATRIX + 1, false}, {1555, ST_E_MATRIX + 2, false},
+    {1856, ST_GLOBAL, true},   {2157, ST_SCALAR, true},        {2458, ST_MATRIX, true},
+    {2759, ST_MATRIX_R, true}, {3060, ST_MATRIX_C, true},
+};
+
+int copy_object(const char *name, int from, int to) {
+    int32_t len = 0;
+    void *p = store_find(name, from, &len);
+    if (!p) return 0;
+    if (void *q = store_find(name, to, nullptr)) store_delete(q);
+    return store_add_copy(name, to, len, p, store_header(p)->usedsize) ? 0 : 950;
+}
+
+// The objects of e() at the kinds of one family, from e() to the slot or back.
+std::vector<std::string> family_names(const Family &f, int kind) {
+    std::vector<std::string> v;
+    for (const std::string &n : names_at(kind))
+        if (!f.se_only || prefix_se(n.c_str())) v.push_back(n);
+    return v;
+}
+
+void drop_slot_kinds(int slot) {
+    for (const Family &f : families)
+        store_drop_type(f.base + slot);
+}
+
+int drop_variable(int v) {
+    std::vector<uint8_t> flags((size_t)data::ds.nvar, 0);
+    flags[(size_t)v - 1] = 1;
+    return data::drop_vars(flags.data());
+}
+
+} // namespace
+
+int est_slot(const std::string &name) {
+    for (int i = 0; i < EST_SLOTS; ++i)
+        if (held_est[i].used && name == held_est[i].name) return i;
+    return -1;
+}
+
+int est_free_slot() {
+    for (int i = 0; i < EST_SLOTS - 1; ++i)
+        if (!held_est[i].used) return i;
+    return -1;
+}
+
+bool e_empty() {
+    if (!scalars_of('e').empty() || has_sample()) return false;
+    for (const Family &f : families)
+        if (!family_names(f, f.kind).empty()) return false;
+    return true;
+}
+
+int hold_e(int slot, bool keep, const std::string &var, const char *label) {
+    drop_slot_kinds(slot);
+    int rc = 0;
+    for (const auto &[n, v] : scalars_of('e'))
+        if (!rc) rc = store_scalar(n.c_str(), families[1].base + slot, v);
+    for (const Family &f : families) {
+        if (f.kind == ST_E_SCALAR) continue;
+        for (const std::string &n : family_names(f, f.kind))
+            if (!rc) rc = copy_object(n.c_str(), f.kind, f.base + slot);
+    }
+    const int ev = data::find_var("(e)");
+    if (!rc && ev > 0 && !var.empty()) {
+        int v = 0;
+        if ((rc = data::add_var(var.c_str(), data::T_BYTE, &v))) {
+            drop_slot_kinds(slot);
+            return rc;
+        }
+        for (int i = 1; i <= data::ds.nobs; ++i)
+            data::put_num(v, i, data::get_num(ev, i));
+        data::varlabel_set(var.c_str(), label);
+    }
+    if (rc) {
+        drop_slot_kinds(slot);
+        return error(rc);
+    }
+    HeldEstimates &h = held_est[slot];
+    h = HeldEstimates{};
+    h.used = true;
+    std::snprintf(h.var, sizeof h.var, "%s", ev > 0 ? var.c_str() : "");
+    if (!keep) e_clear();
+    return 0;
+}
+
+int unhold_e(int slot) {
+    HeldEstimates &h = held_est[slot];
+    e_clear();
+    int rc = 0;
+    const int sk = families[1].base + slot;
+    for (const std::string &n : names_at(sk))
+        if (!rc) rc = e_set_scalar(n.c_str(), *static_cast<double *>(store_find(n.c_str(), sk, nullptr)));
+    for (const Family &f : families) {
+        if (f.kind == ST_E_SCALAR) continue;
+        for (const std::string &n : names_at(f.base + slot))
+            if (!rc) rc = copy_object(n.c_str(), f.base + slot, f.kind);
+    }
+    if (rc) return error(rc);
+    if (h.var[0])
+        if (const int v = data::find_var(h.var)) {
+            const int e = data::add_var_raw("(e)", data::T_BYTE);
+            if (e < 0) return error(-e);
+            for (int i = 1; i <= data::ds.nobs; ++i)
+                data::put_num(e, i, data::get_num(v, i));
+            const std::string var = h.var;
+            h.var[0] = '\0'; // the values are the marker's now
+            if ((rc = drop_variable(data::find_var(var.c_str())))) return rc;
+        }
+    drop_e(slot);
+    return 0;
+}
+
+void drop_e(int slot) {
+    HeldEstimates &h = held_est[slot];
+    drop_slot_kinds(slot);
+    if (h.var[0])
+        if (const int v = data::find_var(h.var)) drop_variable(v);
+    h = HeldEstimates{};
+}
+
 // _return hold slots: each result is one record at the slot's kind, a tag byte ('s' scalar, 'm' macro)
 // and then the value.
 int held_slot(const std::string &name) {
@@ -233,7 +370,10 @@ int expr_result(char kind, const char *name, double *v, char *buf) {
 
 // ---------------------------------------------------------------------------------------------------------
 
-void results_init() { data::expr_hook_result = expr_result; }
+void results_init() {
+    data::expr_hook_result = expr_result;
+    data::expr_hook_coef = coef_value;
+}
 
 int result_lookup(char kind, const char *name, double *v, std::string *text) {
     if (ResultScalars *t = fast_of(kind)) {
@@ -376,6 +516,9 @@ void program_enter(int cls) {
 }
 
 void program_leave(int cls, int rc) {
+    // holds made with the restore option come back when the program that made them ends
+    for (int i = 0; i < EST_SLOTS; ++i)
+        if (held_est[i].used && held_est[i].restore && held_est[i].level >= lp.callframes) unhold_e(i);
     if (cls != 1) return;
     if (rc == 0) {
         r_clear();

@@ -80,6 +80,31 @@ void free_slot(int slot);
 std::vector<std::pair<std::string, double>> scalars_of(char kind);
 std::vector<std::string> names_at(int type);
 int macro_type_of(char kind);
+// Held estimates: slots 0 to 299 for the holds of programs and `estimates store`, slot 300 for a hold
+// by the system itself. Slot n keeps e() at the store kinds family base + n of eleven families.
+inline constexpr int EST_SLOTS = 301;
+struct HeldEstimates {
+    bool used = false;
+    bool by_store = false; // made by `estimates store`
+    bool restore = false;  // put back when the program that held it ends
+    int level = 0;         // the call frame that held it
+    char name[33] = {};
+    char var[33] = {}; // the variable that keeps the sample marker; empty when none
+};
+extern HeldEstimates held_est[EST_SLOTS];
+// The slot holding name exactly (-1 when none), and the first free of slots 0 to 299 (-1 when full).
+int est_slot(const std::string &name);
+int est_free_slot();
+// True when e() holds nothing at all.
+bool e_empty();
+// Moves e() into slot (or copies it when keep); the sample marker goes to the variable var with the
+// label given. The caller has checked the slot and the names. 0 or the code with the message.
+int hold_e(int slot, bool keep, const std::string &var, const char *label);
+// Puts slot back into e(), replacing it, and frees the slot.
+int unhold_e(int slot);
+// Frees slot and drops what it holds, the marker's variable too.
+void drop_e(int slot);
+
 // An e(sample) marker exists while the dataset holds the hidden variable "(e)".
 bool has_sample();
 

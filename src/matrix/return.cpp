@@ -8,6 +8,7 @@
 #include "data/expr.h"
 #include "data/fmt.h"
 #include "lang/macro.h"
+#include "matrix/estpost.h"
 #include "matrix/matstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
@@ -118,10 +119,9 @@ template <class Set> int scalar_sub(Set set) {
     return set(name.c_str(), v.num);
 }
 
-int not_yet(const std::string &what) { return session::not_built(what); }
-
-// return matrix name [=] matname [, copy]: the matrix moves (or is copied) to return() of this level
-int return_matrix() {
+// {return|ereturn} matrix name [=] matname [, copy]: the matrix moves (or is copied) to return() of
+// this level or to e()
+int result_matrix(int kind) {
     const std::string name = gettok(SEP_STD);
     if (name.empty()) return error(198);
     if (int rc = session::check_name(name)) return rc;
@@ -131,7 +131,6 @@ int return_matrix() {
     bool copy = false;
     const OptSpec specs[] = {opt_flag("copy", 4, copy)};
     if (int rc = parse_options(specs)) return rc;
-    const int kind = ST_RETMATRIX_FIRST + 3 * std::clamp(lp.callframes - 1, 0, session::max_callframes - 1);
     Matrix m;
     if (int rc = mat_load(from.c_str(), ST_MATRIX, m)) return rc;
     if (copy) return mat_save(name.c_str(), kind, m);
@@ -163,12 +162,14 @@ int cmd_return(int) {
     if (res.ProgramClass != 1) return class_error(1);
     if (local) return lang::cmd_macdef(4);
     if (scalar) return scalar_sub(ret_set_scalar);
-    if (matrix) return return_matrix();
+    if (matrix)
+        return result_matrix(ST_RETMATRIX_FIRST +
+                             3 * std::clamp(lp.callframes - 1, 0, session::max_callframes - 1));
     if (*tokrest()) return error(198);
     return ret_add();
 }
 
-// ereturn {local|scalar|matrix|list|clear|post|repost} ...
+// ereturn {local|scalar|matrix|list|clear|post|repost|display} ...
 int cmd_ereturn(int) {
     std::string sub = gettok(SEP_STD);
     if (sub.empty()) return error(198);
@@ -183,7 +184,10 @@ int cmd_ereturn(int) {
     }
     const bool local = cmdmatch(sub.c_str(), "local", 3), scalar = cmdmatch(sub.c_str(), "scalar", 3),
                matrix = cmdmatch(sub.c_str(), "matrix", 3), post = sub == "post", repost = sub == "repost";
+    if (cmdmatch(sub.c_str(), "display", 2)) return cmd_estdisplay(0);
     if (!local && !scalar && !matrix && !post && !repost) return error(198);
+    // post checks the class itself: its option clear allows it outside an e-class program
+    if (post) return cmd_estpost(0);
     if (res.ProgramClass != 3) return class_error(3);
     if (local) return lang::cmd_macdef(5);
     if (scalar)
@@ -191,7 +195,8 @@ int cmd_ereturn(int) {
             if (void *p = store_find(n, ST_E_MACRO, nullptr)) store_delete(p);
             return e_set_scalar(n, v);
         });
-    return not_yet("ereturn " + sub);
+    if (matrix) return result_matrix(ST_E_MATRIX);
+    return cmd_estpost(1);
 }
 
 // sreturn {local|clear|list} ...
@@ -268,6 +273,107 @@ int cmd__return(int) {
         return 0;
     }
     return error(198);
+}
+
+namespace {
+
+// hold name [, copy restore nullok estsystem varname(v) store]
+int estimates_hold(const std::string &name) {
+    bool copy = false, restore = false, nullok = false, estsystem = false, store = false;
+    std::string var;
+    const OptSpec specs[] = {opt_flag("copy", 4, copy),     opt_flag("restore", 7, restore),
+                             opt_flag("nullok", 6, nullok), opt_flag("estsystem", 9, estsystem),
+                             opt_name("varname", 7, var),   opt_flag("store", 5, store)};
+    if (int rc = parse_options(specs)) return rc;
+    if (int rc = session::check_name(name)) return rc;
+    if (est_slot(name) >= 0) {
+        if (restore)
+            return session::fail(110, name + " already exist held estimates for automatic restore\n");
+        return session::fail(110, name + " already exists\n");
+    }
+    if (!nullok && e_empty()) return error(301);
+    int slot = EST_SLOTS - 1;
+    if (estsystem) {
+        if (held_est[slot].used) return error(1000);
+    } else if ((slot = est_free_slot()) < 0) {
+        return error(1000);
+    }
+    if (var.empty()) var = ("_est_" + name).substr(0, 32);
+    if (int rc = hold_e(slot, copy, var,
+                        store ? "esample() from estimates store" : "esample() from _estimates hold"))
+        return rc;
+    HeldEstimates &h = held_est[slot];
+    std::snprintf(h.name, sizeof h.name, "%s", name.c_str());
+    h.by_store = store;
+    h.restore = restore;
+    h.level = lp.callframes;
+    return 0;
+}
+
+// names and varnames: the held names (those of `estimates store` with the option store) or their
+// sample variables, shown and left in r(names) or r(varnames)
+int estimates_list(bool vars) {
+    bool store = false;
+    const OptSpec specs[] = {opt_flag("store", 5, store)};
+    if (int rc = parse_options(specs)) return rc;
+    std::string list;
+    for (const HeldEstimates &h : held_est) {
+        if (!h.used || (store && !h.by_store) || (vars && !h.var[0])) continue;
+        if (!list.empty()) list += ' ';
+        list += vars ? h.var : h.name;
+    }
+    r_clear();
+    if (int rc = r_set_macro(vars ? "varnames" : "names", list)) return rc;
+    out::ClassScope cs(out::CLS_RESULT);
+    out::out_text(list);
+    return out::out_newline();
+}
+
+} // namespace
+
+// _estimates {hold|unhold|dir|names|varnames|clear|drop} ... ; local, scalar, matrix, post and repost
+// as ereturn
+int cmd__estimates(int) {
+    const std::string sub = gettok(SEP_STD);
+    if (sub == "dir") {
+        if (*tokrest()) return error(198);
+        for (const HeldEstimates &h : held_est)
+            if (h.used) {
+                {
+                    out::ClassScope cs(out::CLS_RESULT);
+                    out::out_text(h.name);
+                }
+                if (h.var[0]) {
+                    out::ClassScope cs(out::CLS_TEXT);
+                    out::out_text(std::string("  (") + h.var + ")");
+                }
+                if (int rc = out::out_newline()) return rc;
+            }
+        return 0;
+    }
+    if (sub == "names" || sub == "varnames") return estimates_list(sub == "varnames");
+    if (sub == "clear" || cmdmatch(sub.c_str(), "local", 3) || cmdmatch(sub.c_str(), "scalar", 3) ||
+        cmdmatch(sub.c_str(), "matrix", 3) || sub == "post" || sub == "repost") {
+        ungettok();
+        return cmd_ereturn(0);
+    }
+    if (sub != "hold" && sub != "unhold" && sub != "drop") return error(198);
+    const std::string name = gettok(SEP_STD);
+    if (name.empty()) return error(198);
+    if (sub == "hold") return estimates_hold(name);
+    if (*tokrest()) return error(198);
+    if (sub == "drop" && name == "_all") {
+        for (int i = 0; i < EST_SLOTS; ++i)
+            if (held_est[i].used) drop_e(i);
+        return 0;
+    }
+    const int slot = est_slot(name);
+    if (slot < 0) return session::fail(111, "estimation result " + name + " not found\n");
+    if (sub == "drop") {
+        drop_e(slot);
+        return 0;
+    }
+    return unhold_e(slot);
 }
 
 } // namespace mat

@@ -38,7 +38,7 @@ display _rc
 ereturn list
 local n : e(nonsense)
 local n : e scalars
-* matrices in e() say they are not available
+* ereturn matrix needs an existing matrix
 program est2, eclass
 	ereturn matrix b = x
 end
