@@ -12,6 +12,7 @@
 #include "matrix/accum.h"
 #include "matrix/estpost.h"
 #include "matrix/matexpr.h"
+#include "matrix/matnum.h"
 #include "matrix/results.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -325,12 +326,6 @@ int define(int) {
     return assign(name);
 }
 
-int numerics(int which) {
-    static const char *const names[] = {"matrix eigenvalues", "matrix svd", "matrix symeigen",
-                                        "matrix dissimilarity", "matrix cat"};
-    return not_built(names[which]);
-}
-
 const Sub subs[] = {
     {"define", 3, define, 0},
     {"input", 2, input, 0},
@@ -338,16 +333,16 @@ const Sub subs[] = {
     {"glsaccum", 4, cmd_accum, ACC_GLS},
     {"opaccum", 7, cmd_accum, ACC_OP},
     {"vecaccum", 4, cmd_accum, ACC_VEC},
-    {"cat", 3, numerics, 4},
+    {"cat", 3, cmd_cat, 0},
     {"coleq", 4, stripe_cmd, 3},
     {"colnames", 4, stripe_cmd, 1},
     {"roweq", 4, stripe_cmd, 2},
     {"rownames", 4, stripe_cmd, 0},
     {"dir", 2, dir, 0},
     {"dispCns", 7, cmd_dispcns, 0},
-    {"dissimilarity", 3, numerics, 3},
+    {"dissimilarity", 3, cmd_dissimilarity, 0},
     {"drop", 4, drop, 0},
-    {"eigenvalues", 8, numerics, 0},
+    {"eigenvalues", 8, cmd_eigenvalues, 0},
     {"list", 1, list, 0},
     {"makeCns", 6, cmd_makecns, 0},
     {"mlout", 4, cmd_mlout, 0},
@@ -356,8 +351,8 @@ const Sub subs[] = {
     {"rename", 3, rename, 0},
     {"score", 3, cmd_score, 0},
     {"substitute", 3, define, 0},
-    {"svd", 3, numerics, 1},
-    {"symeigen", 4, numerics, 2},
+    {"svd", 3, cmd_svd, 0},
+    {"symeigen", 4, cmd_symeigen, 0},
 };
 
 int run_matrix() {

@@ -6,12 +6,15 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "data/dataset.h"
 #include "data/expr.h"
 #include "data/exprint.h"
 #include "data/types.h"
+#include "matrix/numerics.h"
+#include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
 #include "session/state.h"
@@ -71,40 +74,12 @@ int square(const Matrix &m) { return m.rows == m.cols ? 0 : conform(); }
 
 int f_trace(Args &a, Matrix &, double &r) {
     const Matrix &m = a.m[0];
-    if (int rc = square(m)) return rc;
-    r = 0;
-    for (int i = 0; i < m.rows; ++i)
-        r = missing(m.at(i, i)) || missing(r) ? dot() : r + m.at(i, i);
-    return 0;
+    return trace(m.v.data(), m.rows, m.cols, m.cols, &r);
 }
 
 int f_det(Args &a, Matrix &, double &r) {
-    Matrix m = a.m[0];
-    if (int rc = square(m)) return rc;
-    const int n = m.rows;
-    double d = 1;
-    for (int k = 0; k < n; ++k) {
-        int p = k;
-        for (int i = k + 1; i < n; ++i)
-            if (std::fabs(m.at(i, k)) > std::fabs(m.at(p, k))) p = i;
-        if (m.at(p, k) == 0) {
-            r = 0;
-            return 0;
-        }
-        if (p != k) {
-            for (int j = 0; j < n; ++j)
-                std::swap(m.at(p, j), m.at(k, j));
-            d = -d;
-        }
-        d *= m.at(k, k);
-        for (int i = k + 1; i < n; ++i) {
-            const double f = m.at(i, k) / m.at(k, k);
-            for (int j = k; j < n; ++j)
-                m.at(i, j) -= f * m.at(k, j);
-        }
-    }
-    r = std::isfinite(d) ? d : dot();
-    return 0;
+    const Matrix &m = a.m[0];
+    return det(m.v.data(), m.rows, m.cols, m.cols, &r);
 }
 
 int f_rowsof(Args &a, Matrix &, double &r) {
@@ -117,10 +92,9 @@ int f_colsof(Args &a, Matrix &, double &r) {
 }
 int f_diag0cnt(Args &a, Matrix &, double &r) {
     const Matrix &m = a.m[0];
-    if (int rc = square(m)) return rc;
-    r = 0;
-    for (int i = 0; i < m.rows; ++i)
-        if (m.at(i, i) == 0) ++r;
+    int n = 0;
+    if (int rc = diag0cnt(m.v.data(), m.rows, m.cols, m.cols, &n)) return rc;
+    r = n;
     return 0;
 }
 int f_matmissing(Args &a, Matrix &, double &r) {
@@ -253,11 +227,97 @@ int f_mreldif(Args &a, Matrix &, double &r) {
     return 0;
 }
 
+// The sweep's trace goes out as progress notes, shown only under the session's note flags.
+bool trace_wanted() { return out::ch.noteflag1 || out::ch.noteflag2; }
+
+// An inverse names its rows by the input's columns and its columns by the input's rows.
+void swap_stripes(const Matrix &s, Matrix &m) {
+    m.rn = s.cn;
+    m.cn = s.rn;
+}
+
+// The result starts as a copy of the square input, checked against matsize first.
+int square_copy(const Matrix &s, Matrix &m) {
+    if (int rc = check_matsize(s.rows, s.cols)) return rc;
+    if (int rc = square(s)) return rc;
+    m = s;
+    return 0;
+}
+
+int f_invsym(Args &a, Matrix &m, double &) {
+    const Matrix &s = a.m[0];
+    if (int rc = square_copy(s, m)) return rc;
+    InvsymOpts o;
+    o.trace = trace_wanted();
+    InvsymOut res;
+    if (o.trace) out::out_note(sweep_trace_matrix("input", m.v.data(), m.rows, m.cols));
+    if (int rc = invsym(m.v.data(), m.rows, m.cols, o, &res)) return rc == 1 ? error(1) : rc;
+    if (o.trace) {
+        for (const SweepStep &st : res.steps)
+            out::out_note_nl(sweep_trace_line(st));
+        out::out_note(sweep_trace_matrix("output", m.v.data(), m.rows, m.cols));
+    }
+    swap_stripes(s, m);
+    m.sym = true;
+    return 0;
+}
+
+int f_syminv(Args &a, Matrix &m, double &) {
+    const Matrix &s = a.m[0];
+    if (int rc = square_copy(s, m)) return rc;
+    InvsymOut res;
+    if (int rc = syminv(s.v.data(), s.rows, s.cols, s.cols, m.v.data(), m.cols, &res))
+        return rc == 1 ? error(1) : rc;
+    swap_stripes(s, m);
+    m.sym = true;
+    return 0;
+}
+
+int f_inv(Args &a, Matrix &m, double &) {
+    const Matrix &s = a.m[0];
+    if (int rc = square_copy(s, m)) return rc;
+    if (int rc = inv(s.v.data(), s.rows, s.cols, s.cols, m.v.data(), m.cols)) return rc;
+    swap_stripes(s, m);
+    m.sym = false;
+    return 0;
+}
+
+int f_cholesky(Args &a, Matrix &m, double &) {
+    const Matrix &s = a.m[0];
+    if (int rc = square_copy(s, m)) return rc;
+    if (int rc = cholesky(s.v.data(), s.rows, s.cols, s.cols, m.v.data(), m.cols)) return rc;
+    m.sym = false;
+    return 0;
+}
+
+int f_corr(Args &a, Matrix &m, double &) {
+    const Matrix &s = a.m[0];
+    if (int rc = square_copy(s, m)) return rc;
+    if (int rc = corr(s.v.data(), s.rows, s.cols, s.cols, m.v.data(), m.cols)) return rc;
+    m.sym = true;
+    return 0;
+}
+
+// sweep(A, k): the pivot's row and column trade their names, as they trade their roles.
+int f_sweep(Args &a, Matrix &m, double &) {
+    const Matrix &s = a.m[0];
+    if (int rc = check_matsize(s.rows, s.cols)) return rc;
+    const double k = a.n[0];
+    const int p = missing(k) || k != std::floor(k) || k < 1 || k > MAX_SUBSCRIPT ? 0 : (int)k;
+    m = s;
+    if (int rc = sweep(m.v.data(), m.rows, m.cols, m.cols, p)) return rc;
+    if (!s.rn.empty() || !s.cn.empty()) {
+        m.rn = full_stripe(s, true);
+        m.cn = full_stripe(s, false);
+        std::swap(m.rn[(size_t)p - 1], m.cn[(size_t)p - 1]);
+    }
+    m.sym = false;
+    return 0;
+}
+
 using Impl = int (*)(Args &, Matrix &, double &);
 
-// The implementation of each function of the expression table, by its number. A null entry belongs
-// to the numerics of factorisations and inverses, which this build does not have yet: wiring one in
-// is its line here.
+// The implementation of each function of the expression table, by its number.
 struct ImplRow {
     data::xp::MatFn id;
     Impl impl;
@@ -274,16 +334,16 @@ constexpr ImplRow impls[] = {
     {data::xp::MFN_I, f_I},
     {data::xp::MFN_J, f_J},
     {data::xp::MFN_MATUNIFORM, f_matuniform},
-    {data::xp::MFN_SYMINV, nullptr},
-    {data::xp::MFN_INVSYM, nullptr},
-    {data::xp::MFN_CORR, nullptr},
+    {data::xp::MFN_SYMINV, f_syminv},
+    {data::xp::MFN_INVSYM, f_invsym},
+    {data::xp::MFN_CORR, f_corr},
     {data::xp::MFN_DIAG, f_diag},
     {data::xp::MFN_VECDIAG, f_vecdiag},
-    {data::xp::MFN_CHOLESKY, nullptr},
-    {data::xp::MFN_INV, nullptr},
+    {data::xp::MFN_CHOLESKY, f_cholesky},
+    {data::xp::MFN_INV, f_inv},
     {data::xp::MFN_VEC, f_vec},
     {data::xp::MFN_HADAMARD, f_hadamard},
-    {data::xp::MFN_SWEEP, nullptr},
+    {data::xp::MFN_SWEEP, f_sweep},
     {data::xp::MFN_NULLMAT, f_nullmat},
     {data::xp::MFN_GET, f_get},
     {data::xp::MFN_ROWNUMB, f_rownumb},
@@ -308,10 +368,14 @@ int call_function(int id, const char *text, const double *nums, const char (*str
     // the matrices stand on the stack with the first argument on top
     for (int k = 0; k < nm; ++k)
         a.m.push_back(pop_matrix());
-    if (!impls[id].impl) return not_built(std::string(row.name) + "()");
     Matrix res;
     double r = dot();
-    if (int rc = impls[id].impl(a, res, r)) return rc;
+    try {
+        if (int rc = impls[id].impl(a, res, r)) return rc;
+    } catch (const std::bad_alloc &) {
+        out_of_memory_for("<mat1>", ST_MATRIX);
+        return 950;
+    }
     if (row.result == 'm')
         mstack.push_back(std::move(res));
     else

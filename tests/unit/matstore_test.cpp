@@ -9,6 +9,7 @@
 #include "matrix/matexpr.h"
 #include "matrix/matstore.h"
 #include "msg_capture.h"
+#include "session/hexfloat.h"
 #include "session/state.h"
 #include "session/store.h"
 
@@ -17,6 +18,7 @@ using namespace mat;
 namespace {
 
 struct MatStore : ::testing::Test {
+    static void SetUpTestSuite() { ASSERT_TRUE(session::compute_limits()); }
     void SetUp() override {
         matexpr_init();
         drop_all();
@@ -127,6 +129,31 @@ TEST_F(MatStore, ExpressionsRunThroughTheStore) {
     data::ExprValue v;
     ASSERT_EQ(data::expr_eval_scalar("trace(A) + det(A) + A[2,1]", v), 0);
     EXPECT_EQ(v.num, 5 - 2 + 3);
+}
+
+// invsym() writes its trace only under the note flags: the input, one line a pivot (a star for a
+// dropped column) and the output.
+TEST_F(MatStore, InvsymTracesUnderTheNoteFlag) {
+    ASSERT_EQ(mat_save("S", session::ST_MATRIX, make(2, 2, {4, 0, 0, 0})), 0);
+    Matrix r;
+    {
+        MsgCapture c;
+        ASSERT_EQ(eval_matrix("invsym(S)", r), 0);
+        EXPECT_EQ(c.text(), "");
+    }
+    MsgCapture c;
+    out::ch.noteflag1 = true;
+    ASSERT_EQ(eval_matrix("invsym(S)", r), 0);
+    EXPECT_EQ(c.text(), "input\n"
+                        "  4.00000e+00   0.00000e+00 \n"
+                        "  0.00000e+00   0.00000e+00 \n"
+                        "  1  4.00000e+00  4.00000e-09\n"
+                        "* 2  0.00000e+00  1.00000e-09\n"
+                        "output\n"
+                        "  2.50000e-01   0.00000e+00 \n"
+                        "  0.00000e+00   0.00000e+00 \n");
+    EXPECT_EQ(r.at(0, 0), 0.25);
+    EXPECT_TRUE(r.sym);
 }
 
 } // namespace

@@ -58,9 +58,10 @@ matrix A2 = nosuch
 matrix A2 = A[3,1]
 matrix A2 = A[0,1]
 matrix A2 = A[11001,1]
-* functions that need the numerics
-matrix A2 = invsym(A)
-matrix A2 = inv(A)
+* the inverses: A is not symmetric; inv(A) = (-2,1 \ 1.5,-.5)
+matrix A3 = invsym(A)
+matrix A3 = inv(A)
+matrix list A3
 * element assignment
 matrix A[1,2] = 20
 matrix list A

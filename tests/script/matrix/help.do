@@ -1,0 +1,2 @@
+* the help of matrix
+help matrix
