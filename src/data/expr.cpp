@@ -969,7 +969,15 @@ void matrix_function(const FnRow *r, const Span *args, int na) {
         }
         if (t == 'm' && !cs.matmode) {
             std::string nm_text(args[i].a, (size_t)(args[i].b - args[i].a));
-            if (!session::name_ok(nm_text)) syntax();
+            while (!nm_text.empty() && nm_text.back() == ' ')
+                nm_text.pop_back();
+            while (!nm_text.empty() && nm_text.front() == ' ')
+                nm_text.erase(0, 1);
+            // a matrix by its name, or a result matrix e(name) or r(name)
+            const bool result = nm_text.size() > 3 && nm_text[1] == '(' && nm_text.back() == ')' &&
+                                (nm_text[0] == 'e' || nm_text[0] == 'r') &&
+                                session::name_ok(nm_text.substr(2, nm_text.size() - 3));
+            if (!result && !session::name_ok(nm_text)) syntax();
             emit(OP_MNAME);
             emit(str_offset(nm_text));
             push(TY_MAT);

@@ -22,6 +22,8 @@
 
 namespace mat {
 
+int stripe_find(const Matrix &m, bool row, const std::string &want, const StripeName &e);
+
 using namespace session;
 using data::xp::MatFnRow;
 
@@ -41,19 +43,23 @@ Matrix pop_matrix() {
 int conform() { return error(503); }
 
 // A matrix named in an expression: a user matrix, or e(x), r(x) as the stores hold them.
-int load_named(const char *text, Matrix &m) {
-    std::string name;
-    int kind = ST_MATRIX;
+// Reads a matrix by its name or as a result matrix, e(name) or r(name); false when there is none.
+int named_kind(const char *text, std::string &name) {
     const std::string_view t(text);
     if (t.size() > 3 && t.back() == ')' && (t.starts_with("e(") || t.starts_with("r("))) {
         name = std::string(t.substr(2, t.size() - 3));
-        kind = t[0] == 'e' ? ST_E_MATRIX : ST_R_MATRIX;
-    } else {
-        name = text;
+        return t[0] == 'e' ? ST_E_MATRIX : ST_R_MATRIX;
     }
-    if (mat_read(name.c_str(), kind, m)) return 0;
-    return matrix_not_found(text);
+    name = text;
+    return ST_MATRIX;
 }
+bool read_named(const char *text, Matrix &m) {
+    std::string name;
+    const int kind = named_kind(text, name);
+    return mat_read(name.c_str(), kind, m);
+}
+
+int load_named(const char *text, Matrix &m) { return read_named(text, m) ? 0 : matrix_not_found(text); }
 
 int make(Matrix &m, int r, int c, double fill = 0) {
     if (int rc = check_matsize(r, c)) return rc;
@@ -196,16 +202,21 @@ int f_get(Args &a, Matrix &m, double &) {
 int stripe_number(Args &a, bool row, double &r) {
     Matrix m;
     r = dot();
-    if (!mat_read(a.name, ST_MATRIX, m)) return 0;
-    int i;
-    if (subscript_index("\"" + a.s[0] + "\"", m, row, i) == 0) r = i + 1;
+    if (!read_named(a.name, m)) return 0;
+    // a name that is not there, or no name at all, is a missing number, never a failure
+    StripeName e;
+    if (!parse_stripe_entry(a.s[0], e)) return 0;
+    const int i = stripe_find(m, row, a.s[0], e);
+    if (i >= 0) r = i + 1;
     return 0;
 }
 int f_rownumb(Args &a, Matrix &, double &r) { return stripe_number(a, true, r); }
 int f_colnumb(Args &a, Matrix &, double &r) { return stripe_number(a, false, r); }
 int f_el(Args &a, Matrix &, double &r) {
     r = dot();
-    MatrixView v = mat_view(a.name, ST_MATRIX);
+    std::string name;
+    const int kind = named_kind(a.name, name);
+    MatrixView v = mat_view(name.c_str(), kind);
     if (!v.block) return matrix_not_found(a.name);
     const double i = a.n[0], j = a.n[1];
     if (missing(i) || missing(j)) return 0;
@@ -662,25 +673,31 @@ void matexpr_init() {
     data::expr_hook_matrix = matrix_exists;
 }
 
+// The position of a stripe entry among the rows or columns of m, or -1; an entry without an
+// equation matches in any equation.
+int stripe_find(const Matrix &m, bool row, const std::string &want, const StripeName &e) {
+    const int n = row ? m.rows : m.cols;
+    const std::vector<StripeName> st = full_stripe(m, row);
+    const bool with_eq = want.find(':') != std::string::npos;
+    for (int k = 0; k < n; ++k) {
+        const StripeName &x = st[(size_t)k];
+        if (std::strcmp(x.name, e.name) == 0 && std::strcmp(x.tsop, e.tsop) == 0 &&
+            (!with_eq || std::strcmp(x.equation, e.equation) == 0))
+            return k;
+    }
+    return -1;
+}
+
 int subscript_index(const std::string &spec, const Matrix &m, bool row, int &index) {
     const std::string s = trim(spec);
     const int n = row ? m.rows : m.cols;
     if (!s.empty() && s.front() == '"') {
         if (s.size() < 2 || s.back() != '"') return error(198);
         const std::string want = s.substr(1, s.size() - 2);
-        const std::vector<StripeName> st = full_stripe(m, row);
         StripeName e;
         if (!parse_stripe_entry(want, e)) return fail(198, "invalid matrix stripe\n");
-        const bool with_eq = want.find(':') != std::string::npos;
-        for (int k = 0; k < n; ++k) {
-            const StripeName &x = st[(size_t)k];
-            if (std::strcmp(x.name, e.name) == 0 && std::strcmp(x.tsop, e.tsop) == 0 &&
-                (!with_eq || std::strcmp(x.equation, e.equation) == 0)) {
-                index = k;
-                return 0;
-            }
-        }
-        return conform();
+        index = stripe_find(m, row, want, e);
+        return index < 0 ? conform() : 0;
     }
     data::ExprValue v;
     if (int rc = data::expr_eval_scalar(s.c_str(), v, nullptr, data::XW_NUM)) return rc;
