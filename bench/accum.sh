@@ -7,14 +7,7 @@
 # block at a time: accum 70 to 100 ms against 10 to 15 ms for the pass, about 7 times. With the
 # gathered columns and dot products over fixed chunks: accum 27 to 47 ms against a pass of 9 to
 # 28 ms under the same (noisy) load, about 2 times.
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 n=1000000
 make='set memory 200m
 set obs '$n'

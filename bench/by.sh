@@ -2,14 +2,7 @@
 # by over 10,000,000 observations in 1,000,000 groups: `by g: generate n = _n` and
 # `by g: replace t = sum(x)` with 1 and 2 processors, timed by the session itself (set rmsg), with
 # the peak resident size of the process; pandas and data.table doing the same in the same run.
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 
 cat >by.do <<'EOF'
 set obs 10000000

@@ -2,14 +2,7 @@
 # A forvalues loop of 1,000,000 iterations whose body sets a local from an expression of the loop
 # macro (local y = `i'*2). Prints the time of the loop, and where python3 is installed the time of
 # the same loop in Python, and the ratio.
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 n=1000000
 
 printf 'forvalues i = 1/%d {\n    local y = `i'"'"'*2\n}\ndisplay "y=`y'"'"'"\n' "$n" > loop.do

@@ -12,14 +12,7 @@
 # append 45 ms; data.table merge 404 ms, rbindlist 7 ms; pandas merge 682 ms, concat 6 ms. Ours
 # includes reading the 32 MB file, the peers' do not: merge 0.2 and 0.12 of the peers' time, append
 # 6 to 7 times theirs (their concatenation of columns already in memory against our read of rows).
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 n=1000000
 
 cat >make.do <<EOF

@@ -2,14 +2,7 @@
 # Program calls: a do-file of 100,000 lines, each calling one program with three arguments whose
 # body sets two locals from its arguments. Prints the time per call, and where python3 is installed
 # the time of 100,000 calls of a Python function doing the same.
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 calls=100000
 
 {

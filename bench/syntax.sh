@@ -4,14 +4,7 @@
 # on a dataset of 100 variables, each call with a range of 50 variables, an if, an in and both
 # options. Prints the time per call, and the part of it that syntax takes (the same calls of a
 # program with an empty body subtracted).
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 calls=100000
 
 head() {
