@@ -41,29 +41,15 @@ int class_msg() {
 
 // Runs name.class from path in run mode, with the line in progress put aside.
 int load_class_file(const std::string &name, const std::string &path) {
-    std::string line = tk.cmdbuf;
-    ptrdiff_t pos = tk.tokpos ? tk.tokpos - tk.cmdbuf : (ptrdiff_t)line.size();
-    if (pos < 0 || pos > (ptrdiff_t)line.size()) pos = (ptrdiff_t)line.size();
-    std::string owner = lp.ownername, cmdword = lp.cmdword;
     AdoLoad saved_ado = ado;
     ado.active = false; // a class file's programs belong to no ado-file
     std::string saved_current = reg.current_class;
     reg.current_class.clear();
-
-    std::string cmd = "\"" + path + "\"";
-    std::memcpy(tk.cmdbuf, cmd.c_str(), cmd.size() + 1);
-    session::settok(tk.cmdbuf);
     reg.loading.push_back(name);
-    int rc = runfile(MODE_RUN, nullptr, nullptr, false);
+    int rc = run_file_aside(path, false);
     reg.loading.pop_back();
     reg.current_class = saved_current;
     ado = saved_ado;
-
-    std::memcpy(tk.cmdbuf, line.c_str(), line.size() + 1);
-    session::settok(tk.cmdbuf);
-    tk.tokpos = tk.cmdbuf + pos;
-    std::snprintf(lp.ownername, sizeof lp.ownername, "%s", owner.c_str());
-    std::snprintf(lp.cmdword, sizeof lp.cmdword, "%s", cmdword.c_str());
     if (rc) {
         {
             out::ClassScope cs(out::CLS_INPUT);

@@ -563,6 +563,25 @@ void ado_trim(uint32_t guard) {
     }
 }
 
+int run_file_aside(const std::string &path, bool adoload) {
+    const std::string line = tk.cmdbuf;
+    ptrdiff_t pos = tk.tokpos ? tk.tokpos - tk.cmdbuf : (ptrdiff_t)line.size();
+    if (pos < 0 || pos > (ptrdiff_t)line.size()) pos = (ptrdiff_t)line.size();
+    const std::string owner = lp.ownername, cmdword = lp.cmdword;
+
+    const std::string cmd = "\"" + path + "\"";
+    std::memcpy(tk.cmdbuf, cmd.c_str(), cmd.size() + 1);
+    session::settok(tk.cmdbuf);
+    const int rc = runfile(MODE_RUN, nullptr, nullptr, adoload);
+
+    std::memcpy(tk.cmdbuf, line.c_str(), line.size() + 1);
+    session::settok(tk.cmdbuf);
+    tk.tokpos = tk.cmdbuf + pos;
+    std::snprintf(lp.ownername, sizeof lp.ownername, "%s", owner.c_str());
+    std::snprintf(lp.cmdword, sizeof lp.cmdword, "%s", cmdword.c_str());
+    return rc;
+}
+
 int load_ado(const char *name, bool *found, ProgHeader **prog) {
     *prog = nullptr;
     std::string word = name;
@@ -572,16 +591,7 @@ int load_ado(const char *name, bool *found, ProgHeader **prog) {
         return 0;
     }
     *found = true;
-    // The line in progress is put aside while the file runs in the same buffer.
-    std::string line = tk.cmdbuf;
-    ptrdiff_t pos = tk.tokpos ? tk.tokpos - tk.cmdbuf : (ptrdiff_t)line.size();
-    std::string owner = lp.ownername, cmdword = lp.cmdword;
     AdoLoad saved = ado;
-
-    std::snprintf(lp.ownername, sizeof lp.ownername, "%s", word.c_str());
-    std::string cmd = "\"" + path + "\"";
-    std::memcpy(tk.cmdbuf, cmd.c_str(), cmd.size() + 1);
-    session::settok(tk.cmdbuf);
     ado.active = true;
     ado.word = word;
     ado.stamp = (uint32_t)lp.cmdserial;
@@ -589,17 +599,14 @@ int load_ado(const char *name, bool *found, ProgHeader **prog) {
     ado.defined = 0;
     ++ado.depth;
     loads_in_progress.push_back(ado.stamp);
-    int rc = runfile(MODE_RUN, nullptr, nullptr, true);
+    const std::string owner = lp.ownername;
+    std::snprintf(lp.ownername, sizeof lp.ownername, "%s", word.c_str());
+    int rc = run_file_aside(path, true);
+    std::snprintf(lp.ownername, sizeof lp.ownername, "%s", owner.c_str());
     loads_in_progress.pop_back();
     uint32_t stamp = ado.stamp;
     int defined = ado.defined;
     ado = saved;
-
-    std::memcpy(tk.cmdbuf, line.c_str(), line.size() + 1);
-    session::settok(tk.cmdbuf);
-    tk.tokpos = tk.cmdbuf + pos;
-    std::snprintf(lp.ownername, sizeof lp.ownername, "%s", owner.c_str());
-    std::snprintf(lp.cmdword, sizeof lp.cmdword, "%s", cmdword.c_str());
 
     if (rc) {
         {

@@ -27,6 +27,11 @@ extern bool file_echo;
 // takes the record and its name. adoload marks the run of an ado-file being loaded.
 int runfile(int mode, ProgHeader *p, const char *name, bool adoload);
 
+// Runs the file at path in run mode from inside a command (an ado-file or a class file loaded on
+// first use): the line in progress, its read position, the owner and the command word are put
+// aside while the file uses the same buffer, and are back when this returns.
+int run_file_aside(const std::string &path, bool adoload);
+
 // Plugins: the record of name for the running owner, a load from `program name, plugin`, a call.
 void *findplugin(const char *name);
 int plugin_define(const std::string &name, const std::string &using_file, int cls);
