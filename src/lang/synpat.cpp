@@ -71,23 +71,7 @@ bool keyval(sv w, const char *key, int minlen, sv &value) {
     return true;
 }
 
-// Position of the byte that closes the bracket or parenthesis opened at s[open], or npos.
-size_t closing(sv s, size_t open) {
-    int depth = 0;
-    for (size_t i = open; i < s.size(); ++i) {
-        session::Quoted q;
-        if (session::quoted_at(s, i, q)) {
-            if (!q.closed) return sv::npos;
-            i = q.next - 1;
-            continue;
-        }
-        if (s[i] == '(' || s[i] == '[')
-            ++depth;
-        else if ((s[i] == ')' || s[i] == ']') && --depth == 0)
-            return i;
-    }
-    return sv::npos;
-}
+size_t closing(sv s, size_t open) { return group_close(s, open); }
 
 bool lead_specs(sv specs, SynLeadSpec &L) {
     const bool vars = L.kind == SL_VARLIST || L.kind == SL_VARNAME;
@@ -419,6 +403,23 @@ bool parse(sv s, SynPattern &p) {
 }
 
 } // namespace
+
+size_t group_close(std::string_view s, size_t open) {
+    int depth = 0;
+    for (size_t i = open; i < s.size(); ++i) {
+        session::Quoted q;
+        if (session::quoted_at(s, i, q)) {
+            if (!q.closed) return std::string_view::npos;
+            i = q.next - 1;
+            continue;
+        }
+        if (s[i] == '(' || s[i] == '[')
+            ++depth;
+        else if ((s[i] == ')' || s[i] == ']') && --depth == 0)
+            return i;
+    }
+    return std::string_view::npos;
+}
 
 int synpat_parse(std::string_view text, SynPattern &p) {
     p = SynPattern{};

@@ -89,4 +89,8 @@ struct SynPattern {
 // Reads a pattern into p. 0, or 197 with "invalid syntax" written for a fault in the pattern.
 int synpat_parse(std::string_view text, SynPattern &p);
 
+// Position of the byte that closes the parenthesis or bracket opened at s[open], with quotes and
+// both kinds of brackets counted; npos when it does not close.
+size_t group_close(std::string_view s, size_t open);
+
 } // namespace lang

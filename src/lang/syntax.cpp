@@ -710,25 +710,6 @@ int macro_spec(std::string &stored) {
     return 0;
 }
 
-// The end of the group opened at s[i] by ( or [, with quotes and both kinds of brackets counted;
-// npos when it does not close.
-size_t group_end(const std::string &s, size_t i) {
-    int depth = 0;
-    for (; i < s.size(); ++i) {
-        session::Quoted q;
-        if (session::quoted_at(s, i, q)) {
-            if (!q.closed) return std::string::npos;
-            i = q.next - 1;
-            continue;
-        }
-        if (s[i] == '(' || s[i] == '[')
-            ++depth;
-        else if ((s[i] == ')' || s[i] == ']') && --depth == 0)
-            return i;
-    }
-    return std::string::npos;
-}
-
 } // namespace
 
 // gettoken emac [emac2] : source [, parse("chars") match(lmac) quotes qed(lmac) bind]
@@ -768,7 +749,7 @@ int cmd_gettoken(int) {
     if (i >= n) {
         next = n;
     } else if (!matchm.empty() && s[i] == '(') {
-        const size_t e = group_end(s, i);
+        const size_t e = group_close(s, i);
         if (e == std::string::npos || s[e] != ')') return session::fail(132, "parentheses unbalanced\n");
         token = s.substr(i + 1, e - i - 1);
         paren = "(";
@@ -788,7 +769,7 @@ int cmd_gettoken(int) {
                 if (!q.closed) return session::unmatched_quote();
                 j = q.next;
             } else if (bind && (s[j] == '(' || s[j] == '[')) {
-                const size_t e = group_end(s, j);
+                const size_t e = group_close(s, j);
                 if (e == std::string::npos) return session::fail(132, "parentheses unbalanced\n");
                 j = e + 1;
             } else {
