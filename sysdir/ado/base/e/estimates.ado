@@ -177,6 +177,13 @@ program Table
 			if !`there' local all `all' `c'
 		}
 	}
+	* the constant of a one-equation model stands last, whichever model brought it first
+	local cons _cons
+	local hascons : list cons in all
+	if `hascons' {
+		local all : list all - cons
+		local all `all' _cons
+	}
 	local w = 13 + 12 * `k'
 	display
 	display as txt "{hline 13}{c TT}{hline `=12*`k''}"
