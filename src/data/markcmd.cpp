@@ -17,12 +17,12 @@
 #include "data/types.h"
 #include "data/xeq.h"
 #include "estimate/frame.h"
-#include "lang/macro.h"
 #include "session/dispatch.h"
 #include "session/errors.h"
 #include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
+#include "session/tempnames.h"
 #include "session/tok.h"
 
 namespace data {
@@ -335,7 +335,7 @@ int cmd_marksample(int) {
     // The caller's sample, as its own parse left it in its locals.
     const std::string weight = local_text("weight"), exp = local_text("exp");
     const std::string ifq = local_text("if"), in = local_text("in"), varlist = local_text("varlist");
-    const std::string var = lang::next_tempname();
+    const std::string var = session::next_tempname();
     if (int rc = session::macro_set(session::local_name(name).c_str(), var)) return rc;
     std::string line = "mark " + var;
     if (!weight.empty()) {
@@ -369,7 +369,7 @@ void drop_temp_variables(int64_t from, int64_t to) {
     std::vector<uint8_t> flags((size_t)data::ds.nvar, 0);
     bool any = false;
     for (int v = 1; v <= data::ds.nvar; ++v) {
-        const int64_t n = tempname_number(data::ds.varname[v - 1]);
+        const int64_t n = session::tempname_number(data::ds.varname[v - 1]);
         if (n >= 0 && (to >= from ? n >= from && n < to : n >= from || n < to))
             flags[(size_t)v - 1] = any = true;
     }

@@ -9,13 +9,13 @@
 
 #include "data/dataset.h"
 #include "data/dtafile.h"
-#include "lang/macro.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
+#include "session/tempnames.h"
 
 namespace data {
 
@@ -78,7 +78,7 @@ struct Silence {
 int bring_back(const PreserveRec *r) {
     const std::string fn(record_fn(r), (size_t)r->fnlen);
     if (r->written) {
-        const std::string path = lang::tempfile_name('Q', r->fileno);
+        const std::string path = session::tempfile_name('Q', r->fileno);
         int rc;
         {
             Silence quiet;
@@ -108,7 +108,7 @@ int bring_back(const PreserveRec *r) {
 // The level ends: its record and its file go.
 void drop_level() {
     if (PreserveRec *r = find_record(preserve_level)) {
-        if (r->written) ::unlink(lang::tempfile_name('Q', r->fileno).c_str());
+        if (r->written) ::unlink(session::tempfile_name('Q', r->fileno).c_str());
         session::store_delete(r);
     }
     preserve_level = -1;
@@ -133,15 +133,15 @@ int cmd_preserve(int) {
     std::snprintf(h.stamp, sizeof h.stamp, "%s", macro_text("S_FNDATE").c_str());
     h.fnlen = (int32_t)fn.size();
     if (h.written) {
-        h.fileno = lang::next_tempfile_number();
+        h.fileno = session::next_tempfile_number();
         DtaSave o;
         o.replace = o.orphans = o.all = true;
-        if (int rc = dta_save(lang::tempfile_name('Q', h.fileno), o)) return rc;
+        if (int rc = dta_save(session::tempfile_name('Q', h.fileno), o)) return rc;
     }
     void *p = session::store_add(level_name(level).c_str(), session::ST_ESTPRESERVE, 0,
                                  (int64_t)(sizeof h + fn.size() + 1));
     if (!p) {
-        if (h.written) ::unlink(lang::tempfile_name('Q', h.fileno).c_str());
+        if (h.written) ::unlink(session::tempfile_name('Q', h.fileno).c_str());
         return 950;
     }
     std::memcpy(p, &h, sizeof h);

@@ -77,7 +77,4 @@ void ado_trim(uint32_t guard);
 void trace_line(const char *line);
 void trace_expanded(const char *line);
 
-// Removes the temporary files of the session (at exit).
-void remove_temporary_files();
-
 } // namespace lang

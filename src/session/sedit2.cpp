@@ -36,6 +36,7 @@
 #include "session/prefs.h"
 #include "session/settings.h"
 #include "session/store.h"
+#include "session/tempnames.h"
 #include "session/tok.h"
 
 namespace session {
@@ -634,7 +635,7 @@ void exit_path(int status) {
     }
     if (st.initstage > 0) {
         prefs_exit(st.saveprefs);
-        lang::remove_temporary_files();
+        session::remove_temporary_files();
     }
     std::exit(status);
 }
