@@ -1,6 +1,6 @@
 // input: lines of values, one observation a line up to a line `end`, into new variables or onto the
 // end of existing ones; at the prompt a bad line is asked for again, in a file or program it fails.
-#include "data/input.h"
+#include "session/input.h"
 
 #include <algorithm>
 #include <cstdio>

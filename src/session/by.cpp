@@ -1,6 +1,6 @@
 // The `by` prefix: groups of observations with equal by-variables, the command run again for each,
 // and the byable programs that run once (onecall) or once a group (recall).
-#include "data/by.h"
+#include "session/by.h"
 
 #include <cstring>
 #include <string>
