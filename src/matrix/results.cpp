@@ -13,6 +13,7 @@
 #include "data/fmt.h"
 #include "data/labels.h"
 #include "data/types.h"
+#include "matrix/constraint.h"
 #include "matrix/estpost.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -425,7 +426,7 @@ void r_clear() {
 }
 
 void e_clear() {
-    store_drop_type(ST_CONSTRAINT);
+    cns_reset();
     store_drop_type(ST_ESTRESULT);
     store_drop_type(49);
     drop_kinds(E_KINDS);

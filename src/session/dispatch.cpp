@@ -29,6 +29,7 @@
 #include "lang/macro.h"
 #include "lang/prog.h"
 #include "lang/syntax.h"
+#include "matrix/constraint.h"
 #include "matrix/matcmd.h"
 #include "matrix/return.h"
 #include "output/channel.h"
