@@ -15,6 +15,7 @@
 #include "data/types.h"
 #include "matrix/constraint.h"
 #include "matrix/estpost.h"
+#include "matrix/wald.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/macstore.h"
@@ -427,6 +428,7 @@ void r_clear() {
 
 void e_clear() {
     cns_reset();
+    wald_reset();
     store_drop_type(ST_ESTRESULT);
     store_drop_type(49);
     drop_kinds(E_KINDS);

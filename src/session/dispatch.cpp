@@ -32,6 +32,7 @@
 #include "matrix/constraint.h"
 #include "matrix/matcmd.h"
 #include "matrix/return.h"
+#include "matrix/wald.h"
 #include "output/channel.h"
 #include "output/display.h"
 #include "output/help.h"
