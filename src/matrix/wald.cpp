@@ -201,29 +201,27 @@ int wald(const std::vector<LinRow> &rows, const std::vector<StripeName> &stripe,
     r_clear();
     if (int rc = out::out_newline()) return rc;
     if (df == 0) {
-        out::ClassScope cs(out::CLS_TEXT);
-        out::out_text("       all constraints dropped: nothing to test\n");
+        {
+            out::ClassScope cs(out::CLS_TEXT);
+            if (int rc = out::out_text("       all constraints dropped: nothing to test\n")) return rc;
+        }
         return r_set_scalar("drop", 1);
     }
-    double p, stat;
-    if (df_r > 0) {
-        stat = W / df;
-        p = data::xm::Ftail(df, df_r, stat);
-        char line[128];
-        std::snprintf(line, sizeof line, "       F(%3.0f,%6.0f) =", df, df_r);
-        out::out_textf("%s%s\n", line, right(fmt_num(stat, "%8.2f"), 8).c_str());
-        out::out_textf("            Prob > F =%s\n", right(fmt_num(p, "%10.4f"), 10).c_str());
-        if (int rc = r_set_scalar("F", stat)) return rc;
+    const bool f = df_r > 0;
+    const double stat = f ? W / df : W;
+    const double p = f ? data::xm::Ftail(df, df_r, stat) : data::xm::chi2tail(df, stat);
+    char head[64];
+    if (f)
+        std::snprintf(head, sizeof head, "       F(%3.0f,%6.0f) =", df, df_r);
+    else
+        std::snprintf(head, sizeof head, "           chi2(%3.0f) =", df);
+    if (int rc = out::out_textf("%s%s\n", head, right(fmt_num(stat, "%8.2f"), 8).c_str())) return rc;
+    if (int rc = out::out_textf("%sProb > %s =%s\n", f ? "            " : "         ", f ? "F" : "chi2",
+                                right(fmt_num(p, "%10.4f"), 10).c_str()))
+        return rc;
+    if (int rc = r_set_scalar(f ? "F" : "chi2", stat)) return rc;
+    if (f)
         if (int rc = r_set_scalar("df_r", df_r)) return rc;
-    } else {
-        stat = W;
-        p = data::xm::chi2tail(df, stat);
-        char line[128];
-        std::snprintf(line, sizeof line, "           chi2(%3.0f) =", df);
-        out::out_textf("%s%s\n", line, right(fmt_num(stat, "%8.2f"), 8).c_str());
-        out::out_textf("         Prob > chi2 =%s\n", right(fmt_num(p, "%10.4f"), 10).c_str());
-        if (int rc = r_set_scalar("chi2", stat)) return rc;
-    }
     if (int rc = r_set_scalar("df", df)) return rc;
     if (int rc = r_set_scalar("p", p)) return rc;
     return r_set_scalar("drop", dropped ? 1 : 0);

@@ -50,3 +50,6 @@ postit b V
 test x1
 test [#1]x1 _b[x2]
 return list
+* a constraint on nothing is dropped, and with it the whole test
+test x1 - x1 = 0
+return list
