@@ -334,7 +334,7 @@ int cmd__test(int) {
     }
     Matrix b, V;
     if (!mat_read("b", ST_E_MATRIX, b)) return error(301);
-    if (!mat_read("V", ST_E_MATRIX, V)) return fail(111, "matrix e(V) not found\n");
+    if (!mat_read("V", ST_E_MATRIX, V)) return matrix_not_found("e(V)");
     const std::vector<StripeName> stripe = full_stripe(b, false);
     if (spec.empty()) return error(198);
     if (lc) return lincom(spec, stripe, b, V, level, eform);

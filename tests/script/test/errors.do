@@ -34,3 +34,8 @@ test x2, accumulate
 lincom x1 = x2
 lincom x1*x2
 lincom x1, level(5)
+* coefficients without a variance cannot be tested
+matrix b = (1, 2)
+matrix colnames b = x1 _cons
+postit b
+test x1
