@@ -21,6 +21,7 @@
 #include "lang/exprhook.h"
 #include "lang/macro.h"
 #include "lang/prog.h"
+#include "matrix/constraint.h"
 #include "matrix/matstore.h"
 #include "matrix/results.h"
 #include "output/channel.h"
@@ -860,6 +861,23 @@ template <bool Row, int Part> int f_stripe(std::string_view rest, std::string &v
 }
 
 // Functions whose subject is not built yet; emf_run says so for them.
+// constraint # gives the text of constraint # (empty when it is not defined); constraint dir the
+// numbers defined, in ascending order
+int f_constraint(std::string_view rest, std::string &v) {
+    const std::string t = trim(rest);
+    v.clear();
+    if (t == "dir") {
+        for (int n : mat::cns_defined())
+            v += (v.empty() ? "" : " ") + std::to_string(n);
+        return 0;
+    }
+    char *end = nullptr;
+    const long n = std::strtol(t.c_str(), &end, 10);
+    if (t.empty() || *end || n < 1 || n > mat::CNS_MAX) return session::error(198);
+    mat::cns_text((int)n, v);
+    return 0;
+}
+
 int not_yet(std::string_view, std::string &) { return 199; }
 
 struct EmfRow {
@@ -909,7 +927,7 @@ const EmfRow emf_rows[] = {
     {"serset", 0, not_yet},
     {"length", 0, f_length},
     {"permname", 0, f_permname},
-    {"constraint", 0, not_yet},
+    {"constraint", 0, f_constraint},
     {"all", 0, f_all},
     {"copy", 0, f_copy},
 };

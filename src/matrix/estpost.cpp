@@ -513,9 +513,6 @@ int cmd_score(int) {
     return 0;
 }
 
-int cmd_makecns(int) { return not_built("matrix makeCns"); }
-int cmd_dispcns(int) { return not_built("matrix dispCns"); }
-
 int coef_value(int which, const char *eq, const char *name, double *v) {
     Matrix b;
     if (!mat_read("b", ST_E_MATRIX, b)) return error(301);

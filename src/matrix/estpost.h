@@ -1,6 +1,6 @@
 // Posting estimates into e(): ereturn post and repost (and their old names, matrix post and repost),
 // the coefficient table, the coefficient look-up of _b[] and _se[], and the estimation subcommands of
-// matrix: mlout, score, makeCns and dispCns.
+// matrix: mlout and score (makeCns and dispCns are in matrix/constraint.h).
 #pragma once
 
 namespace mat {
@@ -14,8 +14,6 @@ int cmd_estpost(int which);
 int cmd_estdisplay(int);
 int cmd_mlout(int);
 int cmd_score(int);
-int cmd_makecns(int);
-int cmd_dispcns(int);
 
 // _b[] (which 0) and _se[] (which 1) of the posted estimates: eq "" is the first equation, "#k" the
 // k-th. 0 and *v, or the code with the message written (301 no estimates, 303 no such equation, 111

@@ -10,6 +10,7 @@
 #include "data/fmt.h"
 #include "data/types.h"
 #include "matrix/accum.h"
+#include "matrix/constraint.h"
 #include "matrix/estpost.h"
 #include "matrix/matexpr.h"
 #include "matrix/matnum.h"

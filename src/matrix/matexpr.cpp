@@ -13,6 +13,7 @@
 #include "data/expr.h"
 #include "data/exprint.h"
 #include "data/types.h"
+#include "matrix/constraint.h"
 #include "matrix/numerics.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -197,6 +198,7 @@ int f_get(Args &a, Matrix &m, double &) {
     const std::string n = a.name;
     const char *stored = n == "_b" ? "b" : n == "VCE" ? "V" : n == "Cns" ? "Cns" : nullptr;
     if (stored && mat_read(stored, ST_E_MATRIX, m)) return 0;
+    if (n == "Cns" && cns_in_force(m)) return 0;
     return matrix_not_found(n);
 }
 int stripe_number(Args &a, bool row, double &r) {

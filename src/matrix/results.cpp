@@ -13,7 +13,9 @@
 #include "data/fmt.h"
 #include "data/labels.h"
 #include "data/types.h"
+#include "matrix/constraint.h"
 #include "matrix/estpost.h"
+#include "matrix/wald.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/macstore.h"
@@ -425,7 +427,8 @@ void r_clear() {
 }
 
 void e_clear() {
-    store_drop_type(ST_CONSTRAINT);
+    cns_reset();
+    wald_reset();
     store_drop_type(ST_ESTRESULT);
     store_drop_type(49);
     drop_kinds(E_KINDS);

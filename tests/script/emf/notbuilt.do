@@ -1,5 +1,4 @@
 * functions whose subject is not part of this build say so, also inside a reference
 local x : serset N
-local x : constraint 1
 local x : all numeric scalars
 display "[`:serset N']"
