@@ -20,13 +20,18 @@ std::string sumwgt_note(double w) {
 }
 
 int get_obs_values(const RawSpec &s, int32_t obs, double *row, int weightType) {
-    const double m = data::get_num(s.marker, obs);
+    // the row's address once; each cell by its offset and type
+    const char *r = data::row_addr(obs);
+    auto cell = [r](int v) {
+        return data::cell_get(r + data::ds.offset[(size_t)v - 1], data::ds.vartype[(size_t)v - 1]);
+    };
+    const double m = cell(s.marker);
     if (m == 0 || data::is_missing(m)) return 0;
-    row[0] = weightType == RW_NONE ? 1.0 : data::get_num(s.weightVar, obs);
+    row[0] = weightType == RW_NONE ? 1.0 : cell(s.weightVar);
     int off = 1;
     if (weightType == RW_F) row[off++] = m - 1;
     for (size_t j = 0; j < s.vars.size(); ++j)
-        row[off + (int)j] = data::get_num(s.vars[j], obs);
+        row[off + (int)j] = cell(s.vars[j]);
     return 1;
 }
 
@@ -57,9 +62,14 @@ int weight_scale(const RawSpec &s, const ObsList &obs, double *row, double *scal
     *scale = 1;
     *empty = false;
     CompSum w;
+    if (s.weightType == RW_NONE) {
+        // every observation of the list counts 1: no pass is needed
+        *sumw = (double)obs.size();
+        return 0;
+    }
     for (int32_t i : obs) {
         if (session::poll_break()) return 1;
-        if (get_obs_values(s, i, row, s.weightType)) w.add(s.weightType == RW_NONE ? 1.0 : row[0]);
+        if (get_obs_values(s, i, row, s.weightType)) w.add(row[0]);
     }
     *sumw = w.value();
     if (s.weightType == RW_A) {
