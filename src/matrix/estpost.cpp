@@ -337,7 +337,7 @@ int read_level(const std::string &text, std::string &out) {
     return 0;
 }
 
-int coef_table(const std::string &level_text) {
+int coef_table(const std::string &level_text, const CoefTableOpts &o = CoefTableOpts{}) {
     Matrix b, V;
     if (!mat_read("b", ST_E_MATRIX, b)) return error(301);
     const bool hV = mat_read("V", ST_E_MATRIX, V);
@@ -356,9 +356,10 @@ int coef_table(const std::string &level_text) {
     }
     const std::string stat = t ? "t" : "z";
     std::string ci = "[" + level_text + "% Conf. Interval]";
-    std::string head = "{txt}{hline 78}\n" + right(eqs ? "" : cell_name(depvar), 12) +
-                       " {c |}      Coef.   Std. Err.      " + stat + "    P>|" + stat + "|" + right(ci, 25) +
-                       "\n{hline 13}{c +}{hline 64}\n";
+    const std::string coef_word = o.eform.empty() ? "Coef." : o.eform;
+    std::string head = "{txt}{hline 78}\n" + right(eqs ? "" : cell_name(depvar), 12) + " {c |}" +
+                       right(coef_word, 11) + "   Std. Err.      " + stat + "    P>|" + stat + "|" +
+                       right(o.beta ? "Beta" : ci, 25) + "\n{hline 13}{c +}{hline 64}\n";
     if (int rc = out::out_rimu(head)) return rc;
     std::string cur_eq = "\x01";
     for (int j = 0; j < b.cols; ++j) {
@@ -371,8 +372,8 @@ int coef_table(const std::string &level_text) {
                     std::string(12 - cell_name(cur_eq).size(), ' ') + " {txt}{c |}\n";
             if (int rc = out::out_rimu(line)) return rc;
         }
-        const double coef = b.at(0, j);
-        const double var = hV ? V.at(j, j) : data::xm::dot();
+        double coef = b.at(0, j);
+        double var = hV ? V.at(j, j) : data::xm::dot();
         std::string line = "{txt}" + right(cell_name(std::string(s.tsop) + s.name), 12) + " {c |}{res}";
         if (coef == 0 && var == 0) {
             line += "  (dropped)\n";
@@ -383,15 +384,28 @@ int coef_table(const std::string &level_text) {
             const double p = !ok ? data::xm::dot()
                              : t ? 2 * data::xm::ttail(df, std::fabs(stat_v))
                                  : 2 * data::xm::normal(-std::fabs(stat_v));
-            const double lo = ok ? coef - crit * se : data::xm::dot(),
-                         hi = ok ? coef + crit * se : data::xm::dot();
-            line += "  " + fmt_num(coef, "%9.0g") + "   " + fmt_num(se, "%9.0g") + " " +
-                    fmt_num(stat_v, "%6.2f") + "   " + fmt_num(p, "%6.3f") + "    " + fmt_num(lo, "%9.0g") +
-                    "   " + fmt_num(hi, "%9.0g") + "\n";
+            double lo = ok ? coef - crit * se : data::xm::dot(), hi = ok ? coef + crit * se : data::xm::dot();
+            double shown = coef, shown_se = se;
+            if (!o.eform.empty()) {
+                // the exponentiated coefficient, its delta-method error and the interval's ends
+                shown = std::exp(coef);
+                shown_se = data::is_missing(se) ? se : shown * se;
+                lo = data::is_missing(lo) ? lo : std::exp(lo);
+                hi = data::is_missing(hi) ? hi : std::exp(hi);
+            }
+            line += "  " + fmt_num(shown, "%9.0g") + "   " + fmt_num(shown_se, "%9.0g") + " " +
+                    fmt_num(stat_v, "%6.2f") + "   " + fmt_num(p, "%6.3f");
+            if (o.beta) {
+                const double bv = (size_t)j < o.beta->size() ? (*o.beta)[(size_t)j] : data::xm::dot();
+                if (!data::is_missing(bv)) line += "                " + fmt_num(bv, "%9.0g");
+                line += "\n";
+            } else {
+                line += "    " + fmt_num(lo, "%9.0g") + "   " + fmt_num(hi, "%9.0g") + "\n";
+            }
         }
         if (int rc = out::out_rimu(line)) return rc;
     }
-    return out::out_rimu("{txt}{hline 78}\n");
+    return out::out_rimu(o.plus ? "{txt}{hline 13}{c +}{hline 64}\n" : "{txt}{hline 78}\n");
 }
 
 // The variables of the columns of b, for score: the coefficient and the variable (0 for _cons).
@@ -401,6 +415,30 @@ struct ScoreTerm {
 };
 
 } // namespace
+
+int coef_table_with(const CoefTableOpts &o) {
+    std::string lv;
+    if (int rc = read_level(o.level, lv)) return rc;
+    return coef_table(lv, o);
+}
+
+std::string fmt_value(double v, const char *fmt) { return fmt_num(v, fmt); }
+
+int post_estimates(const std::string &bname, const std::string &vname, const PostExtras &x) {
+    PostLine pl;
+    pl.names = {bname, vname};
+    pl.clear = true;
+    pl.depname = x.depname;
+    pl.obs = x.obs;
+    pl.dof = x.dof;
+    pl.wtype = x.wtype;
+    pl.wexp = x.wexp;
+    pl.has_props = x.has_props;
+    pl.properties = x.properties;
+    if (int rc = do_post(pl)) return rc;
+    if (x.marks) return install_marker("", *x.marks);
+    return 0;
+}
 
 int cmd_estpost(int which) {
     PostLine pl;

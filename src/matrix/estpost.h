@@ -3,7 +3,38 @@
 // matrix: mlout and score (makeCns and dispCns are in matrix/constraint.h).
 #pragma once
 
+#include <cstdint>
+#include <string>
+#include <vector>
+
 namespace mat {
+
+// The coefficient table's variants: level(#) as written ("" for c(level)), a Beta column in place
+// of the interval (one value per coefficient, missing for none), eform's column title with
+// exponentiated coefficients, and plus, which leaves the table open for more rows.
+struct CoefTableOpts {
+    std::string level;
+    const std::vector<double> *beta = nullptr;
+    std::string eform;
+    bool plus = false;
+};
+// The coefficient table of e(b) and e(V) with those variants. 0 or the code, message written.
+int coef_table_with(const CoefTableOpts &o);
+// A number in a display format, as the table writes it.
+std::string fmt_value(double v, const char *fmt);
+
+// What a command posts beside b and V (ereturn post's depname, obs, dof, weight and properties),
+// and the sample marker of e(sample), one place per observation (null for none).
+struct PostExtras {
+    std::string depname, wtype, wexp, properties;
+    bool has_props = false;
+    double obs = 1000000; // not given
+    double dof = -1;      // not given
+    const std::vector<uint8_t> *marks = nullptr;
+};
+// ereturn post of the matrices stored under bname and vname, from a built-in command: e() is
+// replaced only when every check has passed, and the two matrices leave the store.
+int post_estimates(const std::string &bname, const std::string &vname, const PostExtras &x);
 
 // post (0) and repost (1) of the rest of the line:
 //   [b [V [Cns]]] [weight] [, depname(s) obs(#) dof(#) esample(var) properties(s) fatal clear]

@@ -22,6 +22,7 @@
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
+#include "estimate/regcmd.h"
 #include "lang/cls.h"
 #include "lang/flow.h"
 #include "lang/macro.h"

@@ -1,0 +1,309 @@
+// _regress: reads the model and the sample, runs the regression kernel, posts e() and shows the
+// analysis-of-variance header and the coefficient table; without variables it replays.
+#include "estimate/regcmd.h"
+
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "data/dataset.h"
+#include "data/exprmath.h"
+#include "data/fmt.h"
+#include "data/types.h"
+#include "data/varlist.h"
+#include "data/xeq.h"
+#include "estimate/buildraw.h"
+#include "estimate/reg2.h"
+#include "matrix/estpost.h"
+#include "matrix/matstore.h"
+#include "matrix/results.h"
+#include "output/channel.h"
+#include "session/errors.h"
+#include "session/hexfloat.h"
+#include "session/options.h"
+#include "session/state.h"
+#include "session/store.h"
+
+namespace est {
+
+using namespace session;
+
+namespace {
+
+struct RegOpts {
+    bool beta = false, noheader = false, plus = false, hascons = false, mse1 = false, checkorder = false;
+    bool tsscons = false, hc2 = false, hc3 = false, nocons = false, robust = false;
+    std::string eform, rssmat, bmat, depname, properties = "\x01", level, cluster;
+    double dof = -1;
+};
+
+std::vector<OptSpec> option_specs(RegOpts &o) {
+    return {opt_flag("beta", 4, o.beta),
+            opt_flag("noheader", 5, o.noheader),
+            opt_flag("plus", 4, o.plus),
+            opt_text("eform", 5, o.eform),
+            opt_real("dof", 3, o.dof),
+            opt_name("rssmat", 6, o.rssmat),
+            opt_name("bmat", 4, o.bmat),
+            opt_flag("hascons", 7, o.hascons),
+            opt_flag("mse1", 4, o.mse1),
+            opt_flag("checkorder", 10, o.checkorder),
+            opt_flag("tsscons", 7, o.tsscons),
+            opt_text("depname", 3, o.depname),
+            opt_flag("hc2", 3, o.hc2),
+            opt_flag("hc3", 3, o.hc3),
+            opt_text("properties", 5, o.properties),
+            opt_flag("noconstant", 3, o.nocons),
+            opt_text("level", 1, o.level),
+            opt_flag("robust", 1, o.robust),
+            opt_text("cluster", 2, o.cluster)};
+}
+
+double escalar(const char *name) {
+    double v = lim.dot;
+    mat::result_lookup('e', name, &v, nullptr);
+    return v;
+}
+
+std::string fmt(double v, const char *f) { return mat::fmt_value(v, f); }
+
+// The analysis-of-variance table beside the model's figures, from e().
+int show_header() {
+    const double N = escalar("N"), df_m = escalar("df_m"), df_r = escalar("df_r"), mss = escalar("mss"),
+                 rss = escalar("rss");
+    const double df_t = df_m + df_r;
+    auto ms = [](double ss, double df) { return df > 0 ? ss / df : lim.dot; };
+    char fline[64];
+    std::snprintf(fline, sizeof fline, "F(%3.0f,%6.0f) =", df_m, df_r);
+    std::string s;
+    s += "{txt}      Source {c |}       SS       df       MS              Number of obs ={res}" +
+         fmt(N, "%8.0f") + "\n";
+    s += "{txt}{hline 13}{c +}{hline 30}           " + std::string(fline) + "{res}" +
+         fmt(escalar("F"), "%8.2f") + "\n";
+    auto row = [&](const char *name, double ss, double df, const char *label, double v, const char *vf) {
+        s += std::string("{txt}") + name + " {c |} {res}" + fmt(ss, "%11.0g") + " " + fmt(df, "%5.0f") + " " +
+             fmt(ms(ss, df), "%11.0g") + "           {txt}" + label + "={res}" + fmt(v, vf) + "\n";
+    };
+    const double F = escalar("F");
+    const double p = data::is_missing(F) ? lim.dot : escalar("p");
+    row("       Model", mss, df_m, "Prob > F      ", p, "%8.4f");
+    row("    Residual", rss, df_r, "R-squared     ", escalar("r2"), "%8.4f");
+    s += "{txt}{hline 13}{c +}{hline 30}           Adj R-squared ={res}" + fmt(escalar("r2_a"), "%8.4f") +
+         "\n";
+    row("       Total", mss + rss, df_t, "Root MSE      ", escalar("rmse"), " %7.0g");
+    s += "\n";
+    return out::out_rimu(s);
+}
+
+int show(const RegOpts &o) {
+    if (!o.noheader)
+        if (int rc = show_header()) return rc;
+    mat::CoefTableOpts t;
+    t.level = o.level;
+    t.eform = o.eform;
+    t.plus = o.plus;
+    mat::Matrix bm;
+    std::vector<double> beta;
+    if (o.beta && mat::mat_read("beta", ST_E_MATRIX, bm)) {
+        beta = bm.v;
+        t.beta = &beta;
+    } else if (o.beta) {
+        beta.clear();
+        t.beta = &beta;
+    }
+    return mat::coef_table_with(t);
+}
+
+int replay(const RegOpts &o) {
+    std::string cmd;
+    if (mat::result_lookup('e', "cmd", nullptr, &cmd) != mat::RES_MACRO || cmd != "regress")
+        return error(301);
+    return show(o);
+}
+
+// A hidden variable of the command's own, dropped on every path.
+struct HiddenVar {
+    int v = 0;
+    int make(const char *name, int type) {
+        if (const int old = data::find_var(name)) drop(old);
+        v = data::add_var_raw(name, type);
+        if (v < 0) {
+            const int rc = -v;
+            v = 0;
+            return error(rc);
+        }
+        return 0;
+    }
+    static void drop(int var) {
+        std::vector<uint8_t> flags((size_t)data::ds.nvar, 0);
+        flags[(size_t)var - 1] = 1;
+        data::drop_vars(flags.data());
+    }
+    ~HiddenVar() {
+        if (v) drop(data::find_var(name_of()));
+    }
+    std::string saved;
+    const char *name_of() { return saved.c_str(); }
+};
+
+mat::StripeName stripe(const char *name) {
+    mat::StripeName s;
+    std::snprintf(s.name, sizeof s.name, "%s", name);
+    return s;
+}
+
+} // namespace
+
+int cmd__regress(int) {
+    data::ParseSpec spec;
+    spec.varlist = data::PO_OPTIONAL;
+    spec.weight = data::PO_OPTIONAL;
+    spec.wmask = data::WT_A | data::WT_F | data::WT_I | data::WT_P;
+    if (int rc = data::std_parse(spec)) return rc;
+    RegOpts o;
+    const std::vector<OptSpec> specs = option_specs(o);
+    if (int rc = data::std_options(specs)) return rc;
+    if (!o.level.empty()) {
+        double lv = 0;
+        if (!data::text_to_number(o.level, lv, false) || lv < 10 || lv > 99.99)
+            return fail(198, "level() must be between 10 and 99.99 inclusive\n");
+    }
+    if (o.beta && !o.cluster.empty()) return fail(198, "beta may not be combined with cluster()\n");
+    if (data::ps.count == 0) {
+        if (data::sm.ifpresent || data::ps.inrange || data::sm.wtype != data::WT_NONE) return error(198);
+        return replay(o);
+    }
+    if (o.robust || o.hc2 || o.hc3 || !o.cluster.empty())
+        return fail(199, "robust variance is not available in this build\n");
+    if (o.hascons) o.nocons = true;
+
+    std::vector<int> vars;
+    for (int32_t j = 0; j < data::ps.count; ++j) {
+        const int v = data::ps.var[(size_t)j];
+        if (data::ps.info[(size_t)j].op || data::ps.info[(size_t)j].fvterm)
+            return fail(101, "factor variables and time-series operators not allowed\n");
+        if (data::is_string_type(data::ds.vartype[(size_t)v - 1])) return error(109);
+        vars.push_back(v);
+    }
+    if ((int)vars.size() > st.matsize - 2) return error(908);
+
+    // the sample: the range, the if, a usable weight, and no missing value in the model's variables
+    const int32_t lo = data::sample_lo(), hi = data::sample_hi();
+    const bool weighted = data::sm.wtype != data::WT_NONE;
+    if (data::sm.ifpresent) data::sample_ranges(data::ifexp);
+    if (weighted) data::sample_ranges(data::wtexp);
+    HiddenVar mark, wvar;
+    mark.saved = "(reg)";
+    wvar.saved = "(regw)";
+    if (int rc = mark.make("(reg)", data::T_BYTE)) return rc;
+    if (weighted)
+        if (int rc = wvar.make("(regw)", data::T_DOUBLE)) return rc;
+    std::vector<uint8_t> marks((size_t)data::ds.nobs, 0);
+    for (int32_t i = lo; i <= hi; ++i) {
+        if (poll_break()) return error(1);
+        bool use = data::if_true(i);
+        if (use && weighted) {
+            const double w = data::expr_xeqforby(data::wtexp, i);
+            if (data::is_missing(w) || w == 0)
+                use = false;
+            else if (w < 0)
+                return fail(402, "negative weights encountered\n");
+            else if (data::sm.wtype == data::WT_F && w != std::floor(w))
+                return fail(401, "may not use noninteger frequency weights\n");
+            if (use) data::put_num(wvar.v, i, w);
+        }
+        for (size_t j = 0; j < vars.size() && use; ++j)
+            use = !data::is_missing(data::get_num(vars[j], i));
+        marks[(size_t)i - 1] = use;
+        data::put_num(mark.v, i, use);
+    }
+    RegSpec s;
+    s.raw.vars = vars;
+    s.raw.marker = mark.v;
+    s.raw.weightType = !weighted                      ? RW_NONE
+                       : data::sm.wtype == data::WT_A ? RW_A
+                       : data::sm.wtype == data::WT_F ? RW_F
+                       : data::sm.wtype == data::WT_I ? RW_I
+                                                      : RW_P;
+    s.raw.weightVar = wvar.v;
+    s.cons = !o.nocons;
+    s.hascons = o.hascons;
+    s.tsscons = o.tsscons;
+    s.mse1 = o.mse1;
+    s.dof = o.dof;
+    ObsList obs;
+    double sumw = 0;
+    if (raw_obslist(s.raw, lo, hi, obs, &sumw)) return error(1);
+    if (s.raw.weightType == RW_A) {
+        out::ClassScope cs(out::CLS_TEXT);
+        out::out_text(sumwgt_note(sumw) + "\n");
+    }
+    RegFit f;
+    if (int rc = reg2(s, obs, &f)) return rc;
+
+    // e(b), e(V): the regressors, then _cons
+    mat::Matrix b, V;
+    b.resize(1, f.ncoef);
+    V.resize(f.ncoef, f.ncoef);
+    for (int j = 0; j < f.ncoef; ++j) {
+        b.at(0, j) = f.b[(size_t)j];
+        for (int i = 0; i < f.ncoef; ++i)
+            V.at(i, j) = f.V[(size_t)i * (size_t)f.ncoef + (size_t)j];
+    }
+    for (size_t j = 1; j < vars.size(); ++j)
+        b.cn.push_back(stripe(data::ds.varname[(size_t)vars[j] - 1]));
+    if (s.cons) b.cn.push_back(stripe("_cons"));
+    b.rn.push_back(stripe("y1"));
+    V.rn = V.cn = b.cn;
+    V.sym = true;
+    const char *bname = "__reg2_b", *vname = "__reg2_V";
+    if (int r = mat::mat_assign(bname, ST_MATRIX, b)) return r;
+    if (int r = mat::mat_assign(vname, ST_MATRIX, V)) return r;
+    mat::PostExtras x;
+    x.depname = o.depname.empty() ? data::ds.varname[(size_t)vars[0] - 1] : o.depname;
+    x.obs = f.N;
+    x.dof = f.df_r;
+    if (weighted) {
+        x.wtype = data::sm.wname;
+        x.wexp = "= " + std::string(data::wtexp.text_begin, data::wtexp.text_end);
+    }
+    if (o.properties != "\x01") {
+        x.has_props = true;
+        x.properties = o.properties;
+    }
+    x.marks = &marks;
+    if (int r = mat::post_estimates(bname, vname, x)) return r;
+    const double p = data::is_missing(f.F) ? lim.dot : data::xm::Ftail(f.df_m, f.df_r, f.F);
+    const std::pair<const char *, double> sc[] = {
+        {"N", f.N},     {"df_m", f.df_m}, {"df_r", f.df_r}, {"F", f.F},   {"r2", f.r2},     {"rmse", f.rmse},
+        {"mss", f.mss}, {"rss", f.rss},   {"r2_a", f.r2_a}, {"ll", f.ll}, {"ll_0", f.ll_0}, {"p", p}};
+    for (const auto &[name, v] : sc)
+        if (int r = mat::e_set_scalar(name, v)) return r;
+    const std::pair<const char *, const char *> mc[] = {{"model", "ols"},
+                                                        {"predict", "regres_p"},
+                                                        {"estat_cmd", "regress_estat"},
+                                                        {"title", "Linear regression"},
+                                                        {"cmd", "regress"}};
+    for (const auto &[name, v] : mc)
+        if (int r = mat::e_set_macro(name, v)) return r;
+    if (o.beta) {
+        mat::Matrix bm;
+        bm.resize(1, f.ncoef);
+        bm.v = f.beta;
+        bm.cn = b.cn;
+        bm.rn = b.rn;
+        if (int r = mat::mat_save("beta", ST_E_MATRIX, bm)) return r;
+    }
+    if (!o.bmat.empty())
+        if (int r = mat::mat_assign(o.bmat.c_str(), ST_MATRIX, b)) return r;
+    if (!o.rssmat.empty()) {
+        mat::Matrix r1;
+        r1.resize(1, 1);
+        r1.at(0, 0) = f.rss;
+        if (int r = mat::mat_assign(o.rssmat.c_str(), ST_MATRIX, r1)) return r;
+    }
+    return show(o);
+}
+
+} // namespace est
