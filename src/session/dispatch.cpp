@@ -24,6 +24,7 @@
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
+#include "estimate/robust.h"
 #include "lang/cls.h"
 #include "lang/flow.h"
 #include "lang/macro.h"
