@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "data/dataset.h"
@@ -101,12 +102,6 @@ int option_varlist(const std::string &text, std::vector<int> &out) {
     return rc;
 }
 
-// The cluster key of one observation: a number, or text compared as text.
-struct Key {
-    double num;
-    std::string str;
-};
-
 int robust_run(bool &fatal) {
     data::ParseSpec spec;
     spec.varlist = data::PO_OPTIONAL;
@@ -191,12 +186,17 @@ int robust_run(bool &fatal) {
         if (xvar[(size_t)p]) xcol[(size_t)p] = col_of(xvar[(size_t)p]);
     for (int v : scores)
         scol.push_back(col_of(v));
+    // the cells of the observations kept, read in the data's order, with their weights and
+    // cluster keys; then, with clustering, the columns put in cluster order, so that the kernel
+    // reads each cluster as one run of rows
     std::vector<std::vector<double>> data_cols(cols.size());
-    std::vector<double> wts;
-    std::vector<Key> keys;
-    std::vector<double> row(cols.size());
+    std::vector<double> wts, nkey, row(cols.size());
+    std::vector<std::string> skey;
     char sbuf[data::T_STRMAX + 1];
+    int64_t kept = 0;
     try {
+        for (auto &col : data_cols)
+            col.resize(obs.size());
         for (int32_t i : obs) {
             if (poll_break()) return error(1);
             bool miss = false;
@@ -210,29 +210,64 @@ int robust_run(bool &fatal) {
                 w = data::expr_xeqforby(data::wtexp, i);
                 if (data::is_missing(w) || (w == 0 && !zeroweight)) continue;
             }
-            Key key{0, {}};
-            if (cvar) {
-                if (cstr) {
-                    data::get_str(cvar, i, sbuf);
-                    if (!sbuf[0]) continue;
-                    key.str = sbuf;
-                } else {
-                    key.num = data::get_num(cvar, i);
-                    if (data::is_missing(key.num)) continue;
-                }
-                keys.push_back(std::move(key));
+            if (cvar && cstr) {
+                data::get_str(cvar, i, sbuf);
+                if (!sbuf[0]) continue;
+                skey.emplace_back(sbuf);
+            } else if (cvar) {
+                const double g = data::get_num(cvar, i);
+                if (data::is_missing(g)) continue;
+                nkey.push_back(g);
             }
             for (size_t c = 0; c < cols.size(); ++c)
-                data_cols[c].push_back(row[c]);
+                data_cols[c][(size_t)kept] = row[c];
             if (weighted) wts.push_back(w);
+            ++kept;
         }
+        for (auto &col : data_cols)
+            col.resize((size_t)kept);
     } catch (const std::bad_alloc &) {
         return error(909);
     }
-    if (obs.empty() || (cols.empty() ? obs.size() : data_cols[0].size()) == 0) return error(2000);
-
     RobustInput in;
     in.rows = (int64_t)data_cols[0].size();
+    if (in.rows == 0) return error(2000);
+    if (cvar) {
+        try {
+            std::vector<int32_t> order((size_t)in.rows);
+            for (int32_t r = 0; r < (int32_t)in.rows; ++r)
+                order[(size_t)r] = r;
+            if (cstr) {
+                // the data's order kept within a cluster
+                std::stable_sort(order.begin(), order.end(),
+                                 [&](int32_t a, int32_t c) { return skey[(size_t)a] < skey[(size_t)c]; });
+            } else {
+                std::vector<std::pair<double, int32_t>> kp((size_t)in.rows);
+                for (int32_t r = 0; r < (int32_t)in.rows; ++r)
+                    kp[(size_t)r] = {nkey[(size_t)r], r};
+                std::sort(kp.begin(), kp.end());
+                for (int32_t r = 0; r < (int32_t)in.rows; ++r)
+                    order[(size_t)r] = kp[(size_t)r].second;
+            }
+            for (int64_t pos = 0; pos < in.rows; ++pos) {
+                const size_t a = (size_t)order[(size_t)(pos ? pos - 1 : 0)], c = (size_t)order[(size_t)pos];
+                if (pos == 0 || (cstr ? skey[a] != skey[c] : nkey[a] != nkey[c]))
+                    in.cluster_start.push_back(pos);
+            }
+            in.cluster_start.push_back(in.rows);
+            std::vector<double> moved((size_t)in.rows);
+            auto permute = [&](std::vector<double> &col) {
+                for (int64_t r = 0; r < in.rows; ++r)
+                    moved[(size_t)r] = col[(size_t)order[(size_t)r]];
+                col.swap(moved);
+            };
+            for (auto &col : data_cols)
+                permute(col);
+            if (weighted) permute(wts);
+        } catch (const std::bad_alloc &) {
+            return error(909);
+        }
+    }
     for (int p = 0; p < k; ++p)
         in.x.push_back(xcol[(size_t)p] < 0 ? nullptr : data_cols[(size_t)xcol[(size_t)p]].data());
     in.eq = eq;
@@ -244,22 +279,6 @@ int robust_run(bool &fatal) {
                    : data::sm.wtype == data::WT_A ? RW_A
                    : data::sm.wtype == data::WT_P ? RW_P
                                                   : RW_I;
-    }
-    std::vector<int32_t> order;
-    if (cvar) {
-        // the rows in cluster order, the data's order kept within a cluster
-        order.resize((size_t)in.rows);
-        for (int32_t r = 0; r < (int32_t)in.rows; ++r)
-            order[(size_t)r] = r;
-        auto less = [&](int32_t a, int32_t c) {
-            return cstr ? keys[(size_t)a].str < keys[(size_t)c].str
-                        : keys[(size_t)a].num < keys[(size_t)c].num;
-        };
-        std::stable_sort(order.begin(), order.end(), less);
-        for (int64_t pos = 0; pos < in.rows; ++pos)
-            if (pos == 0 || less(order[(size_t)pos - 1], order[(size_t)pos])) in.cluster_start.push_back(pos);
-        in.cluster_start.push_back(in.rows);
-        in.order = order.data();
     }
 
     // the former variance saved, and the new one put in its place only once all is done

@@ -68,9 +68,23 @@ void run_rows(const Meat &mt, int64_t a, int64_t z, Scratch &s, double *slot) {
         const int m = (int)std::min<int64_t>(SUB, z - b);
         for (int p = 0; p < k; ++p) {
             double *u = &s.u[(size_t)p * SUB];
-            for (int t = 0; t < m; ++t) {
-                const int64_t r = mt.row(b + t);
-                u[t] = pw ? u_of(in, p, r) * in.w[r] : u_of(in, p, r);
+            if (in.order) {
+                for (int t = 0; t < m; ++t) {
+                    const int64_t r = mt.row(b + t);
+                    u[t] = pw ? u_of(in, p, r) * in.w[r] : u_of(in, p, r);
+                }
+            } else {
+                // one run of rows: the same products, in loops the compiler can vectorise
+                const double *sc = in.score[in.score.size() == 1 ? 0 : (size_t)in.eq[(size_t)p]] + b;
+                const double *x = in.x[(size_t)p] ? in.x[(size_t)p] + b : nullptr;
+                if (x)
+                    for (int t = 0; t < m; ++t)
+                        u[t] = sc[t] * x[t];
+                else
+                    std::copy_n(sc, m, u);
+                if (pw)
+                    for (int t = 0; t < m; ++t)
+                        u[t] *= in.w[b + t];
             }
             if (ow) {
                 double *wu = &s.wu[(size_t)p * SUB];
@@ -97,13 +111,37 @@ void run_clusters(const Meat &mt, int64_t c0, int64_t c1, Scratch &s, double *sl
     for (int64_t c = c0; c < c1; ++c) {
         if (break_pending()) return;
         std::fill_n(zz, k, 0.0);
-        for (int64_t pos = in.cluster_start[(size_t)c]; pos < in.cluster_start[(size_t)c + 1]; ++pos) {
-            const int64_t r = mt.row(pos);
-            const double w = in.w ? in.w[r] : 1;
-            for (int p = 0; p < k; ++p)
-                zz[p] += u_of(in, p, r) * w;
-            add_weights(mt, r, cnt, sw);
+        const int64_t a = in.cluster_start[(size_t)c], z = in.cluster_start[(size_t)c + 1];
+        if (in.order) {
+            for (int64_t pos = a; pos < z; ++pos) {
+                const int64_t r = mt.row(pos);
+                const double w = in.w ? in.w[r] : 1;
+                for (int p = 0; p < k; ++p)
+                    zz[p] += u_of(in, p, r) * w;
+            }
+        } else {
+            // the cluster is one run of rows: a parameter at a time
+            for (int p = 0; p < k; ++p) {
+                const double *sc = in.score[in.score.size() == 1 ? 0 : (size_t)in.eq[(size_t)p]];
+                const double *x = in.x[(size_t)p], *w = in.w;
+                double t = 0;
+                if (x && w)
+                    for (int64_t r = a; r < z; ++r)
+                        t += sc[r] * x[r] * w[r];
+                else if (x)
+                    for (int64_t r = a; r < z; ++r)
+                        t += sc[r] * x[r];
+                else if (w)
+                    for (int64_t r = a; r < z; ++r)
+                        t += sc[r] * w[r];
+                else
+                    for (int64_t r = a; r < z; ++r)
+                        t += sc[r];
+                zz[p] = t;
+            }
         }
+        for (int64_t pos = a; pos < z; ++pos)
+            add_weights(mt, mt.row(pos), cnt, sw);
         *ncl += 1;
         for (int p = 0; p < k; ++p)
             for (int q = 0; q <= p; ++q)

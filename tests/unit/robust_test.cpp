@@ -271,3 +271,31 @@ TEST_F(Robust, SameBitsWithOneThreadOrTwo) {
         EXPECT_EQ(n1, n2);
     }
 }
+
+TEST_F(Robust, ClustersAsRunsOfRows) {
+    // the rows already in cluster order, with no order array: the same sums as through the order
+    const Data d(1000);
+    Data sorted(0);
+    std::vector<int32_t> order;
+    RobustInput via = d.input();
+    via.w = d.w.data();
+    via.wtype = RW_P;
+    cluster_order(d, order, via);
+    for (int32_t i : order) {
+        sorted.x1.push_back(d.x1[i]);
+        sorted.x2.push_back(d.x2[i]);
+        sorted.s.push_back(d.s[i]);
+        sorted.w.push_back(d.w[i]);
+    }
+    RobustInput run = sorted.input();
+    run.w = sorted.w.data();
+    run.wtype = RW_P;
+    run.cluster_start = via.cluster_start;
+    std::vector<double> M1, M2;
+    double n1, n2, c1, c2;
+    ASSERT_EQ(robust_meat_smp(3, via, M1, &n1, &c1), 0);
+    ASSERT_EQ(robust_meat_smp(3, run, M2, &n2, &c2), 0);
+    expect_close(M2, naive_meat(d, true, d.w.data(), true));
+    expect_close(M1, M2);
+    EXPECT_EQ(c2, 7);
+}
