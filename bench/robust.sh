@@ -5,10 +5,10 @@
 # the command five times, less one that only makes the data and posts, divided by five; best of three.
 # ORVAT_OPTS=-p2 runs the sessions with two processors. The kernel alone is bench/robust_bench.cpp.
 # On the development machine (2 cores shared with other builds), processors 1: _robust 127 to 158 ms,
-# with clusters 233 to 269 ms, against matrix accum 21 to 50 ms (two processors: 112 and 238 ms); most
-# of it is the command's reading
-# of the cells (and, with clusters, the sort into cluster order), not the kernel: bench_robust_bench
-# gives 36 ms by observation and 15 ms with clusters on one thread, 18 ms and 7.4 ms on two.
+# with clusters 233 to 269 ms, against matrix accum 21 to 50 ms (two processors: 112 and 238 ms). Most
+# of it is the command's reading of the cells (and, with clusters, the sort into cluster order), not
+# the kernel: bench_robust_bench gives 36 ms by observation and 15 ms with clusters on one thread,
+# 18 ms and 7.4 ms on two.
 set -eu
 build=${1:-build}
 root="$(cd "$(dirname "$0")/.." && pwd)"

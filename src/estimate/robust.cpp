@@ -102,24 +102,77 @@ int option_varlist(const std::string &text, std::vector<int> &out) {
     return rc;
 }
 
+// A variable of the design named by an option (none when the name is empty); numeric when asked.
+int design_var(const std::string &name, bool numeric, int &v) {
+    v = 0;
+    if (name.empty()) return 0;
+    v = data::varlookup(name, true, data::varabbrev);
+    if (v < 0) return -v;
+    if (numeric && data::is_string_type(data::ds.vartype[(size_t)v - 1])) return error(109);
+    return 0;
+}
+
+// The keys of the observations kept for a variable of the design (none when v is 0): numbers, or
+// text compared as text.
+struct Keys {
+    int v;
+    bool str;
+    std::vector<double> num;
+    std::vector<std::string> txt;
+    explicit Keys(int var) : v(var), str(var && data::is_string_type(data::ds.vartype[(size_t)var - 1])) {}
+    // false when observation i has a missing key
+    bool read(int32_t i) {
+        if (!v) return true;
+        if (str) {
+            char buf[data::T_STRMAX + 1];
+            data::get_str(v, i, buf);
+            if (!buf[0]) return false;
+            txt.emplace_back(buf);
+            return true;
+        }
+        const double g = data::get_num(v, i);
+        if (data::is_missing(g)) return false;
+        num.push_back(g);
+        return true;
+    }
+    void unread() {
+        if (!v) return;
+        if (str)
+            txt.pop_back();
+        else
+            num.pop_back();
+    }
+    bool less(int32_t a, int32_t b) const {
+        if (!v) return false;
+        return str ? txt[(size_t)a] < txt[(size_t)b] : num[(size_t)a] < num[(size_t)b];
+    }
+    bool differ(int32_t a, int32_t b) const {
+        if (!v) return false;
+        return str ? txt[(size_t)a] != txt[(size_t)b] : num[(size_t)a] != num[(size_t)b];
+    }
+};
+
 int robust_run(bool &fatal) {
     data::ParseSpec spec;
     spec.varlist = data::PO_OPTIONAL;
     spec.weight = data::PO_OPTIONAL;
     spec.wmask = data::WT_F | data::WT_A | data::WT_P | data::WT_I;
     if (int rc = data::std_parse(spec)) return rc;
-    std::string cname, sname, vname, strata, psu, fpc, subpop, vsrs;
+    std::string cname, sname, vname, hname, pname, fname, subname, vsrs;
     double minus = -1;
     bool zeroweight = false, srssubpop = false;
     const OptSpec specs[] = {
-        opt_name("cluster", 2, cname), opt_text("score", 2, sname), opt_name("variance", 1, vname),
-        opt_real("minus", 1, minus),   opt_flag("fatal", 3, fatal), opt_flag("zeroweight", 4, zeroweight),
-        opt_text("strata", 3, strata), opt_text("psu", 3, psu),     opt_text("fpc", 3, fpc),
-        opt_text("subpop", 3, subpop), opt_text("vsrs", 4, vsrs),   opt_flag("srssubpop", 4, srssubpop),
+        opt_name("cluster", 2, cname),  opt_text("score", 2, sname), opt_name("variance", 1, vname),
+        opt_real("minus", 1, minus),    opt_flag("fatal", 3, fatal), opt_flag("zeroweight", 4, zeroweight),
+        opt_name("strata", 3, hname),   opt_name("psu", 3, pname),   opt_name("fpc", 3, fname),
+        opt_name("subpop", 3, subname), opt_text("vsrs", 4, vsrs),   opt_flag("srssubpop", 4, srssubpop),
     };
     if (int rc = data::std_options(specs)) return rc;
-    if (!strata.empty() || !psu.empty() || !fpc.empty() || !subpop.empty() || !vsrs.empty() || srssubpop)
-        return not_built("the survey design (strata(), psu(), fpc(), subpop(), vsrs(), srssubpop)");
+    if (!vsrs.empty()) return not_built("vsrs()");
+    if (srssubpop) return not_built("srssubpop");
+    // psu() names the clusters as cluster() does
+    if (!pname.empty() && !cname.empty()) return fail(198, "cluster() and psu() may not be combined\n");
+    if (cname.empty()) cname = pname;
     std::vector<int> scores(data::ps.var.begin(), data::ps.var.begin() + data::ps.count);
     if (!sname.empty()) {
         std::vector<int> more;
@@ -161,15 +214,17 @@ int robust_run(bool &fatal) {
     if ((int)scores.size() < ne) return fail(102, "score(): too few variables specified\n");
     if ((int)scores.size() > ne) return fail(103, "score(): too many variables specified\n");
 
-    int cvar = 0;
-    if (!cname.empty()) {
-        cvar = data::varlookup(cname, true, data::varabbrev);
-        if (cvar < 0) return -cvar;
-    }
+    int cvar = 0, hvar = 0, fvar = 0, subvar = 0;
+    if (int rc = design_var(cname, false, cvar)) return rc;
+    if (int rc = design_var(hname, false, hvar)) return rc;
+    if (int rc = design_var(fname, true, fvar)) return rc;
+    if (int rc = design_var(subname, true, subvar)) return rc;
     rs.clusterVar = cvar;
-    const bool cstr = cvar && data::is_string_type(data::ds.vartype[(size_t)cvar - 1]);
+    // the survey form: PSU totals centred within strata
+    const bool survey = hvar || fvar;
 
-    // the observations of the sample with no missing value in a score, an x, the weight or the cluster
+    // the observations of the sample with no missing value in a score, an x, the weight or a variable
+    // of the design
     std::vector<int32_t> obs;
     if (int rc = data::sample_obs(obs)) return rc;
     const bool weighted = data::sm.wtype != data::WT_NONE;
@@ -186,13 +241,16 @@ int robust_run(bool &fatal) {
         if (xvar[(size_t)p]) xcol[(size_t)p] = col_of(xvar[(size_t)p]);
     for (int v : scores)
         scol.push_back(col_of(v));
-    // the cells of the observations kept, read in the data's order, with their weights and
-    // cluster keys; then, with clustering, the columns put in cluster order, so that the kernel
-    // reads each cluster as one run of rows
+    // the numeric variables of the design ride along as columns of their own
+    const int fcol = fvar ? (cols.push_back(fvar), (int)cols.size() - 1) : -1;
+    const int subcol = subvar ? (cols.push_back(subvar), (int)cols.size() - 1) : -1;
+
+    // the cells of the observations kept, read in the data's order, with their weights and keys;
+    // then, with clusters or strata, the columns put in that order, so that the kernel reads each
+    // cluster as one run of rows
     std::vector<std::vector<double>> data_cols(cols.size());
-    std::vector<double> wts, nkey, row(cols.size());
-    std::vector<std::string> skey;
-    char sbuf[data::T_STRMAX + 1];
+    std::vector<double> wts, row(cols.size());
+    Keys ckey(cvar), hkey(hvar);
     int64_t kept = 0;
     try {
         for (auto &col : data_cols)
@@ -202,7 +260,7 @@ int robust_run(bool &fatal) {
             bool miss = false;
             for (size_t c = 0; c < cols.size() && !miss; ++c) {
                 row[c] = data::get_num(cols[c], i);
-                miss = data::is_missing(row[c]);
+                miss = data::is_missing(row[c]) && (int)c != subcol;
             }
             if (miss) continue;
             double w = 1;
@@ -210,14 +268,10 @@ int robust_run(bool &fatal) {
                 w = data::expr_xeqforby(data::wtexp, i);
                 if (data::is_missing(w) || (w == 0 && !zeroweight)) continue;
             }
-            if (cvar && cstr) {
-                data::get_str(cvar, i, sbuf);
-                if (!sbuf[0]) continue;
-                skey.emplace_back(sbuf);
-            } else if (cvar) {
-                const double g = data::get_num(cvar, i);
-                if (data::is_missing(g)) continue;
-                nkey.push_back(g);
+            if (!ckey.read(i)) continue;
+            if (!hkey.read(i)) {
+                ckey.unread();
+                continue;
             }
             for (size_t c = 0; c < cols.size(); ++c)
                 data_cols[c][(size_t)kept] = row[c];
@@ -230,31 +284,36 @@ int robust_run(bool &fatal) {
         return error(909);
     }
     RobustInput in;
-    in.rows = (int64_t)data_cols[0].size();
+    in.rows = kept;
     if (in.rows == 0) return error(2000);
-    if (cvar) {
+    if (cvar || survey) {
         try {
             std::vector<int32_t> order((size_t)in.rows);
             for (int32_t r = 0; r < (int32_t)in.rows; ++r)
                 order[(size_t)r] = r;
-            if (cstr) {
-                // the data's order kept within a cluster
-                std::stable_sort(order.begin(), order.end(),
-                                 [&](int32_t a, int32_t c) { return skey[(size_t)a] < skey[(size_t)c]; });
-            } else {
+            if (cvar && !hvar && !ckey.str) {
                 std::vector<std::pair<double, int32_t>> kp((size_t)in.rows);
                 for (int32_t r = 0; r < (int32_t)in.rows; ++r)
-                    kp[(size_t)r] = {nkey[(size_t)r], r};
+                    kp[(size_t)r] = {ckey.num[(size_t)r], r};
                 std::sort(kp.begin(), kp.end());
                 for (int32_t r = 0; r < (int32_t)in.rows; ++r)
                     order[(size_t)r] = kp[(size_t)r].second;
+            } else {
+                // by stratum, then cluster, the data's order kept within a cluster
+                std::stable_sort(order.begin(), order.end(), [&](int32_t a, int32_t c) {
+                    if (hkey.differ(a, c)) return hkey.less(a, c);
+                    return ckey.less(a, c);
+                });
             }
+            // without cluster() every observation is a PSU of its own
             for (int64_t pos = 0; pos < in.rows; ++pos) {
-                const size_t a = (size_t)order[(size_t)(pos ? pos - 1 : 0)], c = (size_t)order[(size_t)pos];
-                if (pos == 0 || (cstr ? skey[a] != skey[c] : nkey[a] != nkey[c]))
-                    in.cluster_start.push_back(pos);
+                const int32_t a = order[(size_t)(pos ? pos - 1 : 0)], c = order[(size_t)pos];
+                const bool newh = pos == 0 || hkey.differ(a, c);
+                if (newh || !cvar || ckey.differ(a, c)) in.cluster_start.push_back(pos);
+                if (survey && newh) in.stratum_start.push_back((int64_t)in.cluster_start.size() - 1);
             }
             in.cluster_start.push_back(in.rows);
+            if (survey) in.stratum_start.push_back((int64_t)in.cluster_start.size() - 1);
             std::vector<double> moved((size_t)in.rows);
             auto permute = [&](std::vector<double> &col) {
                 for (int64_t r = 0; r < in.rows; ++r)
@@ -268,11 +327,34 @@ int robust_run(bool &fatal) {
             return error(909);
         }
     }
+    // the sampling rate of each stratum, from the fpc of its first observation
+    if (fvar) {
+        const std::vector<double> &f = data_cols[(size_t)fcol];
+        for (size_t h = 0; h + 1 < in.stratum_start.size(); ++h) {
+            const double nh = (double)(in.stratum_start[h + 1] - in.stratum_start[h]);
+            const double v = f[(size_t)in.cluster_start[(size_t)in.stratum_start[h]]];
+            if (v < 0 || (v > 1 && v < nh))
+                return fail(198,
+                            "fpc must be <= 1 if a rate, or >= no. sampled PSUs per stratum if PSU totals\n");
+            in.fpc.push_back(v <= 1 ? v : nh / v);
+        }
+    }
+    // outside the subpopulation the scores are 0, the observations staying in the design
+    std::vector<std::vector<double>> subscores;
+    if (subvar) {
+        const std::vector<double> &sub = data_cols[(size_t)subcol];
+        for (int c : scol) {
+            subscores.push_back(data_cols[(size_t)c]);
+            for (int64_t r = 0; r < in.rows; ++r)
+                if (sub[(size_t)r] == 0 || data::is_missing(sub[(size_t)r])) subscores.back()[(size_t)r] = 0;
+        }
+    }
+    if (survey) rs.unitScale = true; // the stratified sum carries its own n_h/(n_h - 1)
     for (int p = 0; p < k; ++p)
         in.x.push_back(xcol[(size_t)p] < 0 ? nullptr : data_cols[(size_t)xcol[(size_t)p]].data());
     in.eq = eq;
-    for (int c : scol)
-        in.score.push_back(data_cols[(size_t)c].data());
+    for (size_t j = 0; j < scol.size(); ++j)
+        in.score.push_back(subvar ? subscores[j].data() : data_cols[(size_t)scol[j]].data());
     if (weighted) {
         in.w = wts.data();
         in.wtype = data::sm.wtype == data::WT_F   ? RW_F
@@ -299,6 +381,10 @@ int robust_run(bool &fatal) {
         char nb[32];
         std::snprintf(nb, sizeof nb, "%.0f", rs.N);
         if (int rc = macro_set("S_E_cn", nb)) return rc;
+    }
+    if (survey) {
+        if (int rc = mat::e_set_scalar("N_strata", (double)in.stratum_start.size() - 1)) return rc;
+        if (int rc = mat::e_set_scalar("N_psu", (double)in.cluster_start.size() - 1)) return rc;
     }
     return 0;
 }

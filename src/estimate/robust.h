@@ -38,6 +38,11 @@ struct RobustInput {
     // rows as the last entry. Empty cluster_start: no clustering (order may still be given).
     const int32_t *order = nullptr;
     std::vector<int64_t> cluster_start;
+    // Stratified (the survey form, clusters being the PSUs): where each stratum starts among the
+    // clusters, with the count of clusters last; and each stratum's sampling rate (empty: none).
+    // Within a stratum the PSU totals are centred on their mean and scaled by (1 - f) n_h/(n_h - 1).
+    std::vector<int64_t> stratum_start;
+    std::vector<double> fpc;
 };
 
 // The small-sample factor of spec (N, n, k and the flags set); also stored in spec.factor.
@@ -50,7 +55,9 @@ int robust_variance(RobustSpec &spec, const RobustInput &in, const std::vector<d
                     std::vector<double> &V);
 
 // _robust scorevars [weight] [if] [in] [, cluster(var) score(vars) variance(mat) minus(#) fatal
-//   zeroweight strata() psu() fpc() subpop() vsrs() srssubpop]
+//   zeroweight strata(var) psu(var) fpc(var) subpop(var) vsrs(mat) srssubpop]
+// psu() is cluster() by another name; strata() or fpc() ask for the stratified sum, whose factor is
+// its own; vsrs() and srssubpop are answered as not available.
 int cmd_robust(int);
 
 } // namespace est

@@ -39,8 +39,9 @@ struct Meat {
 };
 
 struct Scratch {
-    std::vector<double> u, wu, z;
-    explicit Scratch(int k) : u((size_t)k * SUB), wu((size_t)k * SUB), z((size_t)k) {}
+    std::vector<double> u, wu, z, t, S;
+    explicit Scratch(int k)
+        : u((size_t)k * SUB), wu((size_t)k * SUB), z((size_t)k), t((size_t)k), S((size_t)k * (size_t)k) {}
 };
 
 // u of row r, parameter p: the score of p's equation times x_p (1 at the constant).
@@ -102,50 +103,89 @@ void run_rows(const Meat &mt, int64_t a, int64_t z, Scratch &s, double *slot) {
     }
 }
 
-// Clusters [c0, c1): u sums over the rows of a cluster, and the cluster adds u u'.
-void run_clusters(const Meat &mt, int64_t c0, int64_t c1, Scratch &s, double *slot) {
+// The total u of the rows of cluster c into zz; the cluster's rows counted.
+void cluster_total(const Meat &mt, int64_t c, double *zz, double *cnt, double *sw) {
     const RobustInput &in = *mt.in;
+    const int k = mt.k;
+    std::fill_n(zz, k, 0.0);
+    const int64_t a = in.cluster_start[(size_t)c], z = in.cluster_start[(size_t)c + 1];
+    if (in.order) {
+        for (int64_t pos = a; pos < z; ++pos) {
+            const int64_t r = mt.row(pos);
+            const double w = in.w ? in.w[r] : 1;
+            for (int p = 0; p < k; ++p)
+                zz[p] += u_of(in, p, r) * w;
+        }
+    } else {
+        // the cluster is one run of rows: a parameter at a time
+        for (int p = 0; p < k; ++p) {
+            const double *sc = in.score[in.score.size() == 1 ? 0 : (size_t)in.eq[(size_t)p]];
+            const double *x = in.x[(size_t)p], *w = in.w;
+            double t = 0;
+            if (x && w)
+                for (int64_t r = a; r < z; ++r)
+                    t += sc[r] * x[r] * w[r];
+            else if (x)
+                for (int64_t r = a; r < z; ++r)
+                    t += sc[r] * x[r];
+            else if (w)
+                for (int64_t r = a; r < z; ++r)
+                    t += sc[r] * w[r];
+            else
+                for (int64_t r = a; r < z; ++r)
+                    t += sc[r];
+            zz[p] = t;
+        }
+    }
+    for (int64_t pos = a; pos < z; ++pos)
+        add_weights(mt, mt.row(pos), cnt, sw);
+}
+
+// Clusters [c0, c1): each adds u u', u the total of its rows.
+void run_clusters(const Meat &mt, int64_t c0, int64_t c1, Scratch &s, double *slot) {
     const int k = mt.k;
     double *acc = slot, *cnt = slot + (size_t)k * (size_t)k, *ncl = cnt + 1, *sw = cnt + 2;
     double *zz = s.z.data();
     for (int64_t c = c0; c < c1; ++c) {
         if (break_pending()) return;
-        std::fill_n(zz, k, 0.0);
-        const int64_t a = in.cluster_start[(size_t)c], z = in.cluster_start[(size_t)c + 1];
-        if (in.order) {
-            for (int64_t pos = a; pos < z; ++pos) {
-                const int64_t r = mt.row(pos);
-                const double w = in.w ? in.w[r] : 1;
-                for (int p = 0; p < k; ++p)
-                    zz[p] += u_of(in, p, r) * w;
-            }
-        } else {
-            // the cluster is one run of rows: a parameter at a time
-            for (int p = 0; p < k; ++p) {
-                const double *sc = in.score[in.score.size() == 1 ? 0 : (size_t)in.eq[(size_t)p]];
-                const double *x = in.x[(size_t)p], *w = in.w;
-                double t = 0;
-                if (x && w)
-                    for (int64_t r = a; r < z; ++r)
-                        t += sc[r] * x[r] * w[r];
-                else if (x)
-                    for (int64_t r = a; r < z; ++r)
-                        t += sc[r] * x[r];
-                else if (w)
-                    for (int64_t r = a; r < z; ++r)
-                        t += sc[r] * w[r];
-                else
-                    for (int64_t r = a; r < z; ++r)
-                        t += sc[r];
-                zz[p] = t;
-            }
-        }
-        for (int64_t pos = a; pos < z; ++pos)
-            add_weights(mt, mt.row(pos), cnt, sw);
+        cluster_total(mt, c, zz, cnt, sw);
         *ncl += 1;
         for (int p = 0; p < k; ++p)
             for (int q = 0; q <= p; ++q)
                 acc[(size_t)p * (size_t)k + (size_t)q] += zz[p] * zz[q];
+    }
+}
+
+// Strata [h0, h1): within a stratum of n_h PSUs the deviations of the PSU totals from their mean,
+// squared and summed, times (1 - f_h) n_h / (n_h - 1); a stratum of one PSU adds nothing.
+void run_strata(const Meat &mt, int64_t h0, int64_t h1, Scratch &s, double *slot) {
+    const RobustInput &in = *mt.in;
+    const int k = mt.k;
+    const size_t kk = (size_t)k * (size_t)k;
+    double *acc = slot, *cnt = slot + kk, *ncl = cnt + 1, *sw = cnt + 2;
+    double *zz = s.z.data(), *t = s.t.data(), *S = s.S.data();
+    for (int64_t h = h0; h < h1; ++h) {
+        if (break_pending()) return;
+        std::fill_n(t, k, 0.0);
+        std::fill_n(S, kk, 0.0);
+        const int64_t c0 = in.stratum_start[(size_t)h], c1 = in.stratum_start[(size_t)h + 1];
+        for (int64_t c = c0; c < c1; ++c) {
+            cluster_total(mt, c, zz, cnt, sw);
+            for (int p = 0; p < k; ++p) {
+                t[p] += zz[p];
+                for (int q = 0; q <= p; ++q)
+                    S[(size_t)p * (size_t)k + (size_t)q] += zz[p] * zz[q];
+            }
+        }
+        const double nh = (double)(c1 - c0);
+        *ncl += nh;
+        if (nh < 2) continue;
+        const double f = in.fpc.empty() ? 0 : in.fpc[(size_t)h];
+        const double ch = (1 - f) * nh / (nh - 1);
+        for (int p = 0; p < k; ++p)
+            for (int q = 0; q <= p; ++q)
+                acc[(size_t)p * (size_t)k + (size_t)q] +=
+                    ch * (S[(size_t)p * (size_t)k + (size_t)q] - t[p] * t[q] / nh);
     }
 }
 
@@ -167,13 +207,20 @@ int robust_meat_smp(int k, const RobustInput &in, std::vector<double> &M, double
                 bound.push_back(r);
             bound.push_back(in.rows);
         } else {
+            // units are clusters, or strata when stratified: a chunk closes at the first unit
+            // end at or beyond len rows
+            const bool strat = !in.stratum_start.empty();
+            const int64_t units = strat ? (int64_t)in.stratum_start.size() - 1 : nclusters;
+            auto first_row = [&](int64_t u) {
+                return in.cluster_start[(size_t)(strat ? in.stratum_start[(size_t)u] : u)];
+            };
             int64_t from = 0;
-            for (int64_t c = 0; c < nclusters; ++c)
-                if (in.cluster_start[(size_t)c + 1] - in.cluster_start[(size_t)from] >= len) {
-                    bound.push_back(c + 1);
-                    from = c + 1;
+            for (int64_t u = 0; u < units; ++u)
+                if (first_row(u + 1) - first_row(from) >= len) {
+                    bound.push_back(u + 1);
+                    from = u + 1;
                 }
-            if (bound.back() != nclusters) bound.push_back(nclusters);
+            if (bound.back() != units) bound.push_back(units);
         }
     } catch (const std::bad_alloc &) {
         return session::error(909);
@@ -193,7 +240,9 @@ int robust_meat_smp(int k, const RobustInput &in, std::vector<double> &M, double
     }
     auto run_chunk = [&](int64_t ci, Scratch &s) {
         double *slot = &slots[(size_t)ci * mt.slot()];
-        if (clustered)
+        if (!in.stratum_start.empty())
+            run_strata(mt, bound[(size_t)ci], bound[(size_t)ci + 1], s, slot);
+        else if (clustered)
             run_clusters(mt, bound[(size_t)ci], bound[(size_t)ci + 1], s, slot);
         else
             run_rows(mt, bound[(size_t)ci], bound[(size_t)ci + 1], s, slot);

@@ -299,3 +299,38 @@ TEST_F(Robust, ClustersAsRunsOfRows) {
     expect_close(M1, M2);
     EXPECT_EQ(c2, 7);
 }
+
+TEST_F(Robust, StrataCentreThePsuTotals) {
+    // strata of rows [0,100) and [100,1000) with clusters of 10 rows; the second stratum sampled at
+    // a rate of one quarter
+    const Data d(1000);
+    RobustInput in = d.input();
+    for (int64_t r = 0; r <= 1000; r += 10)
+        in.cluster_start.push_back(r);
+    in.stratum_start = {0, 10, 100};
+    in.fpc = {0, 0.25};
+    std::vector<double> M, want(9, 0.0);
+    double nobs = 0, ncl = 0;
+    ASSERT_EQ(robust_meat_smp(3, in, M, &nobs, &ncl), 0);
+    EXPECT_EQ(ncl, 100);
+    for (int h = 0; h < 2; ++h) {
+        const int c0 = h ? 10 : 0, c1 = h ? 100 : 10;
+        const double nh = c1 - c0, f = h ? 0.25 : 0;
+        std::vector<double> z((size_t)(c1 - c0) * 3, 0.0), mean(3, 0.0);
+        for (int c = c0; c < c1; ++c)
+            for (int i = c * 10; i < c * 10 + 10; ++i) {
+                const double u[3] = {d.s[i] * d.x1[i], d.s[i] * d.x2[i], d.s[i]};
+                for (int a = 0; a < 3; ++a)
+                    z[(size_t)(c - c0) * 3 + a] += u[a];
+            }
+        for (int j = 0; j < c1 - c0; ++j)
+            for (int a = 0; a < 3; ++a)
+                mean[a] += z[(size_t)j * 3 + a] / nh;
+        for (int j = 0; j < c1 - c0; ++j)
+            for (int a = 0; a < 3; ++a)
+                for (int b = 0; b < 3; ++b)
+                    want[a * 3 + b] += (1 - f) * nh / (nh - 1) * (z[(size_t)j * 3 + a] - mean[a]) *
+                                       (z[(size_t)j * 3 + b] - mean[b]);
+    }
+    expect_close(M, want);
+}

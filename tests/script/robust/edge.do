@@ -37,8 +37,13 @@ _robust s, cluster(nosuch)
 _robust s, variance(nosuch)
 matrix W = I(3)
 _robust s, variance(W)
-_robust s, strata(one)
-_robust s, psu(one) fpc(one)
+_robust s, vsrs(W)
+_robust s, cluster(one) psu(one)
+generate two = 2
+_robust s, strata(one) fpc(two)
+generate str1 t = "a"
+_robust s, fpc(t)
+_robust s, srssubpop
 _robust s if x > 5
 matrix list e(V)
 display "[`e(vcetype)']"
