@@ -2,6 +2,7 @@
 #include "estimate/robust.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -267,6 +268,8 @@ int robust_run(bool &fatal) {
             if (weighted) {
                 w = data::expr_xeqforby(data::wtexp, i);
                 if (data::is_missing(w) || (w == 0 && !zeroweight)) continue;
+                if (w < 0 && data::sm.wtype != data::WT_I) return error(402);
+                if (data::sm.wtype == data::WT_F && w != std::floor(w)) return error(401);
             }
             if (!ckey.read(i)) continue;
             if (!hkey.read(i)) {
@@ -374,6 +377,12 @@ int robust_run(bool &fatal) {
     if (int rc = mat::mat_assign("V", ST_E_MATRIX, Vm)) return rc;
     if (int rc = mat::e_set_macro("vcetype", "Robust")) return rc;
     if (int rc = macro_set("S_E_vce", "Robust")) return rc;
+    // what an earlier call left of the clusters and the design goes
+    if (void *o = store_find("clustvar", ST_E_MACRO, nullptr)) store_delete(o);
+    for (const char *name : {"N_clust", "N_strata", "N_psu"})
+        mat::drop_scalar('e', name);
+    macro_drop("S_E_cvn");
+    macro_drop("S_E_cn");
     if (cvar) {
         if (int rc = mat::e_set_macro("clustvar", data::ds.varname[(size_t)cvar - 1])) return rc;
         if (int rc = macro_set("S_E_cvn", data::ds.varname[(size_t)cvar - 1])) return rc;

@@ -45,8 +45,15 @@ generate str1 t = "a"
 _robust s, fpc(t)
 _robust s, srssubpop
 _robust s if x > 5
+_robust s [fweight = s]
+_robust s [pweight = s]
 matrix list e(V)
 display "[`e(vcetype)']"
+* a call without clusters drops what an earlier one left
+_robust s, cluster(one)
+display e(N_clust) " [`e(clustvar)'] [$S_E_cvn]"
+_robust s
+display e(N_clust) " [`e(clustvar)'] [$S_E_cvn]"
 * a coefficient that names no variable
 matrix b = (1, 2)
 matrix colnames b = zz _cons
