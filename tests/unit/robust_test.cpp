@@ -334,3 +334,33 @@ TEST_F(Robust, StrataCentreThePsuTotals) {
     }
     expect_close(M, want);
 }
+
+TEST_F(Robust, OneScoreForEachEquation) {
+    // equation 0 holds x1 and its constant, equation 1 its constant alone, each with its score
+    const Data d(400);
+    std::vector<double> s2(d.s.size());
+    for (size_t i = 0; i < s2.size(); ++i)
+        s2[i] = d.x2[i] / 10 - 0.5;
+    RobustInput in;
+    in.rows = 400;
+    in.x = {d.x1.data(), nullptr, nullptr};
+    in.eq = {0, 0, 1};
+    in.score = {d.s.data(), s2.data()};
+    std::vector<double> M, want(9, 0.0);
+    double nobs = 0, ncl = 0;
+    ASSERT_EQ(robust_meat_smp(3, in, M, &nobs, &ncl), 0);
+    for (int i = 0; i < 400; ++i) {
+        const double u[3] = {d.s[i] * d.x1[i], d.s[i], s2[i]};
+        for (int a = 0; a < 3; ++a)
+            for (int b = 0; b < 3; ++b)
+                want[a * 3 + b] += u[a] * u[b];
+    }
+    expect_close(M, want);
+    // an equation with no score does not conform
+    RobustSpec s;
+    s.k = 3;
+    in.eq = {0, 0, 2};
+    std::vector<double> D(9, 0.0), V;
+    MsgCapture cap;
+    EXPECT_EQ(robust_variance(s, in, D, V), 503);
+}
