@@ -69,7 +69,27 @@ double escalar(const char *name) {
 std::string fmt(double v, const char *f) { return mat::fmt_value(v, f); }
 
 // The analysis-of-variance table beside the model's figures, from e().
+// Under a robust variance the sums of squares no longer make the test: the header gives the model's
+// figures beside the Wald F of the slopes.
+int show_robust_header() {
+    char fline[64];
+    std::snprintf(fline, sizeof fline, "F(%3.0f,%6.0f) =", escalar("df_m"), escalar("df_r"));
+    const double F = escalar("F");
+    const std::string pad(55, ' ');
+    std::string s = "{txt}Linear regression" + std::string(38, ' ') + "Number of obs ={res}" +
+                    fmt(escalar("N"), "%8.0f") + "\n";
+    s += "{txt}" + pad + fline + "{res}" + fmt(F, "%8.2f") + "\n";
+    s += "{txt}" + pad + "Prob > F      ={res}" + fmt(data::is_missing(F) ? lim.dot : escalar("p"), "%8.4f") +
+         "\n";
+    s += "{txt}" + pad + "R-squared     ={res}" + fmt(escalar("r2"), "%8.4f") + "\n";
+    s += "{txt}" + pad + "Root MSE      ={res}" + fmt(escalar("rmse"), " %7.0g") + "\n\n";
+    return out::out_rimu(s);
+}
+
 int show_header() {
+    std::string vcetype;
+    if (mat::result_lookup('e', "vcetype", nullptr, &vcetype) == mat::RES_MACRO && !vcetype.empty())
+        return show_robust_header();
     const double N = escalar("N"), df_m = escalar("df_m"), df_r = escalar("df_r"), mss = escalar("mss"),
                  rss = escalar("rss");
     const double df_t = df_m + df_r;

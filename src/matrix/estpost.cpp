@@ -357,9 +357,20 @@ int coef_table(const std::string &level_text, const CoefTableOpts &o = CoefTable
     const std::string stat = t ? "t" : "z";
     std::string ci = "[" + level_text + "% Conf. Interval]";
     const std::string coef_word = o.eform.empty() ? "Coef." : o.eform;
-    std::string head = "{txt}{hline 78}\n" + right(eqs ? "" : cell_name(depvar), 12) + " {c |}" +
-                       right(coef_word, 11) + "   Std. Err.      " + stat + "    P>|" + stat + "|" +
-                       right(o.beta ? "Beta" : ci, 25) + "\n{hline 13}{c +}{hline 64}\n";
+    // a variance other than the classical one names itself above the column of its errors, and a
+    // clustered one says over how many clusters
+    std::string vcetype, clustvar, head;
+    result_lookup('e', "vcetype", nullptr, &vcetype);
+    result_lookup('e', "clustvar", nullptr, &clustvar);
+    double nclust = 0;
+    if (!clustvar.empty() && result_lookup('e', "N_clust", &nclust, nullptr) != RES_NONE &&
+        !data::is_missing(nclust))
+        head +=
+            "{txt}(Std. Err. adjusted for " + data::number_text(nclust) + " clusters in " + clustvar + ")\n";
+    head += "{txt}{hline 78}\n";
+    if (!vcetype.empty()) head += std::string(13, ' ') + "{c |}" + right(vcetype, 23) + "\n";
+    head += right(eqs ? "" : cell_name(depvar), 12) + " {c |}" + right(coef_word, 11) + "   Std. Err.      " +
+            stat + "    P>|" + stat + "|" + right(o.beta ? "Beta" : ci, 25) + "\n{hline 13}{c +}{hline 64}\n";
     if (int rc = out::out_rimu(head)) return rc;
     std::string cur_eq = "\x01";
     for (int j = 0; j < b.cols; ++j) {

@@ -23,6 +23,7 @@
 #include "data/varlist.h"
 #include "data/xeq.h"
 #include "estimate/regcmd.h"
+#include "estimate/robust.h"
 #include "lang/cls.h"
 #include "lang/flow.h"
 #include "lang/macro.h"

@@ -16,9 +16,19 @@ regress y x1 x2
 reg y x1, level(90) noheader
 regress
 regress y x1 x2 if x1 < 7, beta
+* robust and clustered (3 clusters of w): the standard errors .3512145 .3931787 .8048042 and
+* .1660446 .2410311 .4890859, and the Wald F 12.18 (p .0199) and 145.03 on 2 and 2 (p .0068),
+* were worked apart from the sandwich (X'X)^-1 M (X'X)^-1 with n/(n-k), and G/(G-1) (n-1)/(n-k)
 capture noisily regress y x1 x2, vce(robust)
 capture noisily regress y x1 x2, cluster(w)
 capture noisily regress y x1 x2, vce(bad)
+capture noisily regress y x1 x2, hc3
+* the variance in e() is the robust one, and replay shows it again
+regress y x1 x2, vce(robust)
+display e(vcetype) " " e(df_r) " " %9.7f _se[x1]
+regress y x1 x2, cluster(w)
+display e(vcetype) " " e(clustvar) " " e(N_clust) " " e(df_r) " " %9.7f _se[x1]
+regress, noheader
 regress y x1 x2
 predict p
 predict double r, residuals

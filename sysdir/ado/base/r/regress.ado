@@ -42,12 +42,11 @@ program regress, eclass
 		_regress `varlist' `wgt' if `touse', `fitopts' `shown' `options'
 		exit
 	}
-	* the sandwich: the scores are the residuals of the fit, and _robust replaces e(V)
-	capture _robust
-	if _rc == 199 {
-		display as error "robust variance is not available in this build"
+	if "`hc2'`hc3'" != "" {
+		display as error "`hc2'`hc3' variance is not available in this build"
 		exit 199
 	}
+	* the sandwich: the scores are the residuals of the fit, and _robust replaces e(V)
 	local clopt
 	if "`cluster'" != "" local clopt cluster(`cluster')
 	quietly _regress `varlist' `wgt' if `touse', `fitopts' `options'
@@ -57,6 +56,23 @@ program regress, eclass
 	matrix `b' = e(b)
 	quietly matrix score double `res' = `b' if e(sample)
 	quietly replace `res' = `y' - `res'
-	_robust `res' `wgt' if e(sample), `clopt' minus(`=e(N)-e(df_r)') `hc2' `hc3'
+	* the bread of the sandwich is the inverse cross-product, without the residual variance
+	tempname D
+	if e(rmse) > 0 & e(rmse) < . matrix `D' = e(V) / (e(rmse)^2)
+	else matrix `D' = e(V)
+	ereturn repost V = `D'
+	_robust `res' `wgt' if e(sample), `clopt' minus(`=e(N)-e(df_r)')
+	* with clusters the residual degrees of freedom are the clusters less one; the F of the
+	* header is the Wald test of the slopes under the new variance
+	if "`cluster'" != "" ereturn scalar df_r = e(N_clust) - 1
+	local slopes : colnames e(b)
+	local cons _cons
+	local slopes : list slopes - cons
+	if "`slopes'" != "" {
+		quietly test `slopes'
+		ereturn scalar F = r(F)
+		ereturn scalar p = r(p)
+		ereturn scalar df_m = r(df)
+	}
 	_regress, `shown'
 end
