@@ -6,6 +6,7 @@
 #include "data/dataset.h"
 #include "estimate/buildraw.h"
 #include "estimate/buildraw_core.h"
+#include "estimate/xprod.h"
 #include "session/errors.h"
 #include "session/state.h"
 
@@ -82,6 +83,70 @@ int brwrk_var_smp(const RawSpec &s, const std::vector<int> &sel, const ObsList &
     for (int j : sel)
         sub.vars.push_back(s.vars[(size_t)j]);
     return brwrk_smp(sub, obs, dev, xx, ld, nullptr, nullptr, nullptr, cnt);
+}
+
+int brwrk_line(const RawSpec &s, int32_t lo, int32_t hi, bool safe, bool dev, double *xx, int ld,
+               uint8_t *marks, RawCounts *cnt) {
+    const int k = s.k(), k1 = k + 1; // the pass's columns: the variables, then the constant
+    xprod::Pass p;
+    p.var = &s.vars;
+    p.cons = true;
+    p.weighted = s.weightType != RW_NONE;
+    p.check = true;
+    p.integer = s.weightType == RW_F;
+    p.marks = marks;
+    p.seq = true;
+    p.lo = lo;
+    p.hi = hi;
+    std::vector<double> centre((size_t)k, 0.0);
+    *cnt = RawCounts{};
+    cnt->awnote = s.weightType == RW_A;
+    if (dev) {
+        p.sums = true;
+        xprod::Sums m;
+        if (int rc = xprod::run(p, safe, m)) return rc;
+        if (m.sumw > 0)
+            for (int j = 0; j < k; ++j)
+                centre[(size_t)j] = m.sum[(size_t)j] / m.sumw;
+        p.sums = false;
+        p.marks = nullptr; // the first pass marked them
+        p.centre = centre.data();
+    }
+    xprod::Sums r;
+    int32_t bad = 0;
+    if (int rc = xprod::run(p, safe, r, &bad)) {
+        if (rc == 402) return session::fail(402, "negative weights encountered\n");
+        if (rc == 401) return session::fail(401, "may not use noninteger frequency weights\n");
+        return rc;
+    }
+    for (int j = 0; j <= k; ++j)
+        std::memset(xx + (size_t)j * (size_t)ld, 0, sizeof(double) * (size_t)k1);
+    cnt->nobs = r.nobs;
+    cnt->sumw = r.sumw;
+    if (r.nobs == 0 || r.sumw == 0) {
+        cnt->nobs = 0;
+        return 0;
+    }
+    // an aweight is scaled to sum to the count
+    const double scale = s.weightType == RW_A ? r.nobs / r.sumw : 1;
+    const double W = r.sumw;
+    auto P = [&](int a, int b) {
+        return a >= b ? r.acc[(size_t)a * (size_t)k1 + (size_t)b] : r.acc[(size_t)b * (size_t)k1 + (size_t)a];
+    };
+    // the pass's column k is the constant: its products are the sums
+    for (int i = 1; i <= k; ++i) {
+        const double si = P(k, i - 1);
+        for (int j = 1; j <= i; ++j) {
+            double v = P(i - 1, j - 1);
+            xx[(size_t)i * (size_t)ld + (size_t)j] = v * scale;
+        }
+        xx[(size_t)i * (size_t)ld] = dev ? centre[(size_t)i - 1] : si * scale;
+    }
+    xx[0] = s.weightType == RW_A ? r.nobs : W;
+    for (int j = 0; j <= k; ++j)
+        for (int i = 0; i < j; ++i)
+            xx[(size_t)i * (size_t)ld + (size_t)j] = xx[(size_t)j * (size_t)ld + (size_t)i];
+    return 0;
 }
 
 } // namespace est

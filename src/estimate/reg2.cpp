@@ -17,19 +17,31 @@ const double LOG2PI = std::log(2 * M_PI);
 } // namespace
 
 int reg2(const RegSpec &s, const ObsList &obs, RegFit *f) {
+    const int nv = s.raw.k(), ld = nv + 1;
+    if (nv > session::st.matsize - 2) return session::error(908);
+    std::vector<double> xx;
+    try {
+        xx.assign((size_t)ld * (size_t)ld, 0.0);
+    } catch (const std::bad_alloc &) {
+        return session::error(909);
+    }
+    if (int rc = brwrk_smp(s.raw, obs, reg2_dev(s), xx.data(), ld, nullptr, nullptr, nullptr, &f->cnt))
+        return rc;
+    return reg2_fit(s, xx, f);
+}
+
+int reg2_fit(const RegSpec &s, const std::vector<double> &xx, RegFit *f) {
     const int nv = s.raw.k(), p = nv - 1;
     if (nv > session::st.matsize - 2) return session::error(908);
     const double dot = session::lim.dot;
-    const bool dev = s.cons && !s.hascons;
+    const bool dev = reg2_dev(s);
     const int ld = nv + 1;
-    std::vector<double> xx, a;
+    std::vector<double> a;
     try {
-        xx.assign((size_t)ld * (size_t)ld, 0.0);
         a.assign((size_t)(p > 0 ? p : 1) * (size_t)(p > 0 ? p : 1), 0.0);
     } catch (const std::bad_alloc &) {
         return session::error(909);
     }
-    if (int rc = brwrk_smp(s.raw, obs, dev, xx.data(), ld, nullptr, nullptr, nullptr, &f->cnt)) return rc;
     if (f->cnt.nobs == 0) return session::error(2000);
     auto X = [&](int i, int j) { return xx[(size_t)i * (size_t)ld + (size_t)j]; };
     const double W = X(0, 0);

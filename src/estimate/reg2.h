@@ -34,5 +34,10 @@ struct RegFit {
 // 2000 no observations; 506 a sweep failure; 481 with hascons when the constant is not in the span
 // of the regressors; 909; 1 on Break (messages written, Break's excepted).
 int reg2(const RegSpec &s, const ObsList &obs, RegFit *f);
+// The same from cross-products already made: xx the (k+1) square array of brwrk_smp, in
+// deviations form when reg2_dev(s), and f->cnt what that call counted.
+int reg2_fit(const RegSpec &s, const std::vector<double> &xx, RegFit *f);
+// The cross-products of the model are taken about the means: a constant is added, not held.
+inline bool reg2_dev(const RegSpec &s) { return s.cons && !s.hascons; }
 
 } // namespace est

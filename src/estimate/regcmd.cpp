@@ -142,31 +142,6 @@ int replay(const RegOpts &o) {
     return show(o);
 }
 
-// A hidden variable of the command's own, dropped on every path.
-struct HiddenVar {
-    int v = 0;
-    int make(const char *name, int type) {
-        if (const int old = data::find_var(name)) drop(old);
-        v = data::add_var_raw(name, type);
-        if (v < 0) {
-            const int rc = -v;
-            v = 0;
-            return error(rc);
-        }
-        return 0;
-    }
-    static void drop(int var) {
-        std::vector<uint8_t> flags((size_t)data::ds.nvar, 0);
-        flags[(size_t)var - 1] = 1;
-        data::drop_vars(flags.data());
-    }
-    ~HiddenVar() {
-        if (v) drop(data::find_var(name_of()));
-    }
-    std::string saved;
-    const char *name_of() { return saved.c_str(); }
-};
-
 mat::StripeName stripe(const char *name) {
     mat::StripeName s;
     std::snprintf(s.name, sizeof s.name, "%s", name);
@@ -213,54 +188,36 @@ int cmd__regress(int) {
     const bool weighted = data::sm.wtype != data::WT_NONE;
     if (data::sm.ifpresent) data::sample_ranges(data::ifexp);
     if (weighted) data::sample_ranges(data::wtexp);
-    HiddenVar mark, wvar;
-    mark.saved = "(reg)";
-    wvar.saved = "(regw)";
-    if (int rc = mark.make("(reg)", data::T_BYTE)) return rc;
-    if (weighted)
-        if (int rc = wvar.make("(regw)", data::T_DOUBLE)) return rc;
+    // the marks of e(sample), made by the pass that sums the cross-products
     std::vector<uint8_t> marks((size_t)data::ds.nobs, 0);
-    for (int32_t i = lo; i <= hi; ++i) {
-        if (poll_break()) return error(1);
-        bool use = data::if_true(i);
-        if (use && weighted) {
-            const double w = data::expr_xeqforby(data::wtexp, i);
-            if (data::is_missing(w) || w == 0)
-                use = false;
-            else if (w < 0)
-                return fail(402, "negative weights encountered\n");
-            else if (data::sm.wtype == data::WT_F && w != std::floor(w))
-                return fail(401, "may not use noninteger frequency weights\n");
-            if (use) data::put_num(wvar.v, i, w);
-        }
-        for (size_t j = 0; j < vars.size() && use; ++j)
-            use = !data::is_missing(data::get_num(vars[j], i));
-        marks[(size_t)i - 1] = use;
-        data::put_num(mark.v, i, use);
-    }
     RegSpec s;
     s.raw.vars = vars;
-    s.raw.marker = mark.v;
     s.raw.weightType = !weighted                      ? RW_NONE
                        : data::sm.wtype == data::WT_A ? RW_A
                        : data::sm.wtype == data::WT_F ? RW_F
                        : data::sm.wtype == data::WT_I ? RW_I
                                                       : RW_P;
-    s.raw.weightVar = wvar.v;
     s.cons = !o.nocons;
     s.hascons = o.hascons;
     s.tsscons = o.tsscons;
     s.mse1 = o.mse1;
     s.dof = o.dof;
-    ObsList obs;
-    double sumw = 0;
-    if (raw_obslist(s.raw, lo, hi, obs, &sumw)) return error(1);
-    if (s.raw.weightType == RW_A) {
-        out::ClassScope cs(out::CLS_TEXT);
-        out::out_text(sumwgt_note(sumw) + "\n");
+    const bool safe =
+        (!data::sm.ifpresent || data::ifexp.expressionSafe) && (!weighted || data::wtexp.expressionSafe);
+    const int ld = s.raw.k() + 1;
+    std::vector<double> xx;
+    try {
+        xx.assign((size_t)ld * (size_t)ld, 0.0);
+    } catch (const std::bad_alloc &) {
+        return error(909);
     }
     RegFit f;
-    if (int rc = reg2(s, obs, &f)) return rc;
+    if (int rc = brwrk_line(s.raw, lo, hi, safe, reg2_dev(s), xx.data(), ld, marks.data(), &f.cnt)) return rc;
+    if (s.raw.weightType == RW_A) {
+        out::ClassScope cs(out::CLS_TEXT);
+        out::out_text(sumwgt_note(f.cnt.sumw) + "\n");
+    }
+    if (int rc = reg2_fit(s, xx, &f)) return rc;
 
     // e(b), e(V): the regressors, then _cons
     mat::Matrix b, V;

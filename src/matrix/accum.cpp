@@ -15,7 +15,7 @@
 #include "data/types.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
-#include "estimate/frame.h"
+#include "estimate/xprod.h"
 #include "matrix/matstore.h"
 #include "matrix/results.h"
 #include "session/errors.h"
@@ -34,227 +34,6 @@ struct Cols {
     std::vector<int> var; // the variables, in order
     bool cons = true;
 };
-
-// The sums run over fixed chunks of the observation range, each chunk into its own slot, and the
-// slots are added in chunk order on the main thread: the result has the same bits whatever the
-// number of threads. A chunk is read SUB observations at a time, its cells gathered into columns,
-// and each pair of columns adds one dot product.
-constexpr int SUB = 256;
-constexpr int64_t CHUNK_MIN = 16384;
-constexpr int64_t SLOT_BUDGET = int64_t(1) << 22; // doubles for the slots of all chunks together
-
-// What every chunk reads.
-struct Kernel {
-    const Cols *c;
-    int k; // columns, the constant included
-    bool weighted;
-    bool vec;             // vecaccum: only the first column times the others
-    bool sums;            // the first pass of deviations: sums of the columns only
-    const double *centre; // the means to take off, or null
-    int32_t lo;           // the first observation of the range
-    int64_t n;            // observations in the range
-    int64_t chunk;        // observations of a chunk
-    // A slot: the k by k products (lower triangle, or the first row for vecaccum), the k sums, the
-    // count and the sum of the weights.
-    size_t slot() const { return (size_t)k * (size_t)k + (size_t)k + 2; }
-};
-
-struct Scratch {
-    std::vector<double> col, wa, w;
-    std::vector<const char *> rowp;
-    std::vector<unsigned char> miss;
-    explicit Scratch(int k) : col((size_t)k * SUB), wa((size_t)k * SUB), w(SUB), rowp(SUB), miss(SUB) {}
-};
-
-// Dot products with running sums in a fixed order (even and odd rows apart), so that the bits
-// depend only on the data. dot4 takes x against four columns at once, reading x once.
-inline double dot(const double *__restrict x, const double *__restrict y, int n) {
-    double s0 = 0, s1 = 0;
-    int t = 0;
-    for (; t + 2 <= n; t += 2) {
-        s0 += x[t] * y[t];
-        s1 += x[t + 1] * y[t + 1];
-    }
-    if (t < n) s0 += x[t] * y[t];
-    return s0 + s1;
-}
-
-inline void dot4(const double *__restrict x, const double *__restrict y0, const double *__restrict y1,
-                 const double *__restrict y2, const double *__restrict y3, int n, double *out) {
-    double a0 = 0, a1 = 0, b0 = 0, b1 = 0, c0 = 0, c1 = 0, d0 = 0, d1 = 0;
-    int t = 0;
-    for (; t + 2 <= n; t += 2) {
-        const double u = x[t], v = x[t + 1];
-        a0 += u * y0[t];
-        a1 += v * y0[t + 1];
-        b0 += u * y1[t];
-        b1 += v * y1[t + 1];
-        c0 += u * y2[t];
-        c1 += v * y2[t + 1];
-        d0 += u * y3[t];
-        d1 += v * y3[t + 1];
-    }
-    if (t < n) {
-        a0 += x[t] * y0[t];
-        b0 += x[t] * y1[t];
-        c0 += x[t] * y2[t];
-        d0 += x[t] * y3[t];
-    }
-    out[0] += a0 + a1;
-    out[1] += b0 + b1;
-    out[2] += c0 + c1;
-    out[3] += d0 + d1;
-}
-
-// Column j of the m rows at rowp: the cells of one variable, its type's read chosen once.
-template <int T> void gather_col(const char *const *rowp, int m, int off, double *col, unsigned char *miss) {
-    const double dot_ = session::lim.dot;
-    for (int t = 0; t < m; ++t) {
-        const double v = data::cell_get(rowp[t] + off, T);
-        col[t] = v;
-        miss[t] |= !(v < dot_);
-    }
-}
-
-void gather_var(const char *const *rowp, int m, int v, double *col, unsigned char *miss) {
-    const int off = data::ds.offset[(size_t)v - 1];
-    switch (data::ds.vartype[(size_t)v - 1]) {
-    case data::T_DOUBLE:
-        return gather_col<data::T_DOUBLE>(rowp, m, off, col, miss);
-    case data::T_FLOAT:
-        return gather_col<data::T_FLOAT>(rowp, m, off, col, miss);
-    case data::T_LONG:
-        return gather_col<data::T_LONG>(rowp, m, off, col, miss);
-    case data::T_INT:
-        return gather_col<data::T_INT>(rowp, m, off, col, miss);
-    default:
-        for (int t = 0; t < m; ++t) {
-            const double x = data::cell_get(rowp[t] + off, data::ds.vartype[(size_t)v - 1]);
-            col[t] = x;
-            miss[t] |= data::is_missing(x);
-        }
-    }
-}
-
-// The observations [first, last] of a chunk, SUB at a time, into the slot.
-void run_chunk(const Kernel &kr, int32_t first, int32_t last, Scratch &s, double *slot) {
-    const int k = kr.k, nx = (int)kr.c->var.size();
-    double *acc = slot, *sum = slot + (size_t)k * (size_t)k, *cnt = sum + k, *sw = cnt + 1;
-    for (int32_t b = first; b <= last; b += SUB) {
-        if (est::break_pending()) return;
-        const int32_t e = std::min<int32_t>(last, b + SUB - 1);
-        int m = 0;
-        for (int32_t i = b; i <= e; ++i) {
-            if (!data::if_true(i)) continue;
-            double wt = 1;
-            if (kr.weighted) {
-                wt = data::expr_xeqforby(data::wtexp, i);
-                if (data::is_missing(wt) || wt == 0) continue;
-            }
-            s.rowp[(size_t)m] = data::row_addr(i);
-            s.w[(size_t)m] = wt;
-            s.miss[(size_t)m] = 0;
-            ++m;
-        }
-        if (m == 0) continue;
-        for (int j = 0; j < nx; ++j)
-            gather_var(s.rowp.data(), m, kr.c->var[(size_t)j], &s.col[(size_t)j * SUB], s.miss.data());
-        // observations with a missing value leave, the others keep their order
-        int kept = 0;
-        for (int t = 0; t < m; ++t)
-            kept += !s.miss[(size_t)t];
-        if (kept < m) {
-            for (int j = -1; j < nx; ++j) {
-                double *col = j < 0 ? s.w.data() : &s.col[(size_t)j * SUB];
-                int u = 0;
-                for (int t = 0; t < m; ++t)
-                    if (!s.miss[(size_t)t]) col[u++] = col[t];
-            }
-            m = kept;
-            if (m == 0) continue;
-        }
-        if (kr.c->cons) std::fill_n(&s.col[(size_t)nx * SUB], m, 1.0);
-        const double *w = s.w.data();
-        *cnt += m;
-        for (int t = 0; t < m; ++t)
-            *sw += w[t];
-        if (kr.sums) {
-            for (int j = 0; j < k; ++j)
-                sum[j] += dot(&s.col[(size_t)j * SUB], w, m);
-            continue;
-        }
-        if (kr.centre)
-            for (int j = 0; j < nx; ++j) {
-                double *col = &s.col[(size_t)j * SUB];
-                const double c = kr.centre[j];
-                for (int t = 0; t < m; ++t)
-                    col[t] -= c;
-            }
-        // the weighted columns: w x_a, against which every x_b is multiplied
-        const double *wcol = s.col.data();
-        if (kr.weighted) {
-            for (int j = 0; j < (kr.vec ? 1 : k); ++j)
-                for (int t = 0; t < m; ++t)
-                    s.wa[(size_t)j * SUB + (size_t)t] = s.col[(size_t)j * SUB + (size_t)t] * w[t];
-            wcol = s.wa.data();
-        }
-        if (kr.vec) {
-            for (int j = 1; j < k; ++j)
-                acc[j] += dot(wcol, &s.col[(size_t)j * SUB], m);
-            continue;
-        }
-        for (int a = 0; a < k; ++a) {
-            const double *x = &wcol[(size_t)a * SUB];
-            double *row = &acc[(size_t)a * (size_t)k];
-            int c = 0;
-            for (; c + 4 <= a + 1; c += 4)
-                dot4(x, &s.col[(size_t)c * SUB], &s.col[(size_t)(c + 1) * SUB], &s.col[(size_t)(c + 2) * SUB],
-                     &s.col[(size_t)(c + 3) * SUB], m, row + c);
-            for (; c <= a; ++c)
-                row[c] += dot(x, &s.col[(size_t)c * SUB], m);
-        }
-    }
-}
-
-// All chunks into their slots: on the frame when the team rule allows, else in turn on this
-// thread; the same arithmetic either way. 0, 909, or 1 on Break (messages written).
-int run_chunks(const Kernel &kr, bool safe, std::vector<double> &slots, int64_t nchunks) {
-    try {
-        slots.assign((size_t)nchunks * kr.slot(), 0.0);
-    } catch (const std::bad_alloc &) {
-        return error(909);
-    }
-    auto chunk_range = [&](int64_t ci, int32_t &first, int32_t &last) {
-        first = kr.lo + (int32_t)(ci * kr.chunk);
-        last = kr.lo + (int32_t)(std::min(kr.n, (ci + 1) * kr.chunk) - 1);
-    };
-    const est::Team tm = est::choose_team(kr.n, est::granularity("brwrk_smp"), safe);
-    const int threads = tm.parallel ? (int)std::min<int64_t>(tm.size, nchunks) : 1;
-    std::vector<std::unique_ptr<Scratch>> scratch;
-    try {
-        for (int t = 0; t < threads; ++t)
-            scratch.push_back(std::make_unique<Scratch>(kr.k));
-    } catch (const std::bad_alloc &) {
-        return error(909);
-    }
-    if (threads == 1) {
-        for (int64_t ci = 0; ci < nchunks; ++ci) {
-            int32_t first, last;
-            chunk_range(ci, first, last);
-            run_chunk(kr, first, last, *scratch[0], &slots[(size_t)ci * kr.slot()]);
-        }
-        return est::break_pending() ? error(1) : 0;
-    }
-    const est::Team over{threads, nchunks, (nchunks + threads - 1) / threads, true};
-    const int brk = est::run_region(over, [&](int t, int64_t a, int64_t z) {
-        for (int64_t ci = a; ci < z; ++ci) {
-            int32_t first, last;
-            chunk_range(ci, first, last);
-            run_chunk(kr, first, last, *scratch[(size_t)t], &slots[(size_t)ci * kr.slot()]);
-        }
-    });
-    return brk ? error(1) : 0;
-}
 
 StripeName var_name(int v) {
     StripeName s;
@@ -429,37 +208,29 @@ int cmd_accum(int which) {
     if (data::sm.ifpresent) data::sample_ranges(data::ifexp);
     if (weighted) data::sample_ranges(data::wtexp);
 
-    std::vector<double> acc((size_t)k * (size_t)k, 0.0), centre((size_t)k, 0.0);
+    std::vector<double> acc, centre((size_t)k, 0.0);
     double nobs = 0, sumw = 0;
     const bool safe =
         (!data::sm.ifpresent || data::ifexp.expressionSafe) && (!weighted || data::wtexp.expressionSafe);
-    Kernel kr{&c, k, weighted, which == ACC_VEC, false, nullptr, lo, (int64_t)hi - lo + 1, CHUNK_MIN};
-    if (kr.n < 0) kr.n = 0;
-    // the chunks' length depends on the data's size and k alone, never on the team
-    const int64_t max_chunks = std::max<int64_t>(1, SLOT_BUDGET / (int64_t)kr.slot());
-    kr.chunk = std::max(CHUNK_MIN, (kr.n + max_chunks - 1) / max_chunks);
-    const int64_t nchunks = (kr.n + kr.chunk - 1) / kr.chunk;
-    std::vector<double> slots;
+    est::xprod::Pass pass;
+    pass.var = &c.var;
+    pass.cons = c.cons;
+    pass.weighted = weighted;
+    pass.vec = which == ACC_VEC;
+    pass.lo = lo;
+    pass.hi = hi;
     // deviations need the means first: one pass for the sums, a second for the products
-    for (int pass = dev ? 0 : 1; pass < 2; ++pass) {
-        kr.sums = pass == 0;
-        kr.centre = pass == 1 && dev ? centre.data() : nullptr;
-        if (int rc = run_chunks(kr, safe, slots, nchunks)) return rc;
-        std::vector<double> sum((size_t)k, 0.0);
-        std::fill(acc.begin(), acc.end(), 0.0);
-        nobs = sumw = 0;
-        for (int64_t ci = 0; ci < nchunks; ++ci) {
-            const double *sl = &slots[(size_t)ci * kr.slot()];
-            for (size_t j = 0; j < acc.size(); ++j)
-                acc[j] += sl[j];
+    for (int step = dev ? 0 : 1; step < 2; ++step) {
+        pass.sums = step == 0;
+        pass.centre = step == 1 && dev ? centre.data() : nullptr;
+        est::xprod::Sums s;
+        if (int rc = est::xprod::run(pass, safe, s)) return rc;
+        acc = std::move(s.acc);
+        nobs = s.nobs;
+        sumw = s.sumw;
+        if (step == 0 && sumw > 0) {
             for (int j = 0; j < k; ++j)
-                sum[(size_t)j] += sl[acc.size() + (size_t)j];
-            nobs += sl[acc.size() + (size_t)k];
-            sumw += sl[acc.size() + (size_t)k + 1];
-        }
-        if (pass == 0 && sumw > 0) {
-            for (int j = 0; j < k; ++j)
-                centre[(size_t)j] = sum[(size_t)j] / sumw;
+                centre[(size_t)j] = s.sum[(size_t)j] / sumw;
             if (c.cons) centre[(size_t)k - 1] = 0;
         }
     }
