@@ -73,6 +73,14 @@ replace c3 = . in 5
 quietly _regress y x1 i(c3)
 display e(N)
 
+* regress takes the terms too, with its sample: the if and the missing level
+regress y x1 i(c3(2)) i(c3*c(x1)) if _n < 59, noheader
+display e(N)
+regress, noheader
+* the robust variance reads the columns as variables: not with factor terms
+capture noisily regress y x1 i(c3), robust
+display _rc
+
 * the dependent variable stays a plain variable, and time-series operators stay refused
 capture noisily _regress i(c3) x1
 display _rc
