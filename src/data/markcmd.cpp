@@ -266,6 +266,7 @@ int cmd_markout(int) {
     spec.varlist = PO_REQUIRED;
     spec.ifq = PO_NONE;
     spec.in = PO_NONE;
+    spec.vlflags = VL_FV;
     if (int rc = std_parse(spec)) return rc;
     bool strok = false;
     const session::OptSpec opts[] = {session::opt_flag("strok", 5, strok)};
@@ -277,7 +278,14 @@ int cmd_markout(int) {
     for (int k = 1; k < ps.count; ++k) {
         const int v = ps.var[k];
         if (is_string_type(ds.vartype[v - 1]) && !strok) return session::error(109);
-        vars.push_back(v);
+        if (!ps.info[k].fvterm) {
+            vars.push_back(v);
+            continue;
+        }
+        // a factor-variable term marks out on each of its variables
+        const FvTerm &tm = ps.fv.terms[(size_t)ps.info[k].fvterm - 1];
+        for (int j = tm.first; j < tm.first + tm.nvars; ++j)
+            vars.push_back(ps.fv.varinfo[(size_t)j].var);
     }
     const int32_t lo = sample_lo(), hi = sample_hi();
     if (vars.empty() || hi < lo) return 0;

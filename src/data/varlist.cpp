@@ -651,9 +651,30 @@ void list_unique() {
     ps.info[k] = ListInfo{nullptr, 0};
 }
 
+// The term of entry k read back as the parser takes it: "i(c3)", "i(c3(2))", "i(c3*c(x1))".
+static std::string fv_term_text(const FvTerm &tm) {
+    std::string s = "i(";
+    for (int k = tm.first; k < tm.first + tm.nvars; ++k) {
+        const FvVarInfo &vi = ps.fv.varinfo[(size_t)k];
+        if (k > tm.first) s += "*";
+        const std::string name = ds.varname[vi.var - 1];
+        if (vi.factor < 0) {
+            s += "c(" + name + ")";
+            continue;
+        }
+        const FvFactorInfo &f = ps.fv.factors[(size_t)vi.factor];
+        s += name;
+        if (f.basepref == FVB_FREQ) s += "(freq)";
+        if (f.basepref == FVB_NONE) s += "(none)";
+        if (f.basepref == FVB_VALUE) s += "(" + number_text(f.baseidx) + ")";
+    }
+    return s + ")";
+}
+
 std::string list_entry_text(int k) {
     const int v = ps.var[k];
     if (v < 0) return "_skip";
+    if (ps.info[k].fvterm) return fv_term_text(ps.fv.terms[(size_t)ps.info[k].fvterm - 1]);
     return tsop_text(ps.info[k].op) + ds.varname[v - 1];
 }
 

@@ -165,7 +165,7 @@ int list_all();
 // Removes later repeats of a variable, keeping the first place of each.
 void list_unique();
 
-// Text of a list entry ("L.x", "x", "_skip").
+// Text of a list entry ("L.x", "x", "_skip", "i(c3*c(x1))").
 std::string list_entry_text(int k);
 
 // Adds the variables of ps.newvars (each through add variable, cells filled with `.` or ""),

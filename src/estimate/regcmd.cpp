@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -142,6 +143,113 @@ int replay(const RegOpts &o) {
     return show(o);
 }
 
+// A hidden variable of the command's own, dropped on every path.
+struct HiddenVar {
+    int v = 0;
+    int make(const char *name, int type) {
+        if (const int old = data::find_var(name)) drop(old);
+        v = data::add_var_raw(name, type);
+        if (v < 0) {
+            const int rc = -v;
+            v = 0;
+            return error(rc);
+        }
+        return 0;
+    }
+    static void drop(int var) {
+        std::vector<uint8_t> flags((size_t)data::ds.nvar, 0);
+        flags[(size_t)var - 1] = 1;
+        data::drop_vars(flags.data());
+    }
+    ~HiddenVar() {
+        if (v) drop(data::find_var(name_of()));
+    }
+    std::string saved;
+    const char *name_of() { return saved.c_str(); }
+};
+
+// One regressor of the model: a variable of the data, or a product built for a factor-variable term.
+// A base column is named in e(b) but takes no part in the fit.
+struct Column {
+    int var = 0;
+    bool base = false;
+    std::string name;
+};
+
+std::string level_text(double x, bool base) { return data::number_text(x) + (base ? "b." : "."); }
+
+// The columns of term t over the observations lo..hi: one per combination of its factors' levels, the
+// first factor's levels varying slowest, each the product of the level indicators and the continuous
+// variables. A combination holding a factor's base level is a base column and is not built.
+int term_columns(int t, int32_t lo, int32_t hi, std::deque<HiddenVar> &hidden, std::vector<Column> &cols) {
+    const data::FvState &fv = data::ps.fv;
+    const data::FvTerm &tm = fv.terms[(size_t)t];
+    std::vector<const data::FvVarInfo *> parts;
+    std::vector<const data::FvFactorInfo *> factors;
+    for (int k = tm.first; k < tm.first + tm.nvars; ++k) {
+        parts.push_back(&fv.varinfo[(size_t)k]);
+        if (fv.varinfo[(size_t)k].factor >= 0)
+            factors.push_back(&fv.factors[(size_t)fv.varinfo[(size_t)k].factor]);
+    }
+    if (factors.empty() && parts.size() == 1) {
+        cols.push_back({parts[0]->var, false, data::ds.varname[(size_t)parts[0]->var - 1]});
+        return 0;
+    }
+    for (const data::FvFactorInfo *f : factors)
+        if (f->nlevels == 0) return 0;
+    std::vector<int> at(factors.size(), 0);
+    for (;;) {
+        Column c;
+        size_t fi = 0;
+        for (const data::FvVarInfo *vi : parts) {
+            if (!c.name.empty()) c.name += "#";
+            const char *vname = data::ds.varname[(size_t)vi->var - 1];
+            if (vi->factor < 0) {
+                c.name += std::string("c.") + vname;
+                continue;
+            }
+            const data::FvFactorInfo *f = factors[fi];
+            const bool base = at[fi] == f->baselevel;
+            c.base = c.base || base;
+            c.name += level_text(fv.levels[(size_t)(f->levoff + at[fi])], base) + vname;
+            ++fi;
+        }
+        if (!c.base) {
+            HiddenVar &h = hidden.emplace_back();
+            h.saved = "(regf" + std::to_string(hidden.size()) + ")";
+            if (int rc = h.make(h.saved.c_str(), data::T_DOUBLE)) return rc;
+            c.var = h.v;
+            for (int32_t i = lo; i <= hi; ++i) {
+                if (poll_break()) return error(1);
+                double x = 1;
+                fi = 0;
+                for (const data::FvVarInfo *vi : parts) {
+                    const double v = data::get_num(vi->var, i);
+                    if (data::is_missing(v)) {
+                        x = lim.dot;
+                        break;
+                    }
+                    if (vi->factor < 0) {
+                        x *= v;
+                        continue;
+                    }
+                    const data::FvFactorInfo *f = factors[fi];
+                    if (v != fv.levels[(size_t)(f->levoff + at[fi])]) x = 0;
+                    ++fi;
+                }
+                data::put_num(c.var, i, x);
+            }
+        }
+        cols.push_back(c);
+        // the next combination, the last factor varying fastest
+        size_t k = factors.size();
+        while (k > 0 && ++at[k - 1] == factors[k - 1]->nlevels)
+            at[--k] = 0;
+        if (k == 0) break;
+    }
+    return 0;
+}
+
 mat::StripeName stripe(const char *name) {
     mat::StripeName s;
     std::snprintf(s.name, sizeof s.name, "%s", name);
@@ -155,6 +263,7 @@ int cmd__regress(int) {
     spec.varlist = data::PO_OPTIONAL;
     spec.weight = data::PO_OPTIONAL;
     spec.wmask = data::WT_A | data::WT_F | data::WT_I | data::WT_P;
+    spec.vlflags = data::VL_FV;
     if (int rc = data::std_parse(spec)) return rc;
     RegOpts o;
     const std::vector<OptSpec> specs = option_specs(o);
@@ -173,18 +282,31 @@ int cmd__regress(int) {
         return fail(199, "robust variance is not available in this build\n");
     if (o.hascons) o.nocons = true;
 
+    // the dependent variable, then the regressors: a factor-variable term gives its columns
+    const int32_t lo = data::sample_lo(), hi = data::sample_hi();
     std::vector<int> vars;
+    std::vector<Column> cols;
+    std::deque<HiddenVar> hidden;
     for (int32_t j = 0; j < data::ps.count; ++j) {
         const int v = data::ps.var[(size_t)j];
-        if (data::ps.info[(size_t)j].op || data::ps.info[(size_t)j].fvterm)
+        const data::ListInfo &li = data::ps.info[(size_t)j];
+        if (li.op || (li.fvterm && j == 0))
             return fail(101, "factor variables and time-series operators not allowed\n");
         if (data::is_string_type(data::ds.vartype[(size_t)v - 1])) return error(109);
-        vars.push_back(v);
+        if (li.fvterm) {
+            if (int rc = term_columns(li.fvterm - 1, lo, hi, hidden, cols)) return rc;
+        } else if (j > 0) {
+            cols.push_back({v, false, data::ds.varname[(size_t)v - 1]});
+        } else {
+            vars.push_back(v);
+        }
+        if ((int)cols.size() > st.matsize - 2) return error(908);
     }
+    for (const Column &c : cols)
+        if (!c.base) vars.push_back(c.var);
     if ((int)vars.size() > st.matsize - 2) return error(908);
 
     // the sample: the range, the if, a usable weight, and no missing value in the model's variables
-    const int32_t lo = data::sample_lo(), hi = data::sample_hi();
     const bool weighted = data::sm.wtype != data::WT_NONE;
     if (data::sm.ifpresent) data::sample_ranges(data::ifexp);
     if (weighted) data::sample_ranges(data::wtexp);
@@ -219,17 +341,25 @@ int cmd__regress(int) {
     }
     if (int rc = reg2_fit(s, xx, &f)) return rc;
 
-    // e(b), e(V): the regressors, then _cons
+    // e(b), e(V): the regressors, then _cons; a base column stands with coefficient and variance 0
+    std::vector<int> fitpos;
+    for (size_t j = 0, k = 0; j < cols.size(); ++j)
+        fitpos.push_back(cols[j].base ? -1 : (int)k++);
+    if (s.cons) fitpos.push_back(f.ncoef - 1);
+    const int ncol = (int)fitpos.size();
     mat::Matrix b, V;
-    b.resize(1, f.ncoef);
-    V.resize(f.ncoef, f.ncoef);
-    for (int j = 0; j < f.ncoef; ++j) {
-        b.at(0, j) = f.b[(size_t)j];
-        for (int i = 0; i < f.ncoef; ++i)
-            V.at(i, j) = f.V[(size_t)i * (size_t)f.ncoef + (size_t)j];
+    b.resize(1, ncol);
+    V.resize(ncol, ncol);
+    for (int j = 0; j < ncol; ++j) {
+        const int fj = fitpos[(size_t)j];
+        b.at(0, j) = fj < 0 ? 0 : f.b[(size_t)fj];
+        for (int i = 0; i < ncol; ++i) {
+            const int fi = fitpos[(size_t)i];
+            V.at(i, j) = fi < 0 || fj < 0 ? 0 : f.V[(size_t)fi * (size_t)f.ncoef + (size_t)fj];
+        }
     }
-    for (size_t j = 1; j < vars.size(); ++j)
-        b.cn.push_back(stripe(data::ds.varname[(size_t)vars[j] - 1]));
+    for (const Column &c : cols)
+        b.cn.push_back(stripe(c.name.c_str()));
     if (s.cons) b.cn.push_back(stripe("_cons"));
     b.rn.push_back(stripe("y1"));
     V.rn = V.cn = b.cn;
@@ -266,8 +396,9 @@ int cmd__regress(int) {
         if (int r = mat::e_set_macro(name, v)) return r;
     if (o.beta) {
         mat::Matrix bm;
-        bm.resize(1, f.ncoef);
-        bm.v = f.beta;
+        bm.resize(1, ncol);
+        for (int j = 0; j < ncol; ++j)
+            bm.at(0, j) = fitpos[(size_t)j] < 0 ? lim.dot : f.beta[(size_t)fitpos[(size_t)j]];
         bm.cn = b.cn;
         bm.rn = b.rn;
         if (int r = mat::mat_save("beta", ST_E_MATRIX, bm)) return r;

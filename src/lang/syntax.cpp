@@ -135,7 +135,7 @@ std::string list_text(int k0, bool *ops) {
         if (data::ps.info[k].op) {
             *ops = true;
             s += data::list_entry_text(k);
-        } else if (v > 0) {
+        } else if (v > 0 && !data::ps.info[k].fvterm) {
             s += data::ds.varname[v - 1];
         } else {
             s += data::list_entry_text(k);

@@ -31,6 +31,20 @@ using namespace session;
 
 namespace {
 
+// A factor's base level in a column name: a part "#b." with # its level, as in "1b.c3" or "2.a#1b.c".
+bool is_base_name(const char *name) {
+    for (const char *p = name; *p;) {
+        const char *q = p;
+        while (*q >= '0' && *q <= '9')
+            ++q;
+        if (q > p && q[0] == 'b' && q[1] == '.') return true;
+        p = std::strchr(p, '#');
+        if (!p) break;
+        ++p;
+    }
+    return false;
+}
+
 // The default of obs(), which means that it was not given.
 constexpr double OBS_NOT_GIVEN = 1000000;
 
@@ -386,7 +400,9 @@ int coef_table(const std::string &level_text, const CoefTableOpts &o = CoefTable
         double coef = b.at(0, j);
         double var = hV ? V.at(j, j) : data::xm::dot();
         std::string line = "{txt}" + right(cell_name(std::string(s.tsop) + s.name), 12) + " {c |}{res}";
-        if (coef == 0 && var == 0) {
+        if (coef == 0 && var == 0 && is_base_name(s.name)) {
+            line += "  (base)\n";
+        } else if (coef == 0 && var == 0) {
             line += "  (dropped)\n";
         } else {
             const double se = var >= 0 && !data::is_missing(var) ? std::sqrt(var) : data::xm::dot();

@@ -1,6 +1,7 @@
 * Least squares on 500 observations against reference values computed apart (kept below, 12
 * significant digits): coefficients, classical standard errors, R-squared, root MSE and F, the
-* aweighted fit, and the fit with indicators of c3 = 2 and c3 = 3. Each must agree to 1e-8.
+* aweighted fit, and the fit with indicators of c3 = 2 and c3 = 3, hand-made and as i(c3).
+* Each must agree to 1e-8.
 capture program drop near
 program near
 	args est ref
@@ -540,6 +541,19 @@ near _se[x2] 0.0831447383143
 near _se[c3_2] 0.235642530648
 near _se[c3_3] 0.234226846306
 near _se[_cons] 0.171960476121
+* the same fit with the factor's indicators built by the command, the first level the base
+quietly _regress y x1 x2 i(c3)
+near _b[x1] 0.546408738401
+near _b[x2] -0.429094725673
+near _b[2.c3] 0.338303110437
+near _b[3.c3] -0.0760285553349
+near _b[_cons] 1.06911348713
+near _se[x1] 0.099255687959
+near _se[x2] 0.0831447383143
+near _se[2.c3] 0.235642530648
+near _se[3.c3] 0.234226846306
+near _se[_cons] 0.171960476121
+assert _b[1b.c3] == 0 & _se[1b.c3] == 0
 * the check can fail: a value off in the eighth digit is refused
 capture near _b[x1] 0.536836625001
 display _rc

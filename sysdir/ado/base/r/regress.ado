@@ -7,7 +7,7 @@ program regress, eclass
 		_regress `0'
 		exit
 	}
-	syntax varlist(numeric) [if] [in] [aw fw iw pw] [, Robust CLuster(varname) vce(string) ///
+	syntax varlist(numeric fv) [if] [in] [aw fw iw pw] [, Robust CLuster(varname) vce(string) ///
 		noConstant HASCons TSScons Level(cilevel) BEta noHeader PLus EForm(string) MSE1 ///
 		DEPname(string) HC2 HC3 *]
 	if `"`vce'"' != "" {
@@ -41,6 +41,11 @@ program regress, eclass
 	if "`robust'`cluster'`hc2'`hc3'" == "" {
 		_regress `varlist' `wgt' if `touse', `fitopts' `shown' `options'
 		exit
+	}
+	* the scores come from matrix score, which reads the columns as variables of the data
+	if strpos(`"`varlist'"', "i(") {
+		display as error "factor variables and time-series operators not allowed"
+		exit 101
 	}
 	if "`hc2'`hc3'" != "" {
 		display as error "`hc2'`hc3' variance is not available in this build"
