@@ -17,17 +17,6 @@ generate double x`j'"'"' = mod(_n * `j'"'"', 97) / 7
 printf '%s\n' "$make" >base.do
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "matrix accum A = x1-x10"; done; } >accum.do
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "count if x1+x2+x3+x4+x5+x6+x7+x8+x9+x10 < ."; done; } >pass.do
-best() {
-    local b=999999
-    for r in 1 2 3; do
-        local s=$(date +%s%N)
-        "$exe" -q -b do "$1" >/dev/null
-        local e=$(date +%s%N)
-        local t=$(( (e - s) / 1000000 ))
-        [ $t -lt $b ] && b=$t
-    done
-    echo $b
-}
 tb=$(best base.do)
 ta=$(best accum.do)
 tp=$(best pass.do)

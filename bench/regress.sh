@@ -8,14 +8,7 @@
 # On the development machine (2 shared cores, processors 1, loaded by other builds): regress 327 to
 # 445 ms against a pass of 2 to 91 ms (the pass is noisy under load), R's lm 418 to 437 ms (ratio
 # 0.75 to 1.06); statsmodels was not installed.
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 n=1000000
 make='set memory 300m
 set obs '$n'
@@ -26,17 +19,6 @@ generate double y = 1 + x1 - x2 / 2 + x3 / 3 + sin(_n)'
 printf '%s\n' "$make" >base.do
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "quietly regress y x1-x10"; done; } >reg.do
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "count if y+x1+x2+x3+x4+x5+x6+x7+x8+x9+x10 < ."; done; } >pass.do
-best() {
-    local b=999999
-    for r in 1 2 3; do
-        local s=$(date +%s%N)
-        "$exe" -q -b do "$1" >/dev/null
-        local e=$(date +%s%N)
-        local t=$(( (e - s) / 1000000 ))
-        [ $t -lt $b ] && b=$t
-    done
-    echo $b
-}
 tb=$(best base.do)
 tr=$(( ($(best reg.do) - tb) / 5 ))
 tp=$(( ($(best pass.do) - tb) / 5 ))

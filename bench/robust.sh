@@ -9,14 +9,7 @@
 # of it is the command's reading of the cells (and, with clusters, the sort into cluster order), not
 # the kernel: bench_robust_bench gives 36 ms by observation and 15 ms with clusters on one thread,
 # 18 ms and 7.4 ms on two.
-set -eu
-build=${1:-build}
-root="$(cd "$(dirname "$0")/.." && pwd)"
-exe="$root/$build/orvat-px"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
+. "$(dirname "$0")/lib.sh"
 n=1000000
 make='set memory 400m
 set obs '$n'
@@ -38,17 +31,6 @@ end'
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "mkpost"; echo "_robust s"; done; } >robust.do
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "mkpost"; echo "_robust s, cluster(g)"; done; } >cluster.do
 { printf '%s\n' "$make"; for i in 1 2 3 4 5; do echo "mkpost"; echo "matrix accum A = x1-x10"; done; } >accum.do
-best() {
-    local b=999999
-    for r in 1 2 3; do
-        local s=$(date +%s%N)
-        "$exe" -q ${ORVAT_OPTS:-} -b do "$1" >/dev/null
-        local e=$(date +%s%N)
-        local t=$(( (e - s) / 1000000 ))
-        [ $t -lt $b ] && b=$t
-    done
-    echo $b
-}
 tb=$(best base.do)
 tr=$(best robust.do)
 tc=$(best cluster.do)
