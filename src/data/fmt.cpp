@@ -437,6 +437,14 @@ int justify(const char *t, int n, int width, int just, bool zero, char *out, int
 
 } // namespace
 
+std::string fmt_text(double v, const char *fmt) {
+    Fmt f;
+    fmt_parse(fmt, f, true);
+    char buf[FMT_BUFSIZE];
+    fmt_number(v, f, buf, sizeof buf);
+    return buf;
+}
+
 int fmt_number(double v, const Fmt &fin, char *out, int cap) {
     const Fmt &f = fin.kind == 's' ? fmt_default() : fin;
     char t[TMP + 2];

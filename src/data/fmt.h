@@ -51,6 +51,10 @@ double fmtwidth(std::string_view text);
 // A string format prints the number as "%9.0g". The text is cut only if cap is below FMT_BUFSIZE.
 int fmt_number(double v, const Fmt &f, char *out, int cap);
 
+// v under the format text fmt, justified to its width (an invalid text falls back as fmt_parse's
+// quiet form does): the cells of the result tables.
+std::string fmt_text(double v, const char *fmt);
+
 // A number as macros and messages hold it: %18.0g with the blanks removed.
 std::string number_text(double v);
 

@@ -67,7 +67,7 @@ double escalar(const char *name) {
     return v;
 }
 
-std::string fmt(double v, const char *f) { return mat::fmt_value(v, f); }
+std::string fmt(double v, const char *f) { return data::fmt_text(v, f); }
 
 // The analysis-of-variance table beside the model's figures, from e().
 // Under a robust variance the sums of squares no longer make the test: the header gives the model's

@@ -323,14 +323,6 @@ int do_repost(const PostLine &pl) {
 
 // ---- The coefficient table ----------------------------------------------------------------------
 
-std::string fmt_num(double v, const char *fmt) {
-    data::Fmt f;
-    data::fmt_parse(fmt, f, true);
-    char buf[64];
-    data::fmt_number(v, f, buf, sizeof buf);
-    return buf;
-}
-
 std::string right(const std::string &s, size_t n) {
     return s.size() >= n ? s : std::string(n - s.size(), ' ') + s;
 }
@@ -420,14 +412,14 @@ int coef_table(const std::string &level_text, const CoefTableOpts &o = CoefTable
                 lo = data::is_missing(lo) ? lo : std::exp(lo);
                 hi = data::is_missing(hi) ? hi : std::exp(hi);
             }
-            line += "  " + fmt_num(shown, "%9.0g") + "   " + fmt_num(shown_se, "%9.0g") + " " +
-                    fmt_num(stat_v, "%6.2f") + "   " + fmt_num(p, "%6.3f");
+            line += "  " + data::fmt_text(shown, "%9.0g") + "   " + data::fmt_text(shown_se, "%9.0g") + " " +
+                    data::fmt_text(stat_v, "%6.2f") + "   " + data::fmt_text(p, "%6.3f");
             if (o.beta) {
                 const double bv = (size_t)j < o.beta->size() ? (*o.beta)[(size_t)j] : data::xm::dot();
-                if (!data::is_missing(bv)) line += "                " + fmt_num(bv, "%9.0g");
+                if (!data::is_missing(bv)) line += "                " + data::fmt_text(bv, "%9.0g");
                 line += "\n";
             } else {
-                line += "    " + fmt_num(lo, "%9.0g") + "   " + fmt_num(hi, "%9.0g") + "\n";
+                line += "    " + data::fmt_text(lo, "%9.0g") + "   " + data::fmt_text(hi, "%9.0g") + "\n";
             }
         }
         if (int rc = out::out_rimu(line)) return rc;
@@ -448,8 +440,6 @@ int coef_table_with(const CoefTableOpts &o) {
     if (int rc = read_level(o.level, lv)) return rc;
     return coef_table(lv, o);
 }
-
-std::string fmt_value(double v, const char *fmt) { return fmt_num(v, fmt); }
 
 int post_estimates(const std::string &bname, const std::string &vname, const PostExtras &x) {
     PostLine pl;

@@ -20,8 +20,6 @@ struct CoefTableOpts {
 };
 // The coefficient table of e(b) and e(V) with those variants. 0 or the code, message written.
 int coef_table_with(const CoefTableOpts &o);
-// A number in a display format, as the table writes it.
-std::string fmt_value(double v, const char *fmt);
 
 // What a command posts beside b and V (ereturn post's depname, obs, dof, weight and properties),
 // and the sample marker of e(sample), one place per observation (null for none).

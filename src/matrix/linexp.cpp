@@ -239,11 +239,7 @@ class Reader {
 };
 
 std::string number(double v) {
-    data::Fmt f;
-    data::fmt_parse("%10.0g", f, true);
-    char buf[64];
-    data::fmt_number(v, f, buf, sizeof buf);
-    std::string s = buf;
+    std::string s = data::fmt_text(v, "%10.0g");
     s.erase(0, s.find_first_not_of(' '));
     return s;
 }

@@ -41,14 +41,6 @@ std::string trim(std::string_view v) {
     return s;
 }
 
-std::string fmt_num(double v, const char *fmt) {
-    data::Fmt f;
-    data::fmt_parse(fmt, f, true);
-    char buf[64];
-    data::fmt_number(v, f, buf, sizeof buf);
-    return buf;
-}
-
 std::string right(const std::string &s, size_t n) {
     return s.size() >= n ? s : std::string(n - s.size(), ' ') + s;
 }
@@ -215,9 +207,9 @@ int wald(const std::vector<LinRow> &rows, const std::vector<StripeName> &stripe,
         std::snprintf(head, sizeof head, "       F(%3.0f,%6.0f) =", df, df_r);
     else
         std::snprintf(head, sizeof head, "           chi2(%3.0f) =", df);
-    if (int rc = out::out_textf("%s%s\n", head, right(fmt_num(stat, "%8.2f"), 8).c_str())) return rc;
+    if (int rc = out::out_textf("%s%s\n", head, right(data::fmt_text(stat, "%8.2f"), 8).c_str())) return rc;
     if (int rc = out::out_textf("%sProb > %s =%s\n", f ? "            " : "         ", f ? "F" : "chi2",
-                                right(fmt_num(p, "%10.4f"), 10).c_str()))
+                                right(data::fmt_text(p, "%10.4f"), 10).c_str()))
         return rc;
     if (int rc = r_set_scalar(f ? "F" : "chi2", stat)) return rc;
     if (f)
@@ -291,10 +283,10 @@ int lincom(const std::string &text, const std::vector<StripeName> &stripe, const
                        (eform ? "     exp(b)" : "      Coef.") + "   Std. Err.      " + st + "    P>|" + st +
                        "|" + right(ci, 25) + "\n{hline 13}{c +}{hline 64}\n";
     if (int rc = out::out_rimu("\n" + head)) return rc;
-    std::string line = "{txt}" + right("(1)", 12) + " {c |}{res}  " + fmt_num(shown, "%9.0g") + "   " +
-                       fmt_num(shown_se, "%9.0g") + " " + fmt_num(stat, "%6.2f") + "   " +
-                       fmt_num(p, "%6.3f") + "    " + fmt_num(lo, "%9.0g") + "   " + fmt_num(hi, "%9.0g") +
-                       "\n{txt}{hline 78}\n";
+    std::string line = "{txt}" + right("(1)", 12) + " {c |}{res}  " + data::fmt_text(shown, "%9.0g") + "   " +
+                       data::fmt_text(shown_se, "%9.0g") + " " + data::fmt_text(stat, "%6.2f") + "   " +
+                       data::fmt_text(p, "%6.3f") + "    " + data::fmt_text(lo, "%9.0g") + "   " +
+                       data::fmt_text(hi, "%9.0g") + "\n{txt}{hline 78}\n";
     if (int rc = out::out_rimu(line)) return rc;
     r_clear();
     if (int rc = r_set_scalar("estimate", est)) return rc;
