@@ -95,8 +95,9 @@ int list(const std::string &text) {
     return 0;
 }
 
-// Gram-Schmidt against the rows kept so far: the part of x that they do not span.
-double residual_norm(std::vector<double> x, const std::vector<std::vector<double>> &basis) {
+// Gram-Schmidt against the rows kept so far: x loses the part that they span, and the norm of what
+// is left is returned.
+double orthogonalize(std::vector<double> &x, const std::vector<std::vector<double>> &basis) {
     for (const std::vector<double> &q : basis) {
         double d = 0;
         for (size_t j = 0; j < x.size(); ++j)
@@ -110,18 +111,12 @@ double residual_norm(std::vector<double> x, const std::vector<std::vector<double
     return std::sqrt(s);
 }
 
+double residual_norm(std::vector<double> x, const std::vector<std::vector<double>> &basis) {
+    return orthogonalize(x, basis);
+}
+
 void add_basis(std::vector<double> x, std::vector<std::vector<double>> &basis) {
-    for (const std::vector<double> &q : basis) {
-        double d = 0;
-        for (size_t j = 0; j < x.size(); ++j)
-            d += x[j] * q[j];
-        for (size_t j = 0; j < x.size(); ++j)
-            x[j] -= d * q[j];
-    }
-    double s = 0;
-    for (double v : x)
-        s += v * v;
-    s = std::sqrt(s);
+    const double s = orthogonalize(x, basis);
     for (double &v : x)
         v /= s;
     basis.push_back(x);
