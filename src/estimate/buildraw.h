@@ -62,10 +62,10 @@ int brwrk_var_smp(const RawSpec &s, const std::vector<int> &sel, const ObsList &
 // The cross-products of the variables of s over the observations lo..hi of the line's sample (the
 // `if` and the weight expression of the line, weightType telling the weight's kind), in the layout
 // of brwrk_smp, from the chunked pass that matrix accum uses: the same bits for any number of
-// threads. Deviations take the means of a first pass and correct them with the sums of the
-// deviations of the second. marks (one per observation) gets 1 for an observation used. A
-// negative weight fails with 402, a noninteger frequency weight with 401. 0, 909, 402, 401, or 1
-// on Break (messages written).
+// threads. Deviations come from the same single pass: each block of observations about its own
+// mean, the blocks' co-moments merged in a fixed order. marks (one per observation) gets 1 for an observation
+// used. A negative weight fails with 402, a noninteger frequency weight with 401. 0, 909, 402, 401, or 1 on
+// Break (messages written).
 int brwrk_line(const RawSpec &s, int32_t lo, int32_t hi, bool safe, bool dev, double *xx, int ld,
                uint8_t *marks, RawCounts *cnt);
 

@@ -87,10 +87,11 @@ int brwrk_var_smp(const RawSpec &s, const std::vector<int> &sel, const ObsList &
 
 int brwrk_line(const RawSpec &s, int32_t lo, int32_t hi, bool safe, bool dev, double *xx, int ld,
                uint8_t *marks, RawCounts *cnt) {
-    const int k = s.k(), k1 = k + 1; // the pass's columns: the variables, then the constant
+    const int k = s.k(), k1 = k + 1;
     xprod::Pass p;
     p.var = &s.vars;
-    p.cons = true;
+    p.cons = !dev; // raw: a constant column after the variables, whose products are the sums
+    p.moments = dev;
     p.weighted = s.weightType != RW_NONE;
     p.check = true;
     p.integer = s.weightType == RW_F;
@@ -98,20 +99,8 @@ int brwrk_line(const RawSpec &s, int32_t lo, int32_t hi, bool safe, bool dev, do
     p.seq = true;
     p.lo = lo;
     p.hi = hi;
-    std::vector<double> centre((size_t)k, 0.0);
     *cnt = RawCounts{};
     cnt->awnote = s.weightType == RW_A;
-    if (dev) {
-        p.sums = true;
-        xprod::Sums m;
-        if (int rc = xprod::run(p, safe, m)) return rc;
-        if (m.sumw > 0)
-            for (int j = 0; j < k; ++j)
-                centre[(size_t)j] = m.sum[(size_t)j] / m.sumw;
-        p.sums = false;
-        p.marks = nullptr; // the first pass marked them
-        p.centre = centre.data();
-    }
     xprod::Sums r;
     int32_t bad = 0;
     if (int rc = xprod::run(p, safe, r, &bad)) {
@@ -130,17 +119,15 @@ int brwrk_line(const RawSpec &s, int32_t lo, int32_t hi, bool safe, bool dev, do
     // an aweight is scaled to sum to the count
     const double scale = s.weightType == RW_A ? r.nobs / r.sumw : 1;
     const double W = r.sumw;
+    const int kp = dev ? k : k1; // the pass's columns
     auto P = [&](int a, int b) {
-        return a >= b ? r.acc[(size_t)a * (size_t)k1 + (size_t)b] : r.acc[(size_t)b * (size_t)k1 + (size_t)a];
+        return a >= b ? r.acc[(size_t)a * (size_t)kp + (size_t)b] : r.acc[(size_t)b * (size_t)kp + (size_t)a];
     };
-    // the pass's column k is the constant: its products are the sums
     for (int i = 1; i <= k; ++i) {
-        const double si = P(k, i - 1);
-        for (int j = 1; j <= i; ++j) {
-            double v = P(i - 1, j - 1);
-            xx[(size_t)i * (size_t)ld + (size_t)j] = v * scale;
-        }
-        xx[(size_t)i * (size_t)ld] = dev ? centre[(size_t)i - 1] : si * scale;
+        for (int j = 1; j <= i; ++j)
+            xx[(size_t)i * (size_t)ld + (size_t)j] = P(i - 1, j - 1) * scale;
+        // deviations: the mean; raw: the pass's column k is the constant, its products the sums
+        xx[(size_t)i * (size_t)ld] = dev ? r.sum[(size_t)i - 1] / W : P(k, i - 1) * scale;
     }
     xx[0] = s.weightType == RW_A ? r.nobs : W;
     for (int j = 0; j <= k; ++j)

@@ -28,19 +28,59 @@ struct Shape {
     int k;         // columns, the constant included
     int64_t n;     // observations in the range
     int64_t chunk; // observations of a chunk
-    // A slot: the k by k products, the k sums, the count, the weight sum, the first failing weight
-    // check (code and observation).
-    size_t slot() const { return (size_t)k * (size_t)k + (size_t)k + 4; }
+    // A slot: the k by k products, the k sums and their k rounding errors, the count, the weight
+    // sum, the first failing weight check (code and observation).
+    size_t kk() const { return (size_t)k * (size_t)k; }
+    size_t slot() const { return kk() + 2 * (size_t)k + 4; }
+    size_t at_cnt() const { return kk() + 2 * (size_t)k; }
 };
 
+// Neumaier's step: s + x into s, its rounding error into c.
+inline void comp_add(double &s, double &c, double x) {
+    const double u = s + x;
+    c += std::abs(x) > std::abs(s) ? (x - u) + s : (s - u) + x;
+    s = u;
+}
+
+// Merges the weighted co-moments cb (about the mean mb, weight wb) into c (about the mean ma,
+// weight wa), lower triangles of k by k: the two samples' means differ by d, and the product of
+// the differences counts wa wb / (wa + wb) times.
+inline void merge_moments(int k, double *c, const double *ma, double wa, const double *cb, const double *mb,
+                          double wb, double *d) {
+    if (wa == 0) {
+        std::copy(cb, cb + (size_t)k * (size_t)k, c);
+        return;
+    }
+    const double f = wa * wb / (wa + wb);
+    for (int j = 0; j < k; ++j)
+        d[j] = mb[j] - ma[j];
+    for (int a = 0; a < k; ++a) {
+        double *row = c + (size_t)a * (size_t)k;
+        const double *rb = cb + (size_t)a * (size_t)k;
+        const double da = d[a] * f;
+        for (int b = 0; b <= a; ++b)
+            row[b] += rb[b] + da * d[b];
+    }
+}
+
 struct Scratch {
-    std::vector<double> col, wa, w;
+    std::vector<double> col, wa, w, tv, wv;
     std::vector<const char *> rowp;
     std::vector<int32_t> obs;
     std::vector<unsigned char> miss;
+    std::vector<double> cb, mb, rb, ma, d; // a block's co-moments, means and sums of deviations
     explicit Scratch(int k)
-        : col((size_t)k * SUB), wa((size_t)k * SUB), w(SUB), rowp(SUB), obs(SUB), miss(SUB) {}
+        : col((size_t)k * SUB), wa((size_t)k * SUB), w(SUB), tv(SUB), wv(SUB), rowp(SUB), obs(SUB), miss(SUB),
+          cb((size_t)k * (size_t)k), mb((size_t)k), rb((size_t)k), ma((size_t)k), d((size_t)k) {}
 };
+
+// The values of an `if` or a weight for the observations b..b+n-1, a block at a time where the
+// expression allows it; an observation whose evaluation fails gets `.`, as one at a time.
+void expr_values(data::ExprRecord &rec, int32_t b, int n, double *out) {
+    if (data::expr_xeq_block(rec, b, n, out) == 0) return;
+    for (int t = 0; t < n; ++t)
+        out[t] = data::expr_xeqforby(rec, b + t);
+}
 
 // Dot products with running sums in a fixed order (even and odd rows apart), so that the bits
 // depend only on the data. dot4 takes x against four columns at once, reading x once.
@@ -107,6 +147,29 @@ inline void dot4_seq(const double *__restrict x, const double *__restrict y0, co
     out[3] = d;
 }
 
+// The products of the m rows of the columns wcol (weighted) and col, SUB apart, added onto the
+// lower triangle of acc (k by k).
+void products(const double *wcol, const double *col, int k, int m, bool seq, double *acc) {
+    for (int a = 0; a < k; ++a) {
+        const double *x = &wcol[(size_t)a * SUB];
+        double *row = &acc[(size_t)a * (size_t)k];
+        int c = 0;
+        if (seq) {
+            for (; c + 4 <= a + 1; c += 4)
+                dot4_seq(x, &col[(size_t)c * SUB], &col[(size_t)(c + 1) * SUB], &col[(size_t)(c + 2) * SUB],
+                         &col[(size_t)(c + 3) * SUB], m, row + c);
+            for (; c <= a; ++c)
+                dot_seq(x, &col[(size_t)c * SUB], m, row + c);
+            continue;
+        }
+        for (; c + 4 <= a + 1; c += 4)
+            dot4(x, &col[(size_t)c * SUB], &col[(size_t)(c + 1) * SUB], &col[(size_t)(c + 2) * SUB],
+                 &col[(size_t)(c + 3) * SUB], m, row + c);
+        for (; c <= a; ++c)
+            row[c] += dot(x, &col[(size_t)c * SUB], m);
+    }
+}
+
 // Column j of the m rows at rowp: the cells of one variable, its type's read chosen once.
 template <int T> void gather_col(const char *const *rowp, int m, int off, double *col, unsigned char *miss) {
     const double dot_ = session::lim.dot;
@@ -140,16 +203,20 @@ void gather_var(const char *const *rowp, int m, int v, double *col, unsigned cha
 // The observations [first, last] of a chunk, SUB at a time, into the slot.
 void run_chunk(const Pass &p, const Shape &sh, int32_t first, int32_t last, Scratch &s, double *slot) {
     const int k = sh.k, nx = (int)p.var->size();
-    double *acc = slot, *sum = slot + (size_t)k * (size_t)k, *cnt = sum + k, *sw = cnt + 1, *err = sw + 1;
+    double *acc = slot, *sum = slot + sh.kk(), *sumc = sum + k, *cnt = slot + sh.at_cnt(), *sw = cnt + 1,
+           *err = sw + 1;
+    const bool ifp = data::sm.ifpresent;
     for (int32_t b = first; b <= last; b += SUB) {
         if (break_pending()) return;
         const int32_t e = std::min<int32_t>(last, b + SUB - 1);
+        if (ifp) expr_values(data::ifexp, b, e - b + 1, s.tv.data());
+        if (p.weighted) expr_values(data::wtexp, b, e - b + 1, s.wv.data());
         int m = 0;
         for (int32_t i = b; i <= e; ++i) {
-            if (!data::if_true(i)) continue;
+            if (ifp && s.tv[(size_t)(i - b)] == 0) continue;
             double wt = 1;
             if (p.weighted) {
-                wt = data::expr_xeqforby(data::wtexp, i);
+                wt = s.wv[(size_t)(i - b)];
                 if (data::is_missing(wt) || wt == 0) continue;
                 if (p.check && (wt < 0 || (p.integer && wt != std::floor(wt)))) {
                     // the chunk stops at its first bad weight; earlier chunks may hold an earlier one
@@ -186,22 +253,63 @@ void run_chunk(const Pass &p, const Shape &sh, int32_t first, int32_t last, Scra
         }
         if (p.cons) std::fill_n(&s.col[(size_t)nx * SUB], m, 1.0);
         const double *w = s.w.data();
+        const double sw0 = *sw;
         *cnt += m;
         for (int t = 0; t < m; ++t)
             *sw += w[t];
         if (p.sums && p.seq) {
-            // compensated: the sum in sum[j], its rounding errors in acc[j]
+            // compensated: the sum in sum[j], its rounding errors in sumc[j]
             for (int j = 0; j < k; ++j) {
                 const double *col = &s.col[(size_t)j * SUB];
-                double su = sum[j], co = acc[j];
-                for (int t = 0; t < m; ++t) {
-                    const double x = w[t] * col[t], u = su + x;
-                    co += std::abs(x) > std::abs(su) ? (x - u) + su : (su - u) + x;
-                    su = u;
-                }
+                double su = sum[j], co = sumc[j];
+                for (int t = 0; t < m; ++t)
+                    comp_add(su, co, w[t] * col[t]);
                 sum[j] = su;
-                acc[j] = co;
+                sumc[j] = co;
             }
+            continue;
+        }
+        if (p.moments) {
+            // the block about its own mean: wb the weight, mb the means, rb the weighted sums of the
+            // deviations (what the rounding of mb left over), cb the co-moments
+            double wb = 0;
+            for (int t = 0; t < m; ++t)
+                wb += w[t];
+            for (int j = 0; j < k; ++j) {
+                double *col = &s.col[(size_t)j * SUB];
+                const double c = wb > 0 ? dot(col, w, m) / wb : 0;
+                for (int t = 0; t < m; ++t)
+                    col[t] -= c;
+                s.mb[(size_t)j] = c;
+                s.rb[(size_t)j] = dot(col, w, m);
+            }
+            const double *wcol = s.col.data();
+            if (p.weighted) {
+                for (int j = 0; j < k; ++j)
+                    for (int t = 0; t < m; ++t)
+                        s.wa[(size_t)j * SUB + (size_t)t] = s.col[(size_t)j * SUB + (size_t)t] * w[t];
+                wcol = s.wa.data();
+            }
+            double *cb = s.cb.data();
+            std::fill(cb, cb + sh.kk(), 0.0);
+            products(wcol, s.col.data(), k, m, p.seq, cb);
+            if (wb <= 0) continue;
+            // about the block's exact mean mb + rb / wb
+            for (int a = 0; a < k; ++a)
+                for (int c = 0; c <= a; ++c)
+                    cb[(size_t)a * (size_t)k + (size_t)c] -= s.rb[(size_t)a] * s.rb[(size_t)c] / wb;
+            const double wa = sw0;
+            for (int j = 0; j < k; ++j) {
+                s.ma[(size_t)j] = wa > 0 ? (sum[j] + sumc[j]) / wa : 0;
+                const double mj = s.mb[(size_t)j];
+                s.mb[(size_t)j] = mj + s.rb[(size_t)j] / wb;
+                // the block's sum: wb mb with the product's rounding error, and the deviations' sum
+                const double pr = wb * mj;
+                comp_add(sum[j], sumc[j], pr);
+                comp_add(sum[j], sumc[j], std::fma(wb, mj, -pr));
+                comp_add(sum[j], sumc[j], s.rb[(size_t)j]);
+            }
+            merge_moments(k, acc, s.ma.data(), wa, cb, s.mb.data(), wb, s.d.data());
             continue;
         }
         if (p.sums) {
@@ -229,24 +337,7 @@ void run_chunk(const Pass &p, const Shape &sh, int32_t first, int32_t last, Scra
                 acc[j] += dot(wcol, &s.col[(size_t)j * SUB], m);
             continue;
         }
-        for (int a = 0; a < k; ++a) {
-            const double *x = &wcol[(size_t)a * SUB];
-            double *row = &acc[(size_t)a * (size_t)k];
-            int c = 0;
-            if (p.seq) {
-                for (; c + 4 <= a + 1; c += 4)
-                    dot4_seq(x, &s.col[(size_t)c * SUB], &s.col[(size_t)(c + 1) * SUB],
-                             &s.col[(size_t)(c + 2) * SUB], &s.col[(size_t)(c + 3) * SUB], m, row + c);
-                for (; c <= a; ++c)
-                    dot_seq(x, &s.col[(size_t)c * SUB], m, row + c);
-                continue;
-            }
-            for (; c + 4 <= a + 1; c += 4)
-                dot4(x, &s.col[(size_t)c * SUB], &s.col[(size_t)(c + 1) * SUB], &s.col[(size_t)(c + 2) * SUB],
-                     &s.col[(size_t)(c + 3) * SUB], m, row + c);
-            for (; c <= a; ++c)
-                row[c] += dot(x, &s.col[(size_t)c * SUB], m);
-        }
+        products(wcol, s.col.data(), k, m, p.seq, acc);
     }
 }
 
@@ -288,23 +379,31 @@ int run(const Pass &p, bool safe, Sums &out, int32_t *bad) {
         });
     }
     if (break_pending()) return session::error(1);
-    const size_t kk = out.acc.size(), k = (size_t)sh.k;
+    const size_t kk = sh.kk(), k = (size_t)sh.k, ac = sh.at_cnt();
     out.nobs = out.sumw = 0;
-    const bool comp = p.sums && p.seq;
+    const bool comp = (p.sums && p.seq) || p.moments;
     std::vector<double> total(comp ? k : 0, 0.0), tc(comp ? k : 0, 0.0), err(comp ? k : 0, 0.0);
+    std::vector<double> ma(p.moments ? k : 0), mb(p.moments ? k : 0), d(p.moments ? k : 0);
     for (int64_t ci = 0; ci < nchunks; ++ci) {
         const double *sl = &slots[(size_t)ci * sh.slot()];
-        if (sl[kk + k + 2] != 0) {
-            if (bad) *bad = (int32_t)sl[kk + k + 3];
-            return (int)sl[kk + k + 2];
+        if (sl[ac + 2] != 0) {
+            if (bad) *bad = (int32_t)sl[ac + 3];
+            return (int)sl[ac + 2];
+        }
+        if (p.moments && sl[ac + 1] > 0) {
+            // the chunks' co-moments merged in chunk order about the means so far
+            const double wa = out.sumw, wb = sl[ac + 1];
+            for (size_t j = 0; j < k; ++j) {
+                ma[j] = wa > 0 ? ((total[j] + tc[j]) + err[j]) / wa : 0;
+                mb[j] = (sl[kk + j] + sl[kk + k + j]) / wb;
+            }
+            merge_moments((int)k, out.acc.data(), ma.data(), wa, sl, mb.data(), wb, d.data());
         }
         if (comp) {
             // the chunks' sums by a compensated sum, their rounding errors added apart
             for (size_t j = 0; j < k; ++j) {
-                const double x = sl[kk + j], u = total[j] + x;
-                tc[j] += std::abs(x) > std::abs(total[j]) ? (x - u) + total[j] : (total[j] - u) + x;
-                total[j] = u;
-                err[j] += sl[j];
+                comp_add(total[j], tc[j], sl[kk + j]);
+                err[j] += sl[kk + k + j];
             }
         } else {
             for (size_t j = 0; j < kk; ++j)
@@ -312,8 +411,8 @@ int run(const Pass &p, bool safe, Sums &out, int32_t *bad) {
             for (size_t j = 0; j < k; ++j)
                 out.sum[j] += sl[kk + j];
         }
-        out.nobs += sl[kk + k];
-        out.sumw += sl[kk + k + 1];
+        out.nobs += sl[ac];
+        out.sumw += sl[ac + 1];
     }
     for (size_t j = 0; j < total.size(); ++j)
         out.sum[j] = (total[j] + tc[j]) + err[j];

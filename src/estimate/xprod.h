@@ -18,6 +18,10 @@ struct Pass {
     // The products summed in observation order and the sums compensated, as a serial loop over
     // the observations of a chunk would make them (slower; the estimation commands' numerics).
     bool seq = false;
+    // One pass about the means: each block of observations is centred on its own weighted mean
+    // and its co-moments merged into the running ones by the update for two samples' means and
+    // co-moments, in a fixed order. The constant column must be off.
+    bool moments = false;
     // Weight checks of an estimation command: a negative weight gives 402, a noninteger one 401
     // when integer is set. The first failing observation in data order wins.
     bool check = false, integer = false;
@@ -26,7 +30,8 @@ struct Pass {
 };
 
 // The sums of a pass: k = the columns (the constant included); acc the k by k products (lower
-// triangle, or the first row for vec), sum the k sums (the sums pass), the count and the weight sum.
+// triangle, or the first row for vec; for moments the weighted co-moments about the means), sum the
+// k sums (the sums pass and moments, compensated), the count and the weight sum.
 struct Sums {
     std::vector<double> acc, sum;
     double nobs = 0, sumw = 0;

@@ -30,14 +30,19 @@ program regress, eclass
 		display as error "beta may not be combined with cluster()"
 		exit 198
 	}
-	marksample touse
-	if "`cluster'" != "" markout `touse' `cluster', strok
 	local wgt
 	if "`weight'" != "" local wgt [`weight'`exp']
 	local shown level(`level') `beta' `header' `plus'
 	if `"`eform'"' != "" local shown `shown' eform(`eform')
 	local fitopts `constant' `hascons' `tsscons' `mse1'
 	if `"`depname'"' != "" local fitopts `fitopts' depname(`depname')
+	* plain variables without weights: the pass of the fit finds the sample itself
+	if "`robust'`cluster'`hc2'`hc3'`weight'" == "" & !strpos(`"`varlist'"', ".") {
+		_regress `varlist' `if' `in', `fitopts' `shown' `options'
+		exit
+	}
+	marksample touse
+	if "`cluster'" != "" markout `touse' `cluster', strok
 	if "`robust'`cluster'`hc2'`hc3'" == "" {
 		_regress `varlist' `wgt' if `touse', `fitopts' `shown' `options'
 		exit
