@@ -194,7 +194,7 @@ int term_columns(int t, int32_t lo, int32_t hi, std::deque<HiddenVar> &hidden, s
             factors.push_back(&fv.factors[(size_t)fv.varinfo[(size_t)k].factor]);
     }
     if (factors.empty() && parts.size() == 1) {
-        cols.push_back({parts[0]->var, false, data::ds.varname[(size_t)parts[0]->var - 1]});
+        cols.push_back({parts[0]->var, false, data::ds.varname[(size_t)parts[0]->var - 1], ""});
         return 0;
     }
     for (const data::FvFactorInfo *f : factors)
@@ -313,7 +313,7 @@ int cmd__regress(int) {
         } else if (li.fvterm) {
             if (int rc = term_columns(li.fvterm - 1, lo, hi, hidden, cols)) return rc;
         } else if (j > 0) {
-            cols.push_back({v, false, data::ds.varname[(size_t)v - 1]});
+            cols.push_back({v, false, data::ds.varname[(size_t)v - 1], ""});
         } else {
             vars.push_back(v);
         }
