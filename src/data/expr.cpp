@@ -24,6 +24,7 @@
 #include "data/exprint.h"
 #include "data/fmt.h"
 #include "data/scalar.h"
+#include "data/tsindex.h"
 #include "data/varlist.h"
 #include "output/channel.h"
 #include "session/errors.h"
@@ -685,6 +686,39 @@ void matrix_subscript(const std::string &name, const char *q, const char *b) {
     push(TY_NUM);
 }
 
+// operated := ops '.' varname    (L.x, L2D.x, S4.x; one operator, no list)
+// The lag looks at other observations through the time-series index, built here once for the command.
+void comp_operated(const std::string &name, bool bracket) {
+    if (bracket) syntax();
+    const size_t dot = name.rfind('.');
+    TsOp op;
+    if (int rc = tsop_parse(std::string_view(name).substr(0, dot), name, op)) fail(rc);
+    const std::string base = name.substr(dot + 1);
+    if (!session::name_ok(base)) fail(session::invalid_name(name));
+    const int v = find_variable(base);
+    if (v < 0) fail(session::ambiguous(base));
+    if (v == 0) fail(session::not_found(base));
+    if (is_string_type(ds.vartype[v - 1]))
+        fail_text(109, std::string(ds.varname[v - 1]) +
+                           ":  may not use time-series operators on string variables\n");
+    int rc = 0;
+    const TsOp *p = tsop_intern(op, &rc);
+    if (rc) fail(rc);
+    if (!p) { // L0.x and L.F.x are x itself
+        emit(OP_VAR);
+        emit(v);
+        push(TY_NUM);
+        return;
+    }
+    const TsIndex *ix = nullptr;
+    if ((rc = ts_index_now(&ix))) fail(rc);
+    emit(OP_TSVAR);
+    emit(v);
+    emit((int)(p - ps.ops));
+    cs.rec->parallel = 0;
+    push(TY_NUM);
+}
+
 // name-form := '[' eq ']' name | _b '[' coef ']' | _se '[' coef ']' | name '(' args ')'
 //            | variable [ '[' exp ']' ] | scalar | matrix [ '[' exp ',' exp ']' ]
 void comp_name(const char *a, const char *b) {
@@ -726,14 +760,7 @@ void comp_name(const char *a, const char *b) {
         if (close_of(q, b) != b - 1) syntax();
         return coef_inside(name == "_se" ? 1 : 0, q + 1, b - 1);
     }
-    if (name.find('.') != std::string::npos) {
-        // an operated variable such as L.x: the operator is checked, but the time-series settings
-        // that give it a value are not part of this build
-        size_t dot = name.rfind('.');
-        TsOp op;
-        if (int rc = tsop_parse(std::string_view(name).substr(0, dot), name, op)) fail(rc);
-        fail(session::not_built("time-series operators in expressions"));
-    }
+    if (name.find('.') != std::string::npos) return comp_operated(name, bracket);
     if (!session::name_ok(name)) fail(session::invalid_name(name));
     if (cs.matmode && !bracket && cs.force != SP_FORCE_SCALAR && cs.force != SP_FORCE_VARIABLE &&
         is_matrix(name)) {
@@ -1488,6 +1515,11 @@ void scopy(char *dst, const char *src) {
             }
             break;
         }
+        case OP_TSVAR: {
+            const int v = (uint16_t)code[++pc];
+            ns[++sp] = ts_value(v, ps.ops[code[++pc]], i);
+            break;
+        }
         case OP_SVAR: {
             const int v = (uint16_t)code[++pc];
             ++tp;
@@ -1956,7 +1988,11 @@ std::string expr_dump(const ExprRecord &rec) {
                 std::snprintf(line, sizeof line, " %s %d", matfn_rows[o].name, rec.code[++pc]);
             else if (w == OP_SLIT || w == OP_MNAME || w == OP_MEL || w == OP_MSUBX)
                 std::snprintf(line, sizeof line, " %d \"%s\"", o, pools.str + o);
-            else if (w == OP_VAR || w == OP_VARSUB || w == OP_SVAR || w == OP_SVARSUB)
+            else if (w == OP_TSVAR && pc < rec.last) {
+                const int k = rec.code[++pc];
+                std::snprintf(line, sizeof line, " %d (%s%s)", o, tsop_text(&ps.ops[k]).c_str(),
+                              (o >= 1 && o <= ds.nvar) ? ds.varname[o - 1] : "?");
+            } else if (w == OP_VAR || w == OP_VARSUB || w == OP_SVAR || w == OP_SVARSUB)
                 std::snprintf(line, sizeof line, " %d (%s)", o,
                               (o >= 1 && o <= ds.nvar) ? ds.varname[o - 1] : "?");
             else

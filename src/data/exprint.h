@@ -53,6 +53,7 @@ inline constexpr int8_t ARGS = -1, ARGS_1 = -2;
     X(ANY,     29, 1, ARGS, 1, 0,      0, 0, 0, BLOCK, "pop operand numbers, push 1 if any is not 0")      \
     X(COND,    30, 1, ARGS, 1, 0,      0, 0, 0, BLOCK, "x a b [c]: a if x != 0, b if 0, c if x missing")   \
     X(SCOND,   31, 1, 1,    0, ARGS_1, 1, 0, 0, ONE,   "the same with the branches strings")               \
+    X(TSVAR,   32, 2, 0,    1, 0,      0, 0, 0, ONE,   "push(variable operand under operator operand 2)")  \
     X(SEQ,     38, 0, 0,    1, 2,      0, 0, 0, ONE,   "push(pop2 == pop1) by bytes")                      \
     X(SGE,     39, 0, 0,    1, 2,      0, 0, 0, ONE,   "push(pop2 >= pop1)")                               \
     X(SLE,     40, 0, 0,    1, 2,      0, 0, 0, ONE,   "push(pop2 <= pop1)")                               \

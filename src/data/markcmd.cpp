@@ -14,6 +14,7 @@
 #include "data/dataset.h"
 #include "data/expr.h"
 #include "data/gen_smp.h"
+#include "data/tsindex.h"
 #include "data/types.h"
 #include "data/xeq.h"
 #include "estimate/frame.h"
@@ -266,7 +267,7 @@ int cmd_markout(int) {
     spec.varlist = PO_REQUIRED;
     spec.ifq = PO_NONE;
     spec.in = PO_NONE;
-    spec.vlflags = VL_FV;
+    spec.vlflags = VL_FV | VL_TS;
     if (int rc = std_parse(spec)) return rc;
     bool strok = false;
     const session::OptSpec opts[] = {session::opt_flag("strok", 5, strok)};
@@ -275,9 +276,14 @@ int cmd_markout(int) {
     if (ds.vartype[m - 1] != T_BYTE)
         return session::fail(109, std::string(ds.varname[m - 1]) + " not byte\n");
     std::vector<int> vars;
+    std::vector<int> operated; // list places of operated variables
     for (int k = 1; k < ps.count; ++k) {
         const int v = ps.var[k];
         if (is_string_type(ds.vartype[v - 1]) && !strok) return session::error(109);
+        if (ps.info[k].op) {
+            operated.push_back(k);
+            continue;
+        }
         if (!ps.info[k].fvterm) {
             vars.push_back(v);
             continue;
@@ -288,7 +294,17 @@ int cmd_markout(int) {
             vars.push_back(ps.fv.varinfo[(size_t)j].var);
     }
     const int32_t lo = sample_lo(), hi = sample_hi();
-    if (vars.empty() || hi < lo) return 0;
+    if (hi < lo) return 0;
+    if (!operated.empty()) {
+        // an operated variable marks out where its value is missing: serial, through the index
+        const TsIndex *ix = nullptr;
+        if (int rc = ts_index_now(&ix)) return rc;
+        for (int k : operated)
+            for (int32_t i = lo; i <= hi; ++i)
+                if (get_num(m, i) != 0 && is_missing(ts_value(ps.var[k], *ps.info[k].op, i)))
+                    put_num(m, i, 0);
+    }
+    if (vars.empty()) return 0;
     return markout_smp(m, vars, lo, hi);
 }
 

@@ -11,6 +11,7 @@
 #include "data/dataset.h"
 #include "data/exprmath.h"
 #include "data/fmt.h"
+#include "data/tsindex.h"
 #include "data/types.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
@@ -174,6 +175,7 @@ struct Column {
     int var = 0;
     bool base = false;
     std::string name;
+    std::string tsop; // the operator's text at the head of name ("L.", "LD."), empty for none
 };
 
 std::string level_text(double x, bool base) { return data::number_text(x) + (base ? "b." : "."); }
@@ -192,7 +194,7 @@ int term_columns(int t, int32_t lo, int32_t hi, std::deque<HiddenVar> &hidden, s
             factors.push_back(&fv.factors[(size_t)fv.varinfo[(size_t)k].factor]);
     }
     if (factors.empty() && parts.size() == 1) {
-        cols.push_back({parts[0]->var, false, data::ds.varname[(size_t)parts[0]->var - 1]});
+        cols.push_back({parts[0]->var, false, data::ds.varname[(size_t)parts[0]->var - 1], ""});
         return 0;
     }
     for (const data::FvFactorInfo *f : factors)
@@ -263,7 +265,7 @@ int cmd__regress(int) {
     spec.varlist = data::PO_OPTIONAL;
     spec.weight = data::PO_OPTIONAL;
     spec.wmask = data::WT_A | data::WT_F | data::WT_I | data::WT_P;
-    spec.vlflags = data::VL_FV;
+    spec.vlflags = data::VL_FV | data::VL_TS;
     if (int rc = data::std_parse(spec)) return rc;
     RegOpts o;
     const std::vector<OptSpec> specs = option_specs(o);
@@ -290,13 +292,28 @@ int cmd__regress(int) {
     for (int32_t j = 0; j < data::ps.count; ++j) {
         const int v = data::ps.var[(size_t)j];
         const data::ListInfo &li = data::ps.info[(size_t)j];
-        if (li.op || (li.fvterm && j == 0))
-            return fail(101, "factor variables and time-series operators not allowed\n");
+        if (li.fvterm && j == 0) return fail(101, "factor variables and time-series operators not allowed\n");
         if (data::is_string_type(data::ds.vartype[(size_t)v - 1])) return error(109);
-        if (li.fvterm) {
+        if (li.op) {
+            // an operated variable is a hidden column of its values, named by the operator's text
+            const std::string op = data::tsop_text(li.op), name = op + data::ds.varname[(size_t)v - 1];
+            const data::TsIndex *ix = nullptr;
+            if (int rc = data::ts_index_now(&ix)) return rc;
+            HiddenVar &h = hidden.emplace_back();
+            h.saved = "(regt" + std::to_string(hidden.size()) + ")";
+            if (int rc = h.make(h.saved.c_str(), data::T_DOUBLE)) return rc;
+            for (int32_t i = lo; i <= hi; ++i)
+                data::put_num(h.v, i, data::ts_value(v, *li.op, i));
+            if (j > 0) {
+                cols.push_back({h.v, false, name, op});
+            } else {
+                vars.push_back(h.v);
+                if (o.depname.empty()) o.depname = name;
+            }
+        } else if (li.fvterm) {
             if (int rc = term_columns(li.fvterm - 1, lo, hi, hidden, cols)) return rc;
         } else if (j > 0) {
-            cols.push_back({v, false, data::ds.varname[(size_t)v - 1]});
+            cols.push_back({v, false, data::ds.varname[(size_t)v - 1], ""});
         } else {
             vars.push_back(v);
         }
@@ -358,8 +375,11 @@ int cmd__regress(int) {
             V.at(i, j) = fi < 0 || fj < 0 ? 0 : f.V[(size_t)fi * (size_t)f.ncoef + (size_t)fj];
         }
     }
-    for (const Column &c : cols)
-        b.cn.push_back(stripe(c.name.c_str()));
+    for (const Column &c : cols) {
+        mat::StripeName sn = stripe(c.name.c_str() + c.tsop.size());
+        std::snprintf(sn.tsop, sizeof sn.tsop, "%s", c.tsop.c_str());
+        b.cn.push_back(sn);
+    }
     if (s.cons) b.cn.push_back(stripe("_cons"));
     b.rn.push_back(stripe("y1"));
     V.rn = V.cn = b.cn;

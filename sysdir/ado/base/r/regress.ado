@@ -7,7 +7,7 @@ program regress, eclass
 		_regress `0'
 		exit
 	}
-	syntax varlist(numeric fv) [if] [in] [aw fw iw pw] [, Robust CLuster(varname) vce(string) ///
+	syntax varlist(numeric fv ts) [if] [in] [aw fw iw pw] [, Robust CLuster(varname) vce(string) ///
 		noConstant HASCons TSScons Level(cilevel) BEta noHeader PLus EForm(string) MSE1 ///
 		DEPname(string) HC2 HC3 *]
 	if `"`vce'"' != "" {
