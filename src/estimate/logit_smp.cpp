@@ -1,7 +1,6 @@
 // The kernels of the binary-outcome likelihoods on the parallel frame: fixed chunks of rows, each
 // summed into its own slot, the slots added in chunk order on the main thread.
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <memory>
 #include <new>
@@ -22,8 +21,10 @@ constexpr int SUB = 256;
 constexpr int64_t CHUNK_MIN = 4096;
 constexpr int64_t SLOT_BUDGET = int64_t(1) << 22; // doubles for the slots of all chunks together
 
-// The probability of the other outcome below which a row counts as completely determined.
-constexpr double DETERMINED = DBL_EPSILON / 2;
+// The probability of the other outcome below which a row counts as completely determined: rows
+// that a fit along a direction of separation drives towards certainty, and whose part in the
+// Hessian has all but gone when the objective test stops it.
+constexpr double DETERMINED = 1e-6;
 
 // One row's part: the log likelihood, its derivative with respect to xb, and the negative second
 // derivative, for the outcome y at xb; and whether the row is determined.
