@@ -236,12 +236,14 @@ int run(bool probit) {
     std::vector<int> passvars = vars;
     if (ovar) passvars.push_back(ovar);
     std::vector<uint8_t> marks((size_t)data::ds.nobs, 0);
+    // the same pass sums the weighted cross-products of the regressors and the constant, by which
+    // collinear regressors are found
+    xprod::Sums sums;
     {
         xprod::Pass p;
         p.var = &passvars;
-        p.cons = false;
+        p.cons = true;
         p.weighted = weighted;
-        p.sums = true;
         p.check = true;
         p.integer = data::sm.wtype == data::WT_F;
         p.marks = marks.data();
@@ -249,7 +251,6 @@ int run(bool probit) {
         p.hi = hi;
         const bool safe =
             (!data::sm.ifpresent || data::ifexp.expressionSafe) && (!weighted || data::wtexp.expressionSafe);
-        xprod::Sums sums;
         int32_t bad = 0;
         if (int rc = xprod::run(p, safe, sums, &bad)) return rc == 401 || rc == 402 ? error(rc) : rc;
     }
@@ -326,17 +327,14 @@ int run(bool probit) {
     // collinear regressors leave the fit: the weighted cross-products swept, the constant first
     std::vector<int> kept; // indexes into the regressors of the line
     {
-        const int kk = nx_all + (m.cons ? 1 : 0);
+        // the pass's columns: the outcome, the regressors, the offset if any, the constant
+        const int kk = nx_all + (m.cons ? 1 : 0), kp = (int)passvars.size() + 1;
+        auto col = [&](int j) { return j == nx_all ? kp - 1 : j + 1; };
         std::vector<double> xx((size_t)kk * (size_t)kk, 0.0);
         for (int a = 0; a < kk; ++a)
             for (int c = 0; c <= a; ++c) {
-                double s = 0;
-                for (int64_t r = 0; r < m.rows; ++r) {
-                    const double xa = a == nx_all ? 1 : m.x[(size_t)a][(size_t)r];
-                    const double xc = c == nx_all ? 1 : m.x[(size_t)c][(size_t)r];
-                    s += (weighted ? std::abs(m.w[(size_t)r]) : 1) * xa * xc;
-                }
-                xx[(size_t)a * kk + c] = xx[(size_t)c * kk + a] = s;
+                const int ra = std::max(col(a), col(c)), rc = std::min(col(a), col(c));
+                xx[(size_t)a * kk + c] = xx[(size_t)c * kk + a] = sums.acc[(size_t)ra * kp + rc];
             }
         mat::InvsymOpts io;
         const int first[] = {nx_all};
