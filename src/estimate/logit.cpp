@@ -525,6 +525,9 @@ int run(bool probit) {
     x.has_props = true;
     x.properties = "b V";
     x.marks = &marks;
+    // posting drops the old sample marker, which can renumber the variables: keep the names first
+    const std::string oname = ovar ? data::ds.varname[(size_t)ovar - 1] : "";
+    const std::string cname = cvar ? data::ds.varname[(size_t)cvar - 1] : "";
     if (int r = mat::post_estimates(bname, vname, x)) return r;
     const double ncd = data::sm.wtype == data::WT_F ? last.determined_w : last.determined;
     const std::pair<const char *, double> sc[] = {{"N", N},
@@ -552,11 +555,11 @@ int run(bool probit) {
     for (const auto &[name, v] : mc)
         if (int r = mat::e_set_macro(name, v)) return r;
     if (ovar)
-        if (int r = mat::e_set_macro("offset", data::ds.varname[(size_t)ovar - 1])) return r;
+        if (int r = mat::e_set_macro("offset", oname.c_str())) return r;
     if (robust) {
         if (int r = mat::e_set_macro("vcetype", "Robust")) return r;
         if (cvar) {
-            if (int r = mat::e_set_macro("clustvar", data::ds.varname[(size_t)cvar - 1])) return r;
+            if (int r = mat::e_set_macro("clustvar", cname.c_str())) return r;
             if (int r = mat::e_set_scalar("N_clust", nclust)) return r;
         }
     }

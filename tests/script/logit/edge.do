@@ -23,6 +23,11 @@ generate double off = 0.3
 logit yb x1 x2, offset(off) nolog
 display %12.0g _b[_cons]
 display %12.0g e(ll)
+* the names in e() are the variables', even when posting renumbers the variables
+display "`e(offset)'"
+generate long g2 = g
+logit yb x1 x2, cluster(g2) nolog
+display "`e(clustvar)'"
 logit yb x1 x2, noconstant nolog
 display %12.0g e(ll_0) " " e(k)
 * iterate(0): the start evaluated once, not converged, the results posted
