@@ -22,6 +22,7 @@
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
+#include "estimate/mleval.h"
 #include "estimate/regcmd.h"
 #include "estimate/robust.h"
 #include "lang/cls.h"
