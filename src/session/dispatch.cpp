@@ -24,6 +24,7 @@
 #include "data/varlist.h"
 #include "data/xeq.h"
 #include "estimate/logit.h"
+#include "estimate/mleval.h"
 #include "estimate/regcmd.h"
 #include "estimate/robust.h"
 #include "lang/cls.h"
