@@ -362,15 +362,14 @@ int robust_fit(const RobustAsk &a, RegFit &f, int64_t *lev1, double *nclust) {
 }
 
 // The results that tell the variance is robust; what an earlier fit left of clusters goes.
-int post_robust(const RegOpts &o, int cvar, double nclust) {
+int post_robust(const RegOpts &o, const std::string &cname, double nclust) {
     const char *vcetype = o.hc2 ? "Robust HC2" : o.hc3 ? "Robust HC3" : "Robust";
-    if (int rc = mat::e_set_macro("vce", cvar ? "cluster" : "robust")) return rc;
+    if (int rc = mat::e_set_macro("vce", cname.empty() ? "robust" : "cluster")) return rc;
     if (int rc = mat::e_set_macro("vcetype", vcetype)) return rc;
     if (int rc = macro_set("S_E_vce", vcetype)) return rc;
     macro_drop("S_E_cvn");
     macro_drop("S_E_cn");
-    if (!cvar) return 0;
-    const char *cname = data::ds.varname[(size_t)cvar - 1];
+    if (cname.empty()) return 0;
     if (int rc = mat::e_set_macro("clustvar", cname)) return rc;
     if (int rc = mat::e_set_scalar("N_clust", nclust)) return rc;
     if (int rc = macro_set("S_E_cvn", cname)) return rc;
@@ -405,9 +404,11 @@ int cmd__regress(int) {
     const bool robust = o.robust || o.hc2 || o.hc3 || !o.cluster.empty();
     if (robust && data::sm.wtype == data::WT_I) return error(5101);
     int cvar = 0;
+    std::string cname; // kept by name: posting renumbers the variables after e(sample)'s
     if (!o.cluster.empty()) {
         cvar = data::varlookup(o.cluster, true, data::varabbrev);
         if (cvar < 0) return -cvar;
+        cname = data::ds.varname[(size_t)cvar - 1];
     }
     if (o.hascons) o.nocons = true;
 
@@ -534,7 +535,7 @@ int cmd__regress(int) {
     for (const auto &[name, v] : mc)
         if (int r = mat::e_set_macro(name, v)) return r;
     if (robust)
-        if (int r = post_robust(o, cvar, nclust)) return r;
+        if (int r = post_robust(o, cname, nclust)) return r;
     if (o.beta) {
         mat::Matrix bm;
         bm.resize(1, ncol);
