@@ -134,6 +134,7 @@ int reg2_fit(const RegSpec &s, const std::vector<double> &xx, RegFit *f) {
     f->rmse = s.mse1 ? 1 : f->df_r > 0 ? std::sqrt(f->rss / f->df_r) : dot;
     for (size_t j = 0; j < inv.size(); ++j)
         f->V[j] = inv[j] * s2;
+    f->inv.swap(inv);
     f->F = (f->df_m > 0 && f->df_r > 0 && f->rss > 0) ? (f->mss / f->df_m) / (f->rss / f->df_r) : dot;
     f->r2 = f->tss > 0 ? f->mss / f->tss : dot;
     f->r2_a = (f->df_r > 0 && f->tss > 0) ? 1 - (1 - f->r2) * (f->N - (has_constant ? 1 : 0)) / f->df_r : dot;

@@ -22,6 +22,7 @@ struct RegFit {
     int ncoef = 0;                      // p plus the constant
     std::vector<double> b;              // ncoef: the regressors, then the constant
     std::vector<double> V;              // ncoef square
+    std::vector<double> inv;            // ncoef square: the inverse cross-product, V before its scale
     std::vector<unsigned char> dropped; // p: collinear with earlier ones
     std::vector<double> beta;           // ncoef: standardized coefficients (missing for the constant)
     int ndropped = 0;

@@ -17,12 +17,15 @@
 #include "data/xeq.h"
 #include "estimate/buildraw.h"
 #include "estimate/reg2.h"
+#include "estimate/reg2score.h"
 #include "matrix/estpost.h"
 #include "matrix/matstore.h"
 #include "matrix/results.h"
+#include "matrix/sweep.h"
 #include "output/channel.h"
 #include "session/errors.h"
 #include "session/hexfloat.h"
+#include "session/macstore.h"
 #include "session/options.h"
 #include "session/state.h"
 #include "session/store.h"
@@ -80,7 +83,10 @@ int show_robust_header() {
     const std::string pad(55, ' ');
     std::string s = "{txt}Linear regression" + std::string(38, ' ') + "Number of obs ={res}" +
                     fmt(escalar("N"), "%8.0f") + "\n";
-    s += "{txt}" + pad + fline + "{res}" + fmt(F, "%8.2f") + "\n";
+    // a missing F under a robust variance: the variance of the slopes is singular
+    const std::string ftext =
+        data::is_missing(F) && escalar("df_m") > 0 ? "       {help j_robustsingular:.}" : fmt(F, "%8.2f");
+    s += "{txt}" + pad + fline + "{res}" + ftext + "\n";
     s += "{txt}" + pad + "Prob > F      ={res}" + fmt(data::is_missing(F) ? lim.dot : escalar("p"), "%8.4f") +
          "\n";
     s += "{txt}" + pad + "R-squared     ={res}" + fmt(escalar("r2"), "%8.4f") + "\n";
@@ -258,6 +264,120 @@ mat::StripeName stripe(const char *name) {
     return s;
 }
 
+// With clusters, an observation whose cluster is missing leaves the sample: the fit reads y from a
+// hidden copy that is missing there (only when some cluster is missing in lo..hi).
+int drop_missing_clusters(int cvar, int32_t lo, int32_t hi, std::deque<HiddenVar> &hidden, int &y) {
+    const bool str = data::is_string_type(data::ds.vartype[(size_t)cvar - 1]);
+    char buf[data::T_STRMAX + 1];
+    auto missing = [&](int32_t i) {
+        if (!str) return data::is_missing(data::get_num(cvar, i));
+        data::get_str(cvar, i, buf);
+        return buf[0] == 0;
+    };
+    int32_t first = lo;
+    while (first <= hi && !missing(first))
+        ++first;
+    if (first > hi) return 0;
+    HiddenVar &h = hidden.emplace_back();
+    h.saved = "(regy)";
+    if (int rc = h.make(h.saved.c_str(), data::T_DOUBLE)) return rc;
+    for (int32_t i = lo; i <= hi; ++i) {
+        if (poll_break()) return error(1);
+        data::put_num(h.v, i, i >= first && missing(i) ? lim.dot : data::get_num(y, i));
+    }
+    y = h.v;
+    return 0;
+}
+
+// What the robust variance of a fit needs beside the fit.
+struct RobustAsk {
+    const std::vector<int> &vars; // the dependent variable, then the fitted columns
+    const RegSpec &s;
+    const std::vector<uint8_t> &marks;
+    int32_t lo, hi;
+    bool safe;
+    int cvar;
+    int form;
+};
+
+// The robust variance in place of f.V, over the columns kept by the fit (a dropped column keeps its
+// zeros); with clusters df_r becomes the clusters less one; F, p's figures and df_m from the Wald
+// test that the slopes are 0 under the new variance, F missing when their variance is singular.
+int robust_fit(const RobustAsk &a, RegFit &f, int64_t *lev1, double *nclust) {
+    const int nc = f.ncoef;
+    std::vector<int> kept;
+    for (int j = 0; j < f.p; ++j)
+        if (!f.dropped[(size_t)j]) kept.push_back(j);
+    const int nslopes = (int)kept.size();
+    if (a.s.cons) kept.push_back(f.p);
+    const int kk = (int)kept.size();
+    RegScoreSpec rs;
+    rs.y = a.vars[0];
+    for (int q = 0; q < nslopes; ++q)
+        rs.x.push_back(a.vars[(size_t)kept[(size_t)q] + 1]);
+    for (int j : kept)
+        rs.b.push_back(f.b[(size_t)j]);
+    rs.cons = a.s.cons;
+    rs.D.resize((size_t)kk * (size_t)kk);
+    for (int q = 0; q < kk; ++q)
+        for (int r = 0; r < kk; ++r)
+            rs.D[(size_t)q * (size_t)kk + (size_t)r] =
+                f.inv[(size_t)kept[(size_t)q] * (size_t)nc + (size_t)kept[(size_t)r]];
+    rs.marks = a.marks.data();
+    rs.lo = a.lo;
+    rs.hi = a.hi;
+    rs.weightType = a.s.raw.weightType;
+    rs.safe = a.safe;
+    rs.clusterVar = a.cvar;
+    rs.form = a.form;
+    rs.params = kk;
+    RegScoreOut ro;
+    if (int rc = reg2_robust(rs, &ro)) return rc;
+    std::fill(f.V.begin(), f.V.end(), 0.0);
+    for (int q = 0; q < kk; ++q)
+        for (int r = 0; r < kk; ++r)
+            f.V[(size_t)kept[(size_t)q] * (size_t)nc + (size_t)kept[(size_t)r]] =
+                ro.V[(size_t)q * (size_t)kk + (size_t)r];
+    *lev1 = ro.lev1;
+    *nclust = ro.nclust;
+    if (a.cvar) f.df_r = ro.nclust - 1;
+
+    // W = b' inv(V) b over the slopes, F = W / q on q and df_r degrees of freedom
+    f.F = lim.dot;
+    if (nslopes == 0) return 0;
+    std::vector<double> vs((size_t)nslopes * (size_t)nslopes);
+    for (int q = 0; q < nslopes; ++q)
+        for (int r = 0; r < nslopes; ++r)
+            vs[(size_t)q * (size_t)nslopes + (size_t)r] = ro.V[(size_t)q * (size_t)kk + (size_t)r];
+    mat::InvsymOpts opts;
+    mat::InvsymOut io;
+    if (int rc = mat::invsym(vs.data(), nslopes, nslopes, opts, &io)) return rc;
+    if (io.missing || io.dropped > 0 || f.df_r <= 0) return 0;
+    double W = 0;
+    for (int q = 0; q < nslopes; ++q)
+        for (int r = 0; r < nslopes; ++r)
+            W += f.b[(size_t)kept[(size_t)q]] * vs[(size_t)q * (size_t)nslopes + (size_t)r] *
+                 f.b[(size_t)kept[(size_t)r]];
+    f.df_m = nslopes;
+    f.F = W / nslopes;
+    return 0;
+}
+
+// The results that tell the variance is robust; what an earlier fit left of clusters goes.
+int post_robust(const RegOpts &o, const std::string &cname, double nclust) {
+    const char *vcetype = o.hc2 ? "Robust HC2" : o.hc3 ? "Robust HC3" : "Robust";
+    if (int rc = mat::e_set_macro("vce", cname.empty() ? "robust" : "cluster")) return rc;
+    if (int rc = mat::e_set_macro("vcetype", vcetype)) return rc;
+    if (int rc = macro_set("S_E_vce", vcetype)) return rc;
+    macro_drop("S_E_cvn");
+    macro_drop("S_E_cn");
+    if (cname.empty()) return 0;
+    if (int rc = mat::e_set_macro("clustvar", cname)) return rc;
+    if (int rc = mat::e_set_scalar("N_clust", nclust)) return rc;
+    if (int rc = macro_set("S_E_cvn", cname)) return rc;
+    return macro_set("S_E_cn", data::number_text(nclust));
+}
+
 } // namespace
 
 int cmd__regress(int) {
@@ -280,8 +400,18 @@ int cmd__regress(int) {
         if (data::sm.ifpresent || data::ps.inrange || data::sm.wtype != data::WT_NONE) return error(198);
         return replay(o);
     }
-    if (o.robust || o.hc2 || o.hc3 || !o.cluster.empty())
-        return fail(199, "robust variance is not available in this build\n");
+    if (o.hc2 && o.hc3) return fail(198, "options hc2 and hc3 may not be combined\n");
+    if ((o.hc2 || o.hc3) && !o.cluster.empty())
+        return fail(198, "hc2 and hc3 may not be combined with cluster()\n");
+    const bool robust = o.robust || o.hc2 || o.hc3 || !o.cluster.empty();
+    if (robust && data::sm.wtype == data::WT_I) return error(5101);
+    int cvar = 0;
+    std::string cname; // kept by name: posting renumbers the variables after e(sample)'s
+    if (!o.cluster.empty()) {
+        cvar = data::varlookup(o.cluster, true, data::varabbrev);
+        if (cvar < 0) return -cvar;
+        cname = data::ds.varname[(size_t)cvar - 1];
+    }
     if (o.hascons) o.nocons = true;
 
     // the dependent variable, then the regressors: a factor-variable term gives its columns
@@ -322,6 +452,9 @@ int cmd__regress(int) {
     for (const Column &c : cols)
         if (!c.base) vars.push_back(c.var);
     if ((int)vars.size() > st.matsize - 2) return error(908);
+    const int yvar = vars[0];
+    if (cvar)
+        if (int rc = drop_missing_clusters(cvar, lo, hi, hidden, vars[0])) return rc;
 
     // the sample: the range, the if, a usable weight, and no missing value in the model's variables
     const bool weighted = data::sm.wtype != data::WT_NONE;
@@ -357,6 +490,13 @@ int cmd__regress(int) {
         out::out_text(sumwgt_note(f.cnt.sumw) + "\n");
     }
     if (int rc = reg2_fit(s, xx, &f)) return rc;
+    int64_t lev1 = 0;
+    double nclust = 0;
+    if (robust) {
+        RobustAsk ask{vars, s,    marks, lo,
+                      hi,   safe, cvar,  o.hc2 ? SCORE_HC2 : o.hc3 ? SCORE_HC3 : SCORE_PLAIN};
+        if (int rc = robust_fit(ask, f, &lev1, &nclust)) return rc;
+    }
 
     // e(b), e(V): the regressors, then _cons; a base column stands with coefficient and variance 0
     std::vector<int> fitpos;
@@ -388,7 +528,7 @@ int cmd__regress(int) {
     if (int r = mat::mat_assign(bname, ST_MATRIX, b)) return r;
     if (int r = mat::mat_assign(vname, ST_MATRIX, V)) return r;
     mat::PostExtras x;
-    x.depname = o.depname.empty() ? data::ds.varname[(size_t)vars[0] - 1] : o.depname;
+    x.depname = o.depname.empty() ? data::ds.varname[(size_t)yvar - 1] : o.depname;
     x.obs = f.N;
     x.dof = f.df_r;
     if (weighted) {
@@ -414,6 +554,8 @@ int cmd__regress(int) {
                                                         {"cmd", "regress"}};
     for (const auto &[name, v] : mc)
         if (int r = mat::e_set_macro(name, v)) return r;
+    if (robust)
+        if (int r = post_robust(o, cname, nclust)) return r;
     if (o.beta) {
         mat::Matrix bm;
         bm.resize(1, ncol);
@@ -430,6 +572,17 @@ int cmd__regress(int) {
         r1.resize(1, 1);
         r1.at(0, 0) = f.rss;
         if (int r = mat::mat_assign(o.rssmat.c_str(), ST_MATRIX, r1)) return r;
+    }
+    if (lev1) {
+        out::ClassScope cs(out::CLS_TEXT);
+        const std::string form = o.hc2 ? "HC2" : "HC3";
+        const std::string note = lev1 == 1
+                                     ? "note: 1 observation has leverage 1 and is fitted exactly; its " +
+                                           form + " score is missing and it does not enter the variance\n"
+                                     : "note: " + std::to_string(lev1) +
+                                           " observations have leverage 1 and are fitted exactly; their " +
+                                           form + " scores are missing and they do not enter the variance\n";
+        if (int r = out::out_text(note)) return r;
     }
     return show(o);
 }

@@ -77,9 +77,9 @@ display e(N)
 regress y x1 i(c3(2)) i(c3*c(x1)) if _n < 59, noheader
 display e(N)
 regress, noheader
-* the robust variance reads the columns as variables: not with factor terms
+* robust takes the factor's columns too; the base stays 0 in e(V)
 capture noisily regress y x1 i(c3), robust
-display _rc
+display _rc " " _se[1b.c3] " " el(e(V), 2, 2) " " el(e(V), 5, 2)
 
 * the dependent variable stays a plain variable, and time-series operators stay refused
 capture noisily _regress i(c3) x1

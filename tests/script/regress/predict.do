@@ -22,6 +22,8 @@ regress y x1 x2 if x1 < 7, beta
 capture noisily regress y x1 x2, vce(robust)
 capture noisily regress y x1 x2, cluster(w)
 capture noisily regress y x1 x2, vce(bad)
+* HC3: the standard errors .5006369 .6615754 1.234041 and the Wald F 5.48
+* were worked apart from the residuals over 1 - h, without n/(n-k)
 capture noisily regress y x1 x2, hc3
 * the variance in e() is the robust one, and replay shows it again
 regress y x1 x2, vce(robust)
