@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "estimate/compsum.h"
 #include "estimate/frame.h"
 
 namespace est {
@@ -76,19 +77,5 @@ int bwrkmean_u(const RawSpec &s, const ObsList &obs, double *means, double *sumw
 // For each observation of the list, its row (1 at position 0 for the constant, then the variables)
 // times the (k+1) by m matrix b (row-major, stride m): out gets obs.size() rows of m. 0 or 1.
 int bwrkmp_u(const RawSpec &s, const ObsList &obs, const double *b, int m, double *out);
-
-// Compensated (Neumaier) sum: the rounding error of each addition is kept beside the sum.
-struct CompSum {
-    double s = 0, c = 0;
-    void add(double x) {
-        const double t = s + x;
-        if (std::abs(x) > std::abs(s))
-            c += (x - t) + s;
-        else
-            c += (s - t) + x;
-        s = t;
-    }
-    double value() const { return s + c; }
-};
 
 } // namespace est

@@ -30,6 +30,25 @@ int reg2(const RegSpec &s, const ObsList &obs, RegFit *f) {
     return reg2_fit(s, xx, f);
 }
 
+void reg2_stats(const RegSpec &s, RegFit *f) {
+    const double dot = session::lim.dot;
+    const int p = f->p;
+    f->mss = f->tss - f->rss < 0 ? 0 : f->tss - f->rss;
+    const bool has_constant = s.cons || s.hascons;
+    const int kept = p - f->ndropped;
+    f->df_m = kept - (s.hascons ? 1 : 0);
+    f->df_r = s.dof >= 0 ? s.dof : f->N - kept - (s.cons ? 1 : 0);
+    const double s2 = (f->df_r <= 0 || s.mse1) ? 1 : f->rss / f->df_r;
+    f->rmse = s.mse1 ? 1 : f->df_r > 0 ? std::sqrt(f->rss / f->df_r) : dot;
+    for (size_t j = 0; j < f->inv.size(); ++j)
+        f->V[j] = f->inv[j] * s2;
+    f->F = (f->df_m > 0 && f->df_r > 0 && f->rss > 0) ? (f->mss / f->df_m) / (f->rss / f->df_r) : dot;
+    f->r2 = f->tss > 0 ? f->mss / f->tss : dot;
+    f->r2_a = (f->df_r > 0 && f->tss > 0) ? 1 - (1 - f->r2) * (f->N - (has_constant ? 1 : 0)) / f->df_r : dot;
+    f->ll = f->rss > 0 ? -0.5 * f->N * (LOG2PI + std::log(f->rss / f->N) + 1) : dot;
+    f->ll_0 = has_constant && f->tss > 0 ? -0.5 * f->N * (LOG2PI + std::log(f->tss / f->N) + 1) : dot;
+}
+
 int reg2_fit(const RegSpec &s, const std::vector<double> &xx, RegFit *f) {
     const int nv = s.raw.k(), p = nv - 1;
     if (nv > session::st.matsize - 2) return session::error(908);
@@ -124,22 +143,9 @@ int reg2_fit(const RegSpec &s, const std::vector<double> &xx, RegFit *f) {
     const bool about_mean = s.cons || s.hascons || s.tsscons;
     f->tss = dev ? X(1, 1) : about_mean ? X(1, 1) - X(0, 1) * X(0, 1) / W : X(1, 1);
     if (f->tss < 0) f->tss = 0;
-    f->mss = f->tss - f->rss < 0 ? 0 : f->tss - f->rss;
 
-    const bool has_constant = s.cons || s.hascons;
-    const int kept = p - f->ndropped;
-    f->df_m = kept - (s.hascons ? 1 : 0);
-    f->df_r = s.dof >= 0 ? s.dof : f->N - kept - (s.cons ? 1 : 0);
-    const double s2 = (f->df_r <= 0 || s.mse1) ? 1 : f->rss / f->df_r;
-    f->rmse = s.mse1 ? 1 : f->df_r > 0 ? std::sqrt(f->rss / f->df_r) : dot;
-    for (size_t j = 0; j < inv.size(); ++j)
-        f->V[j] = inv[j] * s2;
     f->inv.swap(inv);
-    f->F = (f->df_m > 0 && f->df_r > 0 && f->rss > 0) ? (f->mss / f->df_m) / (f->rss / f->df_r) : dot;
-    f->r2 = f->tss > 0 ? f->mss / f->tss : dot;
-    f->r2_a = (f->df_r > 0 && f->tss > 0) ? 1 - (1 - f->r2) * (f->N - (has_constant ? 1 : 0)) / f->df_r : dot;
-    f->ll = f->rss > 0 ? -0.5 * f->N * (LOG2PI + std::log(f->rss / f->N) + 1) : dot;
-    f->ll_0 = has_constant && f->tss > 0 ? -0.5 * f->N * (LOG2PI + std::log(f->tss / f->N) + 1) : dot;
+    reg2_stats(s, f);
 
     // standardized coefficients: the regressor's spread over the dependent variable's
     f->beta.assign((size_t)nc, dot);

@@ -38,6 +38,9 @@ int reg2(const RegSpec &s, const ObsList &obs, RegFit *f);
 // The same from cross-products already made: xx the (k+1) square array of brwrk_smp, in
 // deviations form when reg2_dev(s), and f->cnt what that call counted.
 int reg2_fit(const RegSpec &s, const std::vector<double> &xx, RegFit *f);
+// The figures that follow from f->rss and f->tss: mss, the degrees of freedom, rmse, V from f->inv,
+// F, r2, r2_a, ll and ll_0. reg2_fit calls it; a caller that finds a better rss calls it again.
+void reg2_stats(const RegSpec &s, RegFit *f);
 // The cross-products of the model are taken about the means: a constant is added, not held.
 inline bool reg2_dev(const RegSpec &s) { return s.cons && !s.hascons; }
 

@@ -10,6 +10,7 @@
 
 #include "data/dataset.h"
 #include "data/types.h"
+#include "estimate/compsum.h"
 #include "estimate/robust.h"
 #include "session/errors.h"
 #include "session/state.h"
@@ -160,6 +161,35 @@ int reg2_robust(const RegScoreSpec &s, RegScoreOut *out) {
     out->nobs = rs.n;
     out->nclust = s.clusterVar ? rs.N : 0;
     out->lev1 = lev1;
+    return 0;
+}
+
+int reg2ess_smp(const RegScoreSpec &s, double *ess) {
+    std::vector<int32_t> obs;
+    if (int rc = marked_obs(s, obs)) return rc;
+    if (obs.empty()) return session::error(2000);
+    ScoreRows rows;
+    rows.obs = &obs;
+    rows.y = s.y;
+    rows.x = &s.x;
+    rows.b = &s.b;
+    rows.cons = s.cons;
+    rows.weightType = s.weightType;
+    rows.safe = s.safe;
+    std::vector<std::vector<double>> xcol;
+    std::vector<double> w, e;
+    if (int rc = reg2score_smp(rows, xcol, w, e)) return rc;
+    double scale = 1;
+    if (s.weightType == 1) {
+        CompSum sw;
+        for (double v : w)
+            sw.add(v);
+        scale = sw.value() > 0 ? (double)w.size() / sw.value() : 1;
+    }
+    CompSum r;
+    for (size_t i = 0; i < e.size(); ++i)
+        r.add(s.weightType ? w[i] * scale * e[i] * e[i] : e[i] * e[i]);
+    *ess = r.value();
     return 0;
 }
 

@@ -38,6 +38,11 @@ struct RegScoreOut {
 // Break (messages written). out is untouched on failure.
 int reg2_robust(const RegScoreSpec &s, RegScoreOut *out);
 
+// The sum of squared residuals of the fit described by s (its y, x, b, cons, marks, weight), each
+// times its weight as the cross-products weigh it (aweights scaled to sum to the count), summed with
+// compensation in the data's order. 0; 909; 2000 when no observation is marked; 1 on Break.
+int reg2ess_smp(const RegScoreSpec &s, double *ess);
+
 // ---- The kernels, on the parallel frame (reg2score_smp.cpp) -------------------------------------
 
 // The fit's columns of the rows of a sandwich: row r is observation obs[r].

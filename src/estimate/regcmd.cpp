@@ -303,17 +303,19 @@ struct RobustAsk {
 // The robust variance in place of f.V, over the columns kept by the fit (a dropped column keeps its
 // zeros); with clusters df_r becomes the clusters less one; F, p's figures and df_m from the Wald
 // test that the slopes are 0 under the new variance, F missing when their variance is singular.
-int robust_fit(const RobustAsk &a, RegFit &f, int64_t *lev1, double *nclust) {
+// The columns the fit kept (the slopes, then the constant's position) and what the residual kernels
+// need to read the fit back from the data.
+RegScoreSpec score_spec(const RobustAsk &a, const RegFit &f, std::vector<int> &kept, int *nslopes) {
     const int nc = f.ncoef;
-    std::vector<int> kept;
+    kept.clear();
     for (int j = 0; j < f.p; ++j)
         if (!f.dropped[(size_t)j]) kept.push_back(j);
-    const int nslopes = (int)kept.size();
+    *nslopes = (int)kept.size();
     if (a.s.cons) kept.push_back(f.p);
     const int kk = (int)kept.size();
     RegScoreSpec rs;
     rs.y = a.vars[0];
-    for (int q = 0; q < nslopes; ++q)
+    for (int q = 0; q < *nslopes; ++q)
         rs.x.push_back(a.vars[(size_t)kept[(size_t)q] + 1]);
     for (int j : kept)
         rs.b.push_back(f.b[(size_t)j]);
@@ -331,6 +333,32 @@ int robust_fit(const RobustAsk &a, RegFit &f, int64_t *lev1, double *nclust) {
     rs.clusterVar = a.cvar;
     rs.form = a.form;
     rs.params = kk;
+    return rs;
+}
+
+// The residual sum of squares taken from the cross-products loses about as many digits as the
+// model explains: when it falls below this share of the total, it is summed again from the
+// residuals themselves, and the figures that follow from it are made anew.
+constexpr double RSS_RESUM = 1e-4;
+
+int resum_rss(const RobustAsk &a, RegFit &f) {
+    if (!(f.rss > 0 && f.rss < RSS_RESUM * f.tss)) return 0;
+    std::vector<int> kept;
+    int nslopes = 0;
+    const RegScoreSpec rs = score_spec(a, f, kept, &nslopes);
+    double ess = 0;
+    if (int rc = reg2ess_smp(rs, &ess)) return rc;
+    f.rss = ess;
+    reg2_stats(a.s, &f);
+    return 0;
+}
+
+int robust_fit(const RobustAsk &a, RegFit &f, int64_t *lev1, double *nclust) {
+    const int nc = f.ncoef;
+    std::vector<int> kept;
+    int nslopes = 0;
+    const RegScoreSpec rs = score_spec(a, f, kept, &nslopes);
+    const int kk = (int)kept.size();
     RegScoreOut ro;
     if (int rc = reg2_robust(rs, &ro)) return rc;
     std::fill(f.V.begin(), f.V.end(), 0.0);
@@ -492,11 +520,11 @@ int cmd__regress(int) {
     if (int rc = reg2_fit(s, xx, &f)) return rc;
     int64_t lev1 = 0;
     double nclust = 0;
-    if (robust) {
-        RobustAsk ask{vars, s,    marks, lo,
-                      hi,   safe, cvar,  o.hc2 ? SCORE_HC2 : o.hc3 ? SCORE_HC3 : SCORE_PLAIN};
+    const RobustAsk ask{vars, s,    marks, lo,
+                        hi,   safe, cvar,  o.hc2 ? SCORE_HC2 : o.hc3 ? SCORE_HC3 : SCORE_PLAIN};
+    if (int rc = resum_rss(ask, f)) return rc;
+    if (robust)
         if (int rc = robust_fit(ask, f, &lev1, &nclust)) return rc;
-    }
 
     // e(b), e(V): the regressors, then _cons; a base column stands with coefficient and variance 0
     std::vector<int> fitpos;

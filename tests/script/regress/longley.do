@@ -48,5 +48,7 @@ lre _b[x6] 1829.15146461355
 lre _se[x6] 455.478499142212
 lre _b[_cons] -3482258.63459582
 lre _se[_cons] 890420.383607373
+lre e(rmse) 304.854073561965
+lre e(r2) 0.995479004577296
 display "smallest LRE " %4.1f $minlre
 assert $minlre >= 9

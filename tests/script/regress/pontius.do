@@ -64,4 +64,9 @@ lre _b[xsq] -0.316081871345029E-14
 lre _se[xsq] 0.486652849992036E-16
 lre _b[_cons] 0.673565789473684E-03
 lre _se[_cons] 0.107938612033077E-03
+lre e(rmse) 0.205177424076185E-03
+lre e(r2) 0.999999900178537
+lre e(rss) 0.155761768796992E-05
 display "smallest LRE " %4.1f $minlre
+* a near-perfect fit: its residual sum of squares is summed from the residuals themselves
+assert $minlre >= 10
