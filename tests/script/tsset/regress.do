@@ -17,6 +17,13 @@ test L.x D.x
 quietly regress y lx dx
 display mreldif(b1, e(b)) "  " mreldif(V1, e(V)) "  " (r1 == e(r2))
 display %21.0g b1[1,1] "  " %21.0g _b[lx]
+* the robust and cluster forms read the operated columns as the plain fit does
+foreach v in "vce(robust)" "hc3" "vce(cluster t)" {
+	quietly regress y L.x D.x, `v'
+	matrix V1 = e(V)
+	quietly regress y lx dx, `v'
+	display "`v'  " mreldif(V1, e(V))
+}
 * the dependent variable operated, panels, and the combined operators
 clear
 input id t x y
