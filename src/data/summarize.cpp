@@ -119,19 +119,9 @@ int summarize_var(int v, const SumSample &s, bool detail, Summary *out) {
     const double m2w = m.m2 / m.w;
     out->skewness = m2w > 0 ? m3 / m.w / std::pow(m2w, 1.5) : lim.dot;
     out->kurtosis = m2w > 0 ? m4 / m.w / (m2w * m2w) : lim.dot;
-    // the four smallest and largest values, by selection, before the percentiles reorder x
-    const int64_t n = (int64_t)x.size();
-    std::vector<int64_t> ranks;
-    for (int64_t k = 0; k < 4; ++k) {
-        ranks.push_back(std::min(k, n - 1));
-        ranks.push_back(std::max<int64_t>(n - 1 - k, 0));
-    }
-    std::vector<double> ext;
-    select_ranks(x, ranks, ext);
-    for (int k = 0; k < 4; ++k) {
-        out->smallest[k] = k < n ? ext[(size_t)(2 * k)] : lim.dot;
-        out->largest[k] = k < n ? ext[(size_t)(2 * k + 1)] : lim.dot;
-    }
+    for (int k = 0; k < 4; ++k)
+        out->smallest[k] = out->largest[k] = lim.dot;
+    extremes4(x, out->smallest, out->largest);
     std::vector<double> pv;
     percentiles(x, w, std::vector<double>(PCTS, PCTS + 9), false, pv);
     std::copy(pv.begin(), pv.end(), out->p);

@@ -13,6 +13,8 @@
 
 namespace data {
 
+using session::lim;
+
 namespace {
 
 // Observations of one chunk. Fixed, so that chunks, and with them the bits of every result, are the
@@ -50,32 +52,41 @@ template <class F> void each_value(int v, int32_t i0, int32_t i1, F &&f) {
     }
 }
 
-// The moments of k values y (already shifted) with weights wv (null: 1), by two passes over the
-// chunk: the mean of a first pass, corrected by the sum of the deviations of the second.
-Moments chunk_moments(const double *y, const double *wv, const double *x, int64_t k) {
+// The gathered values of one chunk: the values less the shift, their weights, and what a first look
+// at them gives (the count, the extremes and the weighted sum of the values as they stand).
+struct Gathered {
+    int64_t k = 0;
+    double min = 0, max = 0, sum = 0;
+};
+
+// The moments of a chunk from its gathered values, by two passes: the mean of the first, corrected
+// by the sum of the deviations of the second. W: the chunk has weights.
+template <bool W> Moments chunk_moments(const double *y, const double *wv, const Gathered &g) {
     Moments m;
-    if (k == 0) return m;
-    m.n = (double)k;
-    m.min = m.max = x[0];
-    double sw = 0, swy = 0, sx = 0;
-    for (int64_t j = 0; j < k; ++j) {
-        const double w = wv ? wv[j] : 1.0;
+    if (g.k == 0) return m;
+    m.n = (double)g.k;
+    m.min = g.min;
+    m.max = g.max;
+    m.sum = g.sum;
+    double sw = 0, swy = 0;
+    for (int64_t j = 0; j < g.k; ++j) {
+        const double w = W ? wv[j] : 1.0;
         sw += w;
         swy += w * y[j];
-        sx += w * x[j];
-        m.min = std::min(m.min, x[j]);
-        m.max = std::max(m.max, x[j]);
     }
     m.w = sw;
-    m.sum = sx;
     if (sw == 0) return m;
     const double c = swy / sw;
     double d = 0, q = 0;
-    for (int64_t j = 0; j < k; ++j) {
-        const double w = wv ? wv[j] : 1.0;
+    for (int64_t j = 0; j < g.k; ++j) {
         const double e = y[j] - c;
-        d += w * e;
-        q += w * e * e;
+        if (W) {
+            d += wv[j] * e;
+            q += wv[j] * e * e;
+        } else {
+            d += e;
+            q += e * e;
+        }
     }
     m.mean = c + d / sw;
     m.m2 = std::max(0.0, q - d * d / sw);
@@ -136,23 +147,37 @@ int sum_moments(int v, const SumSample &s, Moments *out) {
     }
     const est::Team tm = est::choose_team(nchunks, est::granularity("summarize_smp"));
     est::ThreadStore ts;
-    if (int rc = ts.alloc(tm.size, sizeof(double) * 3 * CHUNK)) return rc;
+    if (int rc = ts.alloc(tm.size, sizeof(double) * 2 * CHUNK)) return rc;
     const int rc = est::run_region(tm, [&](int t, int64_t c0, int64_t c1) {
-        double *y = ts.at<double>(t), *wv = y + CHUNK, *x = wv + CHUNK;
+        double *y = ts.at<double>(t), *wv = y + CHUNK;
         for (int64_t c = c0; c < c1; ++c) {
             if (est::break_pending()) return;
             const int32_t i0 = s.lo + (int32_t)(c * CHUNK);
             const int32_t i1 = (int32_t)std::min<int64_t>(s.hi, (int64_t)i0 + CHUNK - 1);
-            int64_t k = 0;
-            each_value(v, i0, i1, [&](int32_t i, double xi) {
-                const double w = s.wt ? s.wt[i - s.lo] : 1.0;
-                if (w == 0 || is_missing(xi)) return;
-                x[k] = xi;
-                y[k] = xi - shift;
-                wv[k] = w;
-                ++k;
-            });
-            parts[(size_t)c] = chunk_moments(y, s.wt ? wv : nullptr, x, k);
+            Gathered g;
+            g.min = lim.dot;
+            g.max = -lim.dot;
+            if (s.wt) {
+                each_value(v, i0, i1, [&](int32_t i, double xi) {
+                    const double w = s.wt[i - s.lo];
+                    if (w == 0 || is_missing(xi)) return;
+                    g.min = std::min(g.min, xi);
+                    g.max = std::max(g.max, xi);
+                    g.sum += w * xi;
+                    y[g.k] = xi - shift;
+                    wv[g.k++] = w;
+                });
+                parts[(size_t)c] = chunk_moments<true>(y, wv, g);
+            } else {
+                each_value(v, i0, i1, [&](int32_t, double xi) {
+                    if (is_missing(xi)) return;
+                    g.min = std::min(g.min, xi);
+                    g.max = std::max(g.max, xi);
+                    g.sum += xi;
+                    y[g.k++] = xi - shift;
+                });
+                parts[(size_t)c] = chunk_moments<false>(y, nullptr, g);
+            }
         }
     });
     if (rc) return rc;
@@ -221,7 +246,13 @@ void select_within(std::vector<double> &x, int64_t lo, int64_t hi, const std::ve
     if (r0 >= r1 || lo >= hi) return;
     const size_t mid = r0 + (r1 - r0) / 2;
     const int64_t r = ranks[mid];
-    std::nth_element(x.begin() + lo, x.begin() + r, x.begin() + hi);
+    // the end of a part (the neighbour of a rank already placed) is its extreme: one linear pass
+    if (r == lo)
+        std::iter_swap(x.begin() + lo, std::min_element(x.begin() + lo, x.begin() + hi));
+    else if (r == hi - 1)
+        std::iter_swap(x.begin() + r, std::max_element(x.begin() + lo, x.begin() + hi));
+    else
+        std::nth_element(x.begin() + lo, x.begin() + r, x.begin() + hi);
     select_within(x, lo, r, ranks, r0, mid);
     select_within(x, r + 1, hi, ranks, mid + 1, r1);
 }
@@ -248,6 +279,37 @@ double snap(double P) {
 }
 
 } // namespace
+
+void extremes4(const std::vector<double> &x, double *lo, double *hi) {
+    int n = 0;
+    double a[4], b[4]; // ascending; descending
+    for (double v : x) {
+        if (n < 4) {
+            int j = n++;
+            for (; j > 0 && a[j - 1] > v; --j)
+                a[j] = a[j - 1];
+            a[j] = v;
+            for (j = n - 1; j > 0 && b[j - 1] < v; --j)
+                b[j] = b[j - 1];
+            b[j] = v;
+            continue;
+        }
+        if (v < a[3]) {
+            int j = 3;
+            for (; j > 0 && a[j - 1] > v; --j)
+                a[j] = a[j - 1];
+            a[j] = v;
+        }
+        if (v > b[3]) {
+            int j = 3;
+            for (; j > 0 && b[j - 1] < v; --j)
+                b[j] = b[j - 1];
+            b[j] = v;
+        }
+    }
+    std::copy(a, a + n, lo);
+    std::copy(b, b + n, hi);
+}
 
 void percentiles(std::vector<double> &x, std::vector<double> &w, const std::vector<double> &ps, bool altdef,
                  std::vector<double> &out) {

@@ -45,6 +45,10 @@ void sum_higher(const std::vector<double> &x, const std::vector<double> &w, doub
 // full sort: each rank is placed by nth_element within the part its neighbours leave.
 void select_ranks(std::vector<double> &x, const std::vector<int64_t> &ranks, std::vector<double> &out);
 
+// The four smallest values of x ascending into lo and the four largest descending into hi, in one
+// pass; places beyond the count of x are left alone.
+void extremes4(const std::vector<double> &x, double *lo, double *hi);
+
 // The p-th percentiles of x (weights w, empty for none) for each p in ps (0 to 100): the smallest
 // value at which the cumulative weight reaches p percent of the total, averaged with the next value
 // when the cumulative weight meets that point exactly. altdef (unweighted only): the interpolation

@@ -57,6 +57,17 @@ TEST(SummarizeSelect, RanksAgainstSort) {
         EXPECT_EQ(out[k], s[(size_t)ranks[k]]) << k;
 }
 
+TEST(SummarizeSelect, Extremes) {
+    double lo[4] = {0, 0, 0, 0}, hi[4] = {0, 0, 0, 0};
+    extremes4({5, 1, 9, 1, 7, 3, 8, 2}, lo, hi);
+    EXPECT_EQ(std::vector<double>(lo, lo + 4), (std::vector<double>{1, 1, 2, 3}));
+    EXPECT_EQ(std::vector<double>(hi, hi + 4), (std::vector<double>{9, 8, 7, 5}));
+    double l2[4] = {-1, -1, -1, -1}, h2[4] = {-1, -1, -1, -1};
+    extremes4({4, 2}, l2, h2);
+    EXPECT_EQ(std::vector<double>(l2, l2 + 4), (std::vector<double>{2, 4, -1, -1}));
+    EXPECT_EQ(std::vector<double>(h2, h2 + 4), (std::vector<double>{4, 2, -1, -1}));
+}
+
 Moments direct(const std::vector<double> &x) {
     Moments m;
     m.n = m.w = (double)x.size();

@@ -38,3 +38,7 @@ pctile qw = x [fweight = w]
 display qw[1]
 xtile cw = x [fweight = w]
 count if cw == 1
+* no observations: nothing is left behind
+xtile none = x if x > 100
+pctile none = x if x > 100
+confirm new variable none

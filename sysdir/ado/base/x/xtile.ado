@@ -23,7 +23,11 @@ program xtile
 	marksample touse, novarlist
 	tempvar x
 	quietly generate double `x' = `exp' if `touse'
-	// category k + 1 for a value above the k-th cut point (ascending) and at or below the next
+	// category k + 1 for a value above the k-th cut point (ascending) and at or below the next; the
+	// percentiles come first, so that a failure leaves no new variable behind
+	if "`cutpoints'" == "" {
+		quietly _pctile `x' `wgt' if `touse', nquantiles(`nquantiles') `altdef'
+	}
 	quietly generate `typlist' `varlist' = 1 if `x' < .
 	if "`cutpoints'" != "" {
 		tempvar c
@@ -37,7 +41,6 @@ program xtile
 		}
 	}
 	else {
-		quietly _pctile `x' `wgt' if `touse', nquantiles(`nquantiles') `altdef'
 		local ncut = `nquantiles' - 1
 		forvalues k = 1/`ncut' {
 			quietly replace `varlist' = `k' + 1 if `x' > r(r`k') & `x' < .
