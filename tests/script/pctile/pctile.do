@@ -42,3 +42,5 @@ count if cw == 1
 xtile none = x if x > 100
 pctile none = x if x > 100
 confirm new variable none
+generate str1 sv = "a"
+_pctile sv
