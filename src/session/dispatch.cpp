@@ -19,6 +19,7 @@
 #include "data/preserve.h"
 #include "data/scalar.h"
 #include "data/sort.h"
+#include "data/summarize.h"
 #include "data/tsset.h"
 #include "data/usecmd.h"
 #include "data/varlist.h"
