@@ -23,6 +23,7 @@
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
+#include "estimate/family.h"
 #include "estimate/logit.h"
 #include "estimate/regcmd.h"
 #include "estimate/robust.h"
