@@ -405,7 +405,7 @@ int coef_table(const std::string &level_text, const CoefTableOpts &o = CoefTable
                                  : 2 * data::xm::normal(-std::fabs(stat_v));
             double lo = ok ? coef - crit * se : data::xm::dot(), hi = ok ? coef + crit * se : data::xm::dot();
             double shown = coef, shown_se = se;
-            if (!o.eform.empty()) {
+            if (!o.eform.empty() && j < b.cols - o.eform_plain) {
                 // the exponentiated coefficient, its delta-method error and the interval's ends
                 shown = std::exp(coef);
                 shown_se = data::is_missing(se) ? se : shown * se;

@@ -17,6 +17,7 @@ struct CoefTableOpts {
     const std::vector<double> *beta = nullptr;
     std::string eform;
     bool plus = false;
+    int eform_plain = 0; // under eform, the last rows (cut points, ancillary parameters) as they are
 };
 // The coefficient table of e(b) and e(V) with those variants. 0 or the code, message written.
 int coef_table_with(const CoefTableOpts &o);

@@ -24,6 +24,7 @@
 #include "data/usecmd.h"
 #include "data/varlist.h"
 #include "data/xeq.h"
+#include "estimate/family.h"
 #include "estimate/logit.h"
 #include "estimate/mleval.h"
 #include "estimate/regcmd.h"
