@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# tabulate over 10,000,000 observations: `tabulate g` with 1,000 groups and the two-way `tabulate a b`
+# (20 by 30), and `correlate` of 10 double variables, in the same run, beside the peers on the same
+# data made in their own sessions: pandas' value_counts and crosstab and numpy's corrcoef under
+# /usr/bin/python3, and R's table and cor. Each figure of this system is the time of a session that
+# makes the data and runs the command three times, less one that only makes the data, divided by
+# three; best of three. The peers time the command alone, best of three.
+. "$(dirname "$0")/lib.sh"
+n=10000000
+make='set memory 1200m
+set obs '$n'
+generate long g = mod(_n * 7919, 1000)
+generate byte a = mod(_n * 31, 20)
+generate byte b = mod(_n * 17, 30)
+forvalues j = 1/10 {
+generate double x`j'"'"' = mod(_n * `j'"'"', 97) / 7 + sin(_n * `j'"'"')
+}'
+printf '%s\n' "$make" >base.do
+run() { { printf '%s\n' "$make"; for i in 1 2 3; do echo "$1"; done; } >"$2"; }
+run "quietly tabulate g" one.do
+run "quietly tabulate a b" two.do
+run "quietly correlate x1-x10" cor.do
+tb=$(best base.do)
+t1=$(( ($(best one.do) - tb) / 3 ))
+t2=$(( ($(best two.do) - tb) / 3 ))
+tc=$(( ($(best cor.do) - tb) / 3 ))
+echo "tabulate g (1,000 groups, 1e7 obs):   $t1 ms"
+echo "tabulate a b (20 by 30, 1e7 obs):     $t2 ms"
+echo "correlate x1-x10 (1e7 obs):           $tc ms"
+if /usr/bin/python3 -c "import pandas, numpy" 2>/dev/null; then
+    /usr/bin/python3 - <<'EOF'
+import time, numpy as np, pandas as pd
+n = 10_000_000
+i = np.arange(1, n + 1, dtype=np.int64)
+d = pd.DataFrame({"g": (i * 7919) % 1000, "a": ((i * 31) % 20).astype(np.int8), "b": ((i * 17) % 30).astype(np.int8)})
+X = np.column_stack([(i * j) % 97 / 7 + np.sin(i * j) for j in range(1, 11)])
+def best(f):
+    b = 1e9
+    for _ in range(3):
+        s = time.perf_counter(); f(); b = min(b, time.perf_counter() - s)
+    return round(b * 1000)
+print(f"pandas value_counts g:                {best(lambda: d.g.value_counts())} ms")
+print(f"pandas crosstab a b:                  {best(lambda: pd.crosstab(d.a, d.b))} ms")
+print(f"numpy corrcoef (10 vars):             {best(lambda: np.corrcoef(X, rowvar=False))} ms")
+EOF
+fi
+if command -v Rscript >/dev/null 2>&1; then
+    Rscript -e 'n <- 1e7; i <- 1:n; g <- (i * 7919) %% 1000; a <- (i * 31) %% 20; b <- (i * 17) %% 30
+        X <- sapply(1:10, function(j) (i * j) %% 97 / 7 + sin(i * j))
+        best <- function(f) { b <- Inf; for (r in 1:3) b <- min(b, system.time(f())[["elapsed"]]); round(b * 1000) }
+        cat(sprintf("R table(g):                           %d ms\n", best(function() table(g))))
+        cat(sprintf("R table(a, b):                        %d ms\n", best(function() table(a, b))))
+        cat(sprintf("R cor (10 vars):                      %d ms\n", best(function() cor(X))))' 2>/dev/null
+fi
