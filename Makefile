@@ -55,6 +55,7 @@ test: build build-asan
 	  python3 tests/runscripts.py --exe build-asan/orvat-px --sysdir $(SYSDIR) --label asan --quiet || rc=1; \
 	python3 tests/runscripts.py --exe build/orvat-px --sysdir $(SYSDIR) --sweep-processors || rc=1; \
 	bash tests/interop/run.sh build/orvat-px $(SYSDIR) || rc=1; \
+	bash tests/interop/tabulate.sh build/orvat-px $(SYSDIR) || rc=1; \
 	exit $$rc
 
 install: build

@@ -21,13 +21,16 @@ generate d = mod(floor(_n * _n / 11), 2)
 generate double x = sin(_n)
 generate double y = cos(_n * 3) + x / 4
 quietly tabulate a b, chi2 lrchi2 V
-display "chi2 " %21.15g r(chi2) " " %21.15g r(p) " " %21.15g r(chi2_lr) " " %21.15g r(p_lr) " " %21.15g r(CramersV)
+foreach s in chi2 p chi2_lr p_lr CramersV {
+    display "chi2 " %21.15g r(`s')
+}
 quietly tabulate c d in 1/40, exact
 display "fisher " %21.15g r(p_exact)
 quietly correlate x y
 display "rho " %21.15g r(rho)
 quietly oneway y a
-display "anova " %21.15g r(F) " " %21.15g r(chi2bart)
+display "anova " %21.15g r(F)
+display "anova " %21.15g r(chi2bart)
 EOF
 (cd "$work" && env -u TERM SYSDIR_ORVAT="$sysdir" HOME="$work" "$exe" -q -b do t.do)
 $py - "$work/t.log" <<'EOF'
@@ -37,7 +40,7 @@ got = {}
 for line in open(sys.argv[1]):
     w = line.split()
     if w and w[0] in ("chi2", "fisher", "rho", "anova"):
-        got[w[0]] = [float(v) for v in w[1:]]
+        got.setdefault(w[0], []).append(float(w[1]))
 n = np.arange(1, 5001)
 a = (n * n // 7) % 5
 b = np.floor(n * 1.37).astype(int) % 4
@@ -56,7 +59,7 @@ want = {"chi2": [chi2, p, g, pg, np.sqrt(chi2 / (t.sum() * (min(t.shape) - 1)))]
 bad = 0
 for k, v in want.items():
     for i, w in enumerate(v):
-        h = got.get(k, [None] * len(v))[i]
+        h = got.get(k, [None] * len(v))[i] if i < len(got.get(k, [])) else None
         if h is None or abs(h - w) > 1e-9 * max(1, abs(w)):
             print(f"interop tabulate: {k}[{i}] got {h}, scipy {w}"); bad = 1
 print("interop tabulate: FAILED" if bad else "interop tabulate: passed")
