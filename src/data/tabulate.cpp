@@ -90,6 +90,7 @@ std::string freq_text(double x, bool whole) { return whole ? fixed(x, 0) : trim(
 // The sample: the observations of if/in (and subpop) with a usable weight. integer: every weight is a
 // whole number (no weight, or frequency weights).
 int gather(const TabOpts &o, std::vector<int32_t> &obs, std::vector<double> &w, bool &integer) {
+    obs.reserve((size_t)std::max(0, sample_hi() - sample_lo() + 1));
     if (int rc = sample_obs(obs)) return rc;
     if (!o.subpop.empty()) {
         const int sv = find_var(o.subpop.c_str());
@@ -167,14 +168,23 @@ int make_indicators(const TabOpts &o, int v, const tab::Coded &c, const std::vec
 int oneway(const TabOpts &o, int v, const std::vector<int32_t> &obs, const std::vector<double> &w,
            bool integer) {
     tab::Coded c;
-    if (int rc = tab::code_var(v, obs, o.missing, MAX_ONEWAY, c)) return rc == 134 ? session::error(134) : rc;
+    // unweighted and without indicators, a count of each value is all the table needs
+    const bool codes = !w.empty() || !o.gen.empty();
+    if (int rc = tab::code_var(v, obs, o.missing, MAX_ONEWAY, c, codes))
+        return rc == 134 ? session::error(134) : rc;
     const int k = c.nlev();
     std::vector<double> cells((size_t)k, 0.0);
-    if (int rc = tab::count_cells(c.code, nullptr, 1, w.empty() ? nullptr : w.data(), integer, cells))
-        return rc;
     int64_t nobs = 0;
-    for (int32_t code : c.code)
-        nobs += code >= 0;
+    if (!c.code.empty() || c.count.empty()) {
+        if (int rc = tab::count_cells(c.code, nullptr, 1, w.empty() ? nullptr : w.data(), integer, cells))
+            return rc;
+        for (int32_t code : c.code)
+            nobs += code >= 0;
+    } else {
+        cells = c.count;
+        for (double x : cells)
+            nobs += (int64_t)x;
+    }
     double N = 0, sumw = 0;
     for (double x : cells)
         sumw += x;

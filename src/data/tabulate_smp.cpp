@@ -25,20 +25,41 @@ constexpr int64_t DIRECT_RANGE =
 struct Scan {
     double lo = 0, hi = 0;
     bool any = false, whole = true;
-    bool miss[NMISS] = {};
+    int64_t miss[NMISS] = {}; // observations at each missing value
 };
 
-void scan_block(const std::vector<double> &x, int64_t a, int64_t z, Scan &s) {
+// Reads variable v (of storage type T) at obs[a..z) into x and notes what the values are. The type
+// is a constant so that the cell reader folds to one load.
+template <int T>
+void gather_scan(int v, const std::vector<int32_t> &obs, double *x, int64_t a, int64_t z, Scan &s) {
+    const int32_t off = ds.offset[v - 1];
     for (int64_t i = a; i < z; ++i) {
-        const double v = x[(size_t)i];
-        if (is_missing(v)) {
-            s.miss[missing_index(v) % NMISS] = true;
+        if ((i & 0xFFFF) == 0 && est::break_pending()) return;
+        const double y = cell_get(row_addr(obs[(size_t)i]) + off, T);
+        x[i] = y;
+        if (is_missing(y)) {
+            ++s.miss[missing_index(y) % NMISS];
             continue;
         }
-        if (!s.any) s.lo = s.hi = v, s.any = true;
-        s.lo = std::min(s.lo, v);
-        s.hi = std::max(s.hi, v);
-        if (v != std::floor(v)) s.whole = false;
+        if (!s.any) s.lo = s.hi = y, s.any = true;
+        s.lo = std::min(s.lo, y);
+        s.hi = std::max(s.hi, y);
+        if (T != T_BYTE && T != T_INT && T != T_LONG && y != std::floor(y)) s.whole = false;
+    }
+}
+
+void gather_scan_any(int v, const std::vector<int32_t> &obs, double *x, int64_t a, int64_t z, Scan &s) {
+    switch (ds.vartype[v - 1]) {
+    case T_BYTE:
+        return gather_scan<T_BYTE>(v, obs, x, a, z, s);
+    case T_INT:
+        return gather_scan<T_INT>(v, obs, x, a, z, s);
+    case T_LONG:
+        return gather_scan<T_LONG>(v, obs, x, a, z, s);
+    case T_FLOAT:
+        return gather_scan<T_FLOAT>(v, obs, x, a, z, s);
+    default:
+        return gather_scan<T_DOUBLE>(v, obs, x, a, z, s);
     }
 }
 
@@ -79,14 +100,13 @@ int code_string(int v, const std::vector<int32_t> &obs, bool missing, int maxlev
 
 } // namespace
 
-int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, Coded &out) {
+int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, Coded &out, bool codes) {
     out = Coded{};
     if (is_string_type(ds.vartype[v - 1])) return code_string(v, obs, missing, maxlev, out);
     const int64_t n = (int64_t)obs.size();
     std::vector<double> x;
     try {
         x.resize((size_t)n);
-        out.code.resize((size_t)n);
     } catch (const std::bad_alloc &) {
         return session::error(909);
     }
@@ -96,18 +116,14 @@ int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, C
     for (int t = 0; t < tm.size; ++t)
         new (ts.at<Scan>(t)) Scan();
     if (est::run_region(tm, [&](int t, int64_t a, int64_t z) {
-            for (int64_t i = a; i < z; ++i) {
-                if ((i & 0xFFFF) == 0 && est::break_pending()) return;
-                x[(size_t)i] = get_num(v, obs[(size_t)i]);
-            }
-            scan_block(x, a, z, *ts.at<Scan>(t));
+            gather_scan_any(v, obs, x.data(), a, z, *ts.at<Scan>(t));
         }))
         return session::error(1);
     Scan s;
     for (int t = 0; t < tm.size; ++t) {
         const Scan &b = *ts.at<Scan>(t);
         for (int k = 0; k < NMISS; ++k)
-            s.miss[k] |= b.miss[k];
+            s.miss[k] += b.miss[k];
         if (!b.any) continue;
         s.whole &= b.whole;
         if (!s.any) s.lo = b.lo, s.hi = b.hi, s.any = true;
@@ -119,7 +135,7 @@ int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, C
     std::vector<double> missing_levels;
     for (int k = 0; k < NMISS; ++k) {
         misscode[k] = -1;
-        if (missing && s.miss[k]) {
+        if (missing && s.miss[k] > 0) {
             misscode[k] = (int32_t)missing_levels.size();
             missing_levels.push_back(missing_value(k));
         }
@@ -129,10 +145,11 @@ int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, C
         return c < 0 ? -1 : base + c;
     };
     if (s.any && s.whole && s.hi - s.lo < (double)DIRECT_RANGE) {
-        // whole numbers over a short range: a table of which occur, then the code of each by lookup
+        // whole numbers over a short range: a count of each value, then, when asked, the code of
+        // each observation by lookup
         const int64_t range = (int64_t)(s.hi - s.lo) + 1;
         std::vector<int32_t> at;
-        std::vector<uint8_t> seen;
+        std::vector<int64_t> seen;
         try {
             at.assign((size_t)range, -1);
             seen.assign((size_t)range * (size_t)tm.size, 0);
@@ -141,21 +158,37 @@ int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, C
         }
         const double lo = s.lo;
         if (est::run_region(tm, [&](int t, int64_t a, int64_t z) {
-                uint8_t *mine = &seen[(size_t)t * (size_t)range];
-                for (int64_t i = a; i < z; ++i)
-                    if (!is_missing(x[(size_t)i])) mine[(size_t)(x[(size_t)i] - lo)] = 1;
+                int64_t *mine = &seen[(size_t)t * (size_t)range];
+                for (int64_t i = a; i < z; ++i) {
+                    if ((i & 0xFFFF) == 0 && est::break_pending()) return;
+                    if (!is_missing(x[(size_t)i])) ++mine[(size_t)(x[(size_t)i] - lo)];
+                }
             }))
             return session::error(1);
         for (int64_t j = 0; j < range; ++j) {
-            bool any = false;
-            for (int t = 0; t < tm.size && !any; ++t)
-                any = seen[(size_t)t * (size_t)range + (size_t)j] != 0;
-            if (!any) continue;
+            int64_t k = 0;
+            for (int t = 0; t < tm.size; ++t)
+                k += seen[(size_t)t * (size_t)range + (size_t)j];
+            if (k == 0) continue;
             if ((int)out.num.size() >= maxlev) return 134;
             at[(size_t)j] = (int32_t)out.num.size();
             out.num.push_back(lo + (double)j);
+            out.count.push_back((double)k);
         }
+        if (!codes) {
+            if ((int)(out.num.size() + missing_levels.size()) > maxlev) return 134;
+            for (double y : missing_levels)
+                out.count.push_back((double)s.miss[missing_index(y) % NMISS]);
+            out.num.insert(out.num.end(), missing_levels.begin(), missing_levels.end());
+            return 0;
+        }
+        out.count.clear();
         const int32_t base = (int32_t)out.num.size();
+        try {
+            out.code.resize((size_t)n);
+        } catch (const std::bad_alloc &) {
+            return session::error(909);
+        }
         if (est::run_region(tm, [&](int, int64_t a, int64_t z) {
                 for (int64_t i = a; i < z; ++i) {
                     const double y = x[(size_t)i];
@@ -175,6 +208,11 @@ int code_var(int v, const std::vector<int32_t> &obs, bool missing, int maxlev, C
         out.num = std::move(u);
         const int32_t base = (int32_t)out.num.size();
         const std::vector<double> &lv = out.num;
+        try {
+            out.code.resize((size_t)n);
+        } catch (const std::bad_alloc &) {
+            return session::error(909);
+        }
         if (est::run_region(tm, [&](int, int64_t a, int64_t z) {
                 for (int64_t i = a; i < z; ++i) {
                     const double y = x[(size_t)i];
