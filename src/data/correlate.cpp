@@ -157,7 +157,7 @@ int cmd_correlate(int) {
     if (int rc = std_parse(spec)) return rc;
     bool means = false, noformat = false, covariance = false, wrap = false;
     const session::OptSpec specs[] = {
-        session::opt_flag("means", 1, means), session::opt_flag("noformat", 1, noformat),
+        session::opt_flag("means", 1, means), session::opt_flag("noformat", 3, noformat),
         session::opt_flag("covariance", 3, covariance), session::opt_flag("wrap", 4, wrap)};
     if (int rc = std_options(specs)) return rc;
     std::vector<int> vars;
@@ -243,7 +243,7 @@ int cmd_pwcorr(int) {
     const session::OptSpec specs[] = {
         session::opt_flag("obs", 1, obs),     session::opt_flag("sig", 1, sig),
         session::opt_real("star", 2, star),   session::opt_flag("bonferroni", 1, bonf),
-        session::opt_flag("sidak", 2, sidak), session::opt_real("print", 1, print)};
+        session::opt_flag("sidak", 3, sidak), session::opt_real("print", 1, print)};
     if (int rc = std_options(specs)) return rc;
     if (bonf && sidak) return session::fail(198, "bonferroni and sidak may not be combined\n");
     std::vector<int> vars;

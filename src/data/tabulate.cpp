@@ -49,9 +49,9 @@ std::vector<session::OptSpec> option_specs(TabOpts &o) {
     return {opt_flag("missing", 1, o.missing),   opt_flag("nolabel", 5, o.nolabel),
             opt_flag("sort", 4, o.sort),         opt_flag("plot", 4, o.plot),
             opt_flag("row", 3, o.row),           opt_flag("column", 3, o.column),
-            opt_flag("cell", 4, o.cell),         opt_flag("nofreq", 4, o.nofreq),
+            opt_flag("cell", 4, o.cell),         opt_flag("nofreq", 3, o.nofreq),
             opt_flag("expected", 1, o.expected), opt_flag("chi2", 3, o.chi2),
-            opt_flag("lrchi2", 3, o.lrchi2),     opt_flag("V", 1, o.V),
+            opt_flag("lrchi2", 2, o.lrchi2),     opt_flag("V", 1, o.V),
             opt_flag("exact", 4, o.exact),       opt_name("generate", 3, o.gen),
             opt_name("subpop", 6, o.subpop),     opt_name("matcell", 7, o.matcell),
             opt_name("matrow", 6, o.matrow),     opt_name("matcol", 6, o.matcol)};

@@ -51,3 +51,4 @@ correlate
 correlate s x1
 correlate x1 if x1 > 100
 correlate x1 [fweight = 0.5]
+cor x1 x2, cov nof

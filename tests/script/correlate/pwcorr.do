@@ -18,3 +18,8 @@ pwcorr x1 x2 x3, obs
 matrix N = r(Nobs)
 assert N[2,1] == 50 & N[3,1] == 60
 pwcorr x1 x2 x3, print(0.5)
+* the Sidak adjustment: 1 - (1 - p)^3 for three pairs
+replace x2 = mod(_n, 7) + 0.5 * cos(_n)
+pwcorr x1 x2 x3, sig sid
+matrix P = r(sig)
+assert reldif(P[3,1], 1 - (1 - 0.2725309675)^3) < 1e-8

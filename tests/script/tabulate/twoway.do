@@ -73,3 +73,5 @@ assert r(N) == 120
 * by: one table a group
 sort c
 by c: tabulate a b
+* the shortest forms of the command and its options
+ta c d, col nof chi lr
