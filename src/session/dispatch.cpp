@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "data/assert.h"
+#include "data/correlate.h"
 #include "data/count.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
@@ -16,10 +17,12 @@
 #include "data/list.h"
 #include "data/markcmd.h"
 #include "data/merge.h"
+#include "data/oneway.h"
 #include "data/preserve.h"
 #include "data/scalar.h"
 #include "data/sort.h"
 #include "data/summarize.h"
+#include "data/tabulate.h"
 #include "data/tsset.h"
 #include "data/usecmd.h"
 #include "data/varlist.h"
