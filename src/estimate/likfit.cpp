@@ -242,10 +242,10 @@ int fit_robust(const FitData &d, RobustInput &in, int k, int ne, bool cons, std:
     in.rows = d.rows;
     if (d.weighted) {
         in.w = d.w.data();
-        in.wtype = data::sm.wtype == data::WT_F   ? RW_F
-                   : data::sm.wtype == data::WT_A ? RW_A
-                   : data::sm.wtype == data::WT_P ? RW_P
-                                                  : RW_I;
+        in.wtype = data::sm.wtype == data::WT_F   ? RBW_F
+                   : data::sm.wtype == data::WT_A ? RBW_A
+                   : data::sm.wtype == data::WT_P ? RBW_P
+                                                  : RBW_I;
     }
     std::vector<int32_t> order;
     if (d.cvar) {

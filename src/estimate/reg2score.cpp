@@ -152,7 +152,7 @@ int reg2_robust(const RegScoreSpec &s, RegScoreOut *out) {
     in.score.push_back(e.data());
     if (weighted) {
         in.w = w.data();
-        in.wtype = s.weightType == 1 ? RW_A : s.weightType == 2 ? RW_F : s.weightType == 3 ? RW_I : RW_P;
+        in.wtype = s.weightType == 1 ? RBW_A : s.weightType == 2 ? RBW_F : s.weightType == 3 ? RBW_I : RBW_P;
     }
     in.cluster_start = std::move(start);
     std::vector<double> V;

@@ -360,10 +360,10 @@ int robust_run(bool &fatal) {
         in.score.push_back(subvar ? subscores[j].data() : data_cols[(size_t)scol[j]].data());
     if (weighted) {
         in.w = wts.data();
-        in.wtype = data::sm.wtype == data::WT_F   ? RW_F
-                   : data::sm.wtype == data::WT_A ? RW_A
-                   : data::sm.wtype == data::WT_P ? RW_P
-                                                  : RW_I;
+        in.wtype = data::sm.wtype == data::WT_F   ? RBW_F
+                   : data::sm.wtype == data::WT_A ? RBW_A
+                   : data::sm.wtype == data::WT_P ? RBW_P
+                                                  : RBW_I;
     }
 
     // the former variance saved, and the new one put in its place only once all is done

@@ -8,7 +8,7 @@ namespace est {
 
 // How a weight enters: pweights multiply the score, the others the outer product (by observation;
 // within a cluster every weight multiplies the score). Analytic weights are scaled to sum to n.
-enum RobustWeight : uint8_t { RW_NONE = 0, RW_F = 1, RW_A = 2, RW_P = 4, RW_I = 8 };
+enum RobustWeight : uint8_t { RBW_NONE = 0, RBW_F = 1, RBW_A = 2, RBW_P = 4, RBW_I = 8 };
 
 // What one call decides. The counts N, n and the factor are filled by the call.
 struct RobustSpec {
@@ -33,7 +33,7 @@ struct RobustInput {
     std::vector<int> eq;               // by parameter: its equation, 0 to ne-1
     std::vector<const double *> score; // by equation (one score serves every equation)
     const double *w = nullptr;         // the weights, or null
-    uint8_t wtype = RW_NONE;
+    uint8_t wtype = RBW_NONE;
     // With clustering: the rows in cluster order, and where each cluster starts in that order, with
     // rows as the last entry. Empty cluster_start: no clustering (order may still be given).
     const int32_t *order = nullptr;

@@ -54,7 +54,7 @@ inline double u_of(const RobustInput &in, int p, int64_t r) {
 void add_weights(const Meat &mt, int64_t r, double *cnt, double *sw) {
     const RobustInput &in = *mt.in;
     const double w = in.w ? in.w[r] : 1;
-    *cnt += (in.wtype == RW_F || in.wtype == RW_I) ? w : 1;
+    *cnt += (in.wtype == RBW_F || in.wtype == RBW_I) ? w : 1;
     *sw += w;
 }
 
@@ -63,7 +63,7 @@ void run_rows(const Meat &mt, int64_t a, int64_t z, Scratch &s, double *slot) {
     const RobustInput &in = *mt.in;
     const int k = mt.k;
     double *acc = slot, *cnt = slot + (size_t)k * (size_t)k, *sw = cnt + 2;
-    const bool pw = in.w && in.wtype == RW_P, ow = in.w && in.wtype != RW_P;
+    const bool pw = in.w && in.wtype == RBW_P, ow = in.w && in.wtype != RBW_P;
     for (int64_t b = a; b < z; b += SUB) {
         if (break_pending()) return;
         const int m = (int)std::min<int64_t>(SUB, z - b);
@@ -271,7 +271,7 @@ int robust_meat_smp(int k, const RobustInput &in, std::vector<double> &M, double
         sumw += sl[kk + 2];
     }
     // analytic weights scaled to sum to the count: once by observation, twice within a cluster sum
-    if (in.w && in.wtype == RW_A && sumw > 0) {
+    if (in.w && in.wtype == RBW_A && sumw > 0) {
         const double a = cnt / sumw, s = clustered ? a * a : a;
         for (double &v : M)
             v *= s;

@@ -134,11 +134,11 @@ TEST_F(Robust, WeightsEnterTheScoreOrTheOuterProduct) {
     in.w = d.w.data();
     std::vector<double> M;
     double nobs = 0, ncl = 0;
-    in.wtype = RW_P;
+    in.wtype = RBW_P;
     ASSERT_EQ(robust_meat_smp(3, in, M, &nobs, &ncl), 0);
     expect_close(M, naive_meat(d, false, d.w.data(), true));
     EXPECT_EQ(nobs, 500);
-    in.wtype = RW_F;
+    in.wtype = RBW_F;
     ASSERT_EQ(robust_meat_smp(3, in, M, &nobs, &ncl), 0);
     expect_close(M, naive_meat(d, false, d.w.data(), false));
     double sumw = 0;
@@ -146,7 +146,7 @@ TEST_F(Robust, WeightsEnterTheScoreOrTheOuterProduct) {
         sumw += w;
     EXPECT_EQ(nobs, sumw);
     // analytic weights are scaled to sum to the count
-    in.wtype = RW_A;
+    in.wtype = RBW_A;
     ASSERT_EQ(robust_meat_smp(3, in, M, &nobs, &ncl), 0);
     std::vector<double> want = naive_meat(d, false, d.w.data(), false);
     for (double &v : want)
@@ -155,7 +155,7 @@ TEST_F(Robust, WeightsEnterTheScoreOrTheOuterProduct) {
     // within a cluster every weight multiplies the score
     std::vector<int32_t> order;
     cluster_order(d, order, in);
-    in.wtype = RW_F;
+    in.wtype = RBW_F;
     ASSERT_EQ(robust_meat_smp(3, in, M, &nobs, &ncl), 0);
     expect_close(M, naive_meat(d, true, d.w.data(), true));
 }
@@ -173,7 +173,7 @@ TEST_F(Robust, FrequencyWeightsAreRepeatedRows) {
     }
     RobustInput a = d.input(), b = dup.input();
     a.w = d.w.data();
-    a.wtype = RW_F;
+    a.wtype = RBW_F;
     std::vector<double> D(9, 0.0), Va, Vb;
     for (int j = 0; j < 3; ++j)
         D[j * 4] = 1 + j;
@@ -279,7 +279,7 @@ TEST_F(Robust, ClustersAsRunsOfRows) {
     std::vector<int32_t> order;
     RobustInput via = d.input();
     via.w = d.w.data();
-    via.wtype = RW_P;
+    via.wtype = RBW_P;
     cluster_order(d, order, via);
     for (int32_t i : order) {
         sorted.x1.push_back(d.x1[i]);
@@ -289,7 +289,7 @@ TEST_F(Robust, ClustersAsRunsOfRows) {
     }
     RobustInput run = sorted.input();
     run.w = sorted.w.data();
-    run.wtype = RW_P;
+    run.wtype = RBW_P;
     run.cluster_start = via.cluster_start;
     std::vector<double> M1, M2;
     double n1, n2, c1, c2;
