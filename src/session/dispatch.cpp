@@ -25,6 +25,7 @@
 #include "data/xeq.h"
 #include "estimate/logit.h"
 #include "estimate/mleval.h"
+#include "estimate/mlopt.h"
 #include "estimate/regcmd.h"
 #include "estimate/robust.h"
 #include "lang/cls.h"
