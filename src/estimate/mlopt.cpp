@@ -428,53 +428,6 @@ int d_call(Fit &m, const std::vector<double> &b, int todo, double *ll, std::vect
     return 0;
 }
 
-// The gradient and Hessian of the log likelihood from its values alone: central differences on
-// steps scaled to each coefficient, the cross terms from the four corners.
-int d0_derivs(Fit &m, const std::vector<double> &b, double f0, std::vector<double> &g, std::vector<double> &H,
-              bool *ok) {
-    const int k = m.k;
-    std::vector<double> h((size_t)k), fp((size_t)k), fm((size_t)k);
-    g.assign((size_t)k, 0.0);
-    H.assign((size_t)k * (size_t)k, 0.0);
-    *ok = true;
-    std::vector<double> x = b;
-    for (int j = 0; j < k; ++j) {
-        h[(size_t)j] = step_at(b[(size_t)j]);
-        x[(size_t)j] = b[(size_t)j] + h[(size_t)j];
-        if (int rc = d_call(m, x, 0, &fp[(size_t)j], nullptr, nullptr)) return rc;
-        x[(size_t)j] = b[(size_t)j] - h[(size_t)j];
-        if (int rc = d_call(m, x, 0, &fm[(size_t)j], nullptr, nullptr)) return rc;
-        x[(size_t)j] = b[(size_t)j];
-        if (data::is_missing(fp[(size_t)j]) || data::is_missing(fm[(size_t)j])) {
-            *ok = false;
-            return 0;
-        }
-        g[(size_t)j] = (fp[(size_t)j] - fm[(size_t)j]) / (2 * h[(size_t)j]);
-        H[(size_t)j * k + j] = (fp[(size_t)j] - 2 * f0 + fm[(size_t)j]) / (h[(size_t)j] * h[(size_t)j]);
-    }
-    for (int j = 1; j < k; ++j)
-        for (int c = 0; c < j; ++c) {
-            const double sg[4][2] = {{1, 1}, {1, -1}, {-1, 1}, {-1, -1}};
-            double acc = 0;
-            for (const auto &s : sg) {
-                x[(size_t)j] = b[(size_t)j] + s[0] * h[(size_t)j];
-                x[(size_t)c] = b[(size_t)c] + s[1] * h[(size_t)c];
-                double f = 0;
-                const int rc = d_call(m, x, 0, &f, nullptr, nullptr);
-                x[(size_t)j] = b[(size_t)j];
-                x[(size_t)c] = b[(size_t)c];
-                if (rc) return rc;
-                if (data::is_missing(f)) {
-                    *ok = false;
-                    return 0;
-                }
-                acc += s[0] * s[1] * f;
-            }
-            H[(size_t)j * k + c] = H[(size_t)c * k + j] = acc / (4 * h[(size_t)j] * h[(size_t)c]);
-        }
-    return 0;
-}
-
 // d1: the Hessian from central differences of the evaluator's gradient, made symmetric.
 int d1_hessian(Fit &m, const std::vector<double> &b, std::vector<double> &H, bool *ok) {
     const int k = m.k;
@@ -502,6 +455,9 @@ int d1_hessian(Fit &m, const std::vector<double> &b, std::vector<double> &H, boo
     return 0;
 }
 
+int d0_derivs(Fit &m, const std::vector<double> &b, double f0, std::vector<double> &g, std::vector<double> &H,
+              bool *ok);
+
 // The log likelihood at b and, with derivs, its gradient and Hessian, by the model's method.
 int evaluate(Fit &m, const std::vector<double> &b, bool derivs, double *ll, std::vector<double> &g,
              std::vector<double> &H) {
@@ -516,6 +472,54 @@ int evaluate(Fit &m, const std::vector<double> &b, bool derivs, double *ll, std:
         if (int rc = d1_hessian(m, b, H, &ok)) return rc;
     }
     if (!ok) *ll = session::lim.dot;
+    return 0;
+}
+
+// The gradient and Hessian of the log likelihood from its values alone: central differences on
+// steps scaled to each coefficient, the cross terms from the four corners.
+int d0_derivs(Fit &m, const std::vector<double> &b, double f0, std::vector<double> &g, std::vector<double> &H,
+              bool *ok) {
+    const int k = m.k;
+    std::vector<double> h((size_t)k), fp((size_t)k), fm((size_t)k), gw, hw;
+    g.assign((size_t)k, 0.0);
+    H.assign((size_t)k * (size_t)k, 0.0);
+    *ok = true;
+    std::vector<double> x = b;
+    auto value = [&](double *f) { return evaluate(m, x, false, f, gw, hw); };
+    for (int j = 0; j < k; ++j) {
+        h[(size_t)j] = step_at(b[(size_t)j]);
+        x[(size_t)j] = b[(size_t)j] + h[(size_t)j];
+        if (int rc = value(&fp[(size_t)j])) return rc;
+        x[(size_t)j] = b[(size_t)j] - h[(size_t)j];
+        if (int rc = value(&fm[(size_t)j])) return rc;
+        x[(size_t)j] = b[(size_t)j];
+        if (data::is_missing(fp[(size_t)j]) || data::is_missing(fm[(size_t)j])) {
+            *ok = false;
+            return 0;
+        }
+        g[(size_t)j] = (fp[(size_t)j] - fm[(size_t)j]) / (2 * h[(size_t)j]);
+        H[(size_t)j * k + j] = (fp[(size_t)j] - 2 * f0 + fm[(size_t)j]) / (h[(size_t)j] * h[(size_t)j]);
+    }
+    for (int j = 1; j < k; ++j)
+        for (int c = 0; c < j; ++c) {
+            const double sg[4][2] = {{1, 1}, {1, -1}, {-1, 1}, {-1, -1}};
+            double acc = 0;
+            for (const auto &sv : sg) {
+                x[(size_t)j] = b[(size_t)j] + sv[0] * h[(size_t)j];
+                x[(size_t)c] = b[(size_t)c] + sv[1] * h[(size_t)c];
+                double f = 0;
+                const int rc = value(&f);
+                x[(size_t)j] = b[(size_t)j];
+                x[(size_t)c] = b[(size_t)c];
+                if (rc) return rc;
+                if (data::is_missing(f)) {
+                    *ok = false;
+                    return 0;
+                }
+                acc += sv[0] * sv[1] * f;
+            }
+            H[(size_t)j * k + c] = H[(size_t)c * k + j] = acc / (4 * h[(size_t)j] * h[(size_t)c]);
+        }
     return 0;
 }
 
@@ -539,14 +543,15 @@ bool positive_definite(const std::vector<double> &a, int k) {
     return true;
 }
 
-// difficult: where the objective's Hessian is not positive definite, a ridge on its diagonal,
-// grown until it is, so that the step still goes downhill.
-void ridge(std::vector<double> &A, int k) {
+// Where the objective's Hessian is not positive definite (a region where the likelihood is not
+// concave), a ridge on its diagonal, grown until it is, so that the step still goes downhill;
+// difficult starts the ridge larger, which leans the step further towards steepest descent.
+void ridge(std::vector<double> &A, int k, bool difficult) {
     if (positive_definite(A, k)) return;
     double scale = 0;
     for (int j = 0; j < k; ++j)
         scale = std::max(scale, std::abs(A[(size_t)j * k + j]));
-    double lambda = std::max(scale, 1.0) * 1e-6;
+    double lambda = std::max(scale, 1.0) * (difficult ? 1e-2 : 1e-6);
     std::vector<double> B;
     for (int t = 0; t < 60; ++t, lambda *= 4) {
         B = A;
@@ -769,14 +774,19 @@ int maximize(Fit &m, const MaxOpts &o) {
             H.resize(hl.size());
             for (size_t j = 0; j < hl.size(); ++j)
                 H[j] = -hl[j];
-            if (o.difficult) ridge(H, m.k);
+            ridge(H, m.k, o.difficult);
         }
         return 0;
     };
     if (int rc = optimize(op, b)) return rc;
     if (op.status == OPT_SINGULAR) return fail(430, "Hessian is singular at the final values\n");
     const double ll = data::is_missing(op.objective) ? session::lim.dot : -op.objective;
+    // the dense inverse leaves the two triangles a rounding apart
     std::vector<double> V = op.V;
+    for (int i = 0; i < m.k; ++i)
+        for (int j = 0; j < i; ++j)
+            V[(size_t)i * m.k + j] = V[(size_t)j * m.k + i] =
+                (V[(size_t)i * m.k + j] + V[(size_t)j * m.k + i]) / 2;
     double nclust = 0;
     if (robust)
         if (int rc = robust_lf(m, b, V, cvar, &nclust)) return rc;
@@ -904,7 +914,9 @@ int check(Fit &m) {
             return r;
         passed = !changed;
     }
-    if (m.meth == M_D1 || m.meth == M_D2) {
+    if (m.meth == M_LF)
+        if (int r = evaluate(m, b, true, &ll, g, H)) return r;
+    if (m.meth != M_D0) {
         std::vector<double> gn, Hn;
         bool ok = true;
         if (int r = d0_derivs(m, b, ll, gn, Hn, &ok)) return r;
@@ -914,7 +926,7 @@ int check(Fit &m) {
         std::string s = "{txt}  the gradient beside numerical derivatives: mreldif = {res}" +
                         fmt(dg, "%9.0g") + (gok ? "{txt}: {res}passed" : "{txt}: {err}FAILED") + "\n";
         passed = passed && gok;
-        if (m.meth == M_D2) {
+        if (m.meth != M_D1) {
             const double dh = mreldif(H, Hn);
             const bool hok = dh <= 1e-4;
             s += "{txt}  the Hessian beside numerical derivatives: mreldif = {res}" + fmt(dh, "%9.0g") +
