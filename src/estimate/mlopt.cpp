@@ -602,7 +602,10 @@ int show(const std::string &level) {
     const std::string title = emacro("title"), crit = emacro("crittype");
     auto right = [](const std::string &label, const std::string &value) {
         std::string l = label;
-        l.resize(16, ' ');
+        if (l.size() < 16)
+            l.resize(16, ' ');
+        else
+            l += ' ';
         return "{txt}" + l + "= {res}" + value + "\n";
     };
     auto left = [](const std::string &s, size_t visible) {
@@ -611,7 +614,15 @@ int show(const std::string &level) {
     std::string s = "\n";
     s += left("{txt}" + title, title.size()) + right("Number of obs", fmt(escalar("N"), "%10.0f"));
     const std::string cv = emacro("clustvar");
-    if (!cv.empty()) s += left("", 0) + right("Number of clusters (" + cv + ")", "");
+    if (!cv.empty()) {
+        // a long name takes room from the count's field, so that the line stays within 78 columns
+        const std::string lab = "Number of clusters (" + cv + ")";
+        std::string n = fmt(escalar("N_clust"), "%10.0f");
+        const size_t used = 50 + std::max<size_t>(lab.size() + 1, 16) + 2;
+        while (n.size() > 1 && n[0] == ' ' && used + n.size() > 78)
+            n.erase(0, 1);
+        s += left("", 0) + right(lab, n);
+    }
     char chi[32];
     std::snprintf(chi, sizeof chi, "Wald chi2(%.0f)", escalar("df_m"));
     s += left("", 0) + right(chi, fmt(escalar("chi2"), "%10.2f"));
@@ -621,13 +632,6 @@ int show(const std::string &level) {
     s += left("{txt}" + llword + "{res}" + llv, llword.size() + llv.size()) +
          right("Prob > chi2", fmt(escalar("p"), "%10.4f"));
     s += "\n";
-    if (!cv.empty()) {
-        // the cluster count stands on its own line, after the label
-        const std::string lab = "Number of clusters (" + cv + ")";
-        const size_t at = s.find(lab);
-        const size_t eq = s.find("= {res}", at);
-        s.insert(eq + 7, fmt(escalar("N_clust"), "%10.0f"));
-    }
     if (int rc = out::out_rimu(s)) return rc;
     mat::CoefTableOpts t;
     t.level = level;
@@ -761,8 +765,10 @@ int maximize(Fit &m, const MaxOpts &o) {
     op.flagSingular = true;
     op.showLog = !o.nolog;
     op.word = word;
-    op.evaluator = [&m, &o](const std::vector<double> &bb, int want, double *f, std::vector<double> &g,
-                            std::vector<double> &H) {
+    // the objective's Hessian of the last call with derivatives, before any ridge
+    std::vector<double> raw;
+    op.evaluator = [&m, &o, &raw](const std::vector<double> &bb, int want, double *f, std::vector<double> &g,
+                                  std::vector<double> &H) {
         double ll = 0;
         std::vector<double> gl, hl;
         if (int rc = evaluate(m, bb, want == EVAL_DERIVS, &ll, gl, hl)) return rc;
@@ -774,12 +780,15 @@ int maximize(Fit &m, const MaxOpts &o) {
             H.resize(hl.size());
             for (size_t j = 0; j < hl.size(); ++j)
                 H[j] = -hl[j];
+            raw = H;
             ridge(H, m.k, o.difficult);
         }
         return 0;
     };
     if (int rc = optimize(op, b)) return rc;
-    if (op.status == OPT_SINGULAR) return fail(430, "Hessian is singular at the final values\n");
+    // the last call with derivatives was at the final values: a maximum has a negative definite Hessian
+    if (op.status == OPT_SINGULAR || (op.iterations > 0 && !positive_definite(raw, m.k)))
+        return fail(430, "Hessian is not negative definite at the final values\n");
     const double ll = data::is_missing(op.objective) ? session::lim.dot : -op.objective;
     // the dense inverse leaves the two triangles a rounding apart
     std::vector<double> V = op.V;

@@ -240,8 +240,12 @@ program ml_init
 		}
 		exit
 	}
-	confirm matrix `anything'
-	if rowsof(`anything') != 1 | colsof(`anything') != $ML_k {
+	capture local r = rowsof(`anything')
+	if _rc {
+		display as error "matrix `anything' not found"
+		exit 111
+	}
+	if `r' != 1 | colsof(`anything') != $ML_k {
 		display as error "`anything' must be a 1 x $ML_k vector"
 		exit 503
 	}
