@@ -30,6 +30,7 @@
 #include "estimate/family.h"
 #include "estimate/logit.h"
 #include "estimate/mleval.h"
+#include "estimate/mlopt.h"
 #include "estimate/regcmd.h"
 #include "estimate/robust.h"
 #include "lang/cls.h"
