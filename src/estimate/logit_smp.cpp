@@ -111,20 +111,35 @@ inline double sum(const double *x, int n) {
     return s0 + s1;
 }
 
-// xb of rows [a, a+m) in extended precision: the regressors, the constant, the offset.
+// xb of rows [a, a+m) in extended precision: the regressors, the constant, the offset. Row by row,
+// so that the running sum stays in the extended register across the columns.
 void linear(const BinModel &m, const std::vector<double> &b, int64_t a, int len, long double *xb) {
     const int nx = (int)m.x.size();
     const long double c = m.cons ? (long double)b[(size_t)nx] : 0.0L;
-    for (int t = 0; t < len; ++t)
-        xb[t] = c;
-    if (!m.offset.empty())
-        for (int t = 0; t < len; ++t)
-            xb[t] += m.offset[(size_t)(a + t)];
+    constexpr int NX_STACK = 64;
+    const double *xs_stack[NX_STACK];
+    long double bs_stack[NX_STACK];
+    std::vector<const double *> xs_heap;
+    std::vector<long double> bs_heap;
+    const double **xs = xs_stack;
+    long double *bs = bs_stack;
+    if (nx > NX_STACK) {
+        xs_heap.resize((size_t)nx);
+        bs_heap.resize((size_t)nx);
+        xs = xs_heap.data();
+        bs = bs_heap.data();
+    }
     for (int j = 0; j < nx; ++j) {
-        const long double bj = b[(size_t)j];
-        const double *x = m.x[(size_t)j].data() + a;
-        for (int t = 0; t < len; ++t)
-            xb[t] += bj * x[t];
+        xs[j] = m.x[(size_t)j].data() + a;
+        bs[j] = b[(size_t)j];
+    }
+    const double *off = m.offset.empty() ? nullptr : m.offset.data() + a;
+    for (int t = 0; t < len; ++t) {
+        long double acc = c;
+        if (off) acc += off[t];
+        for (int j = 0; j < nx; ++j)
+            acc += bs[j] * xs[j][t];
+        xb[t] = acc;
     }
 }
 
