@@ -36,15 +36,15 @@ program regress, eclass
 	if `"`eform'"' != "" local shown `shown' eform(`eform')
 	local fitopts `constant' `hascons' `tsscons' `mse1'
 	if `"`depname'"' != "" local fitopts `fitopts' depname(`depname')
-	* plain variables without weights: the pass of the fit finds the sample itself
-	if "`robust'`cluster'`hc2'`hc3'`weight'" == "" & !strpos(`"`varlist'"', ".") {
-		_regress `varlist' `if' `in', `fitopts' `shown' `options'
+	* the robust and cluster forms are made by _regress itself, from the residuals of the fit
+	local vceopts `robust' `hc2' `hc3'
+	if "`cluster'" != "" local vceopts `vceopts' cluster(`cluster')
+	* without weights the pass of the fit finds the sample itself, missing clusters included
+	if "`weight'" == "" {
+		_regress `varlist' `if' `in', `fitopts' `shown' `vceopts' `options'
 		exit
 	}
 	marksample touse
 	if "`cluster'" != "" markout `touse' `cluster', strok
-	* the robust and cluster forms are made by _regress itself, from the residuals of the fit
-	local vceopts `robust' `hc2' `hc3'
-	if "`cluster'" != "" local vceopts `vceopts' cluster(`cluster')
 	_regress `varlist' `wgt' if `touse', `fitopts' `shown' `vceopts' `options'
 end
