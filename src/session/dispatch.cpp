@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "data/assert.h"
+#include "data/collapse.h"
 #include "data/count.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
+#include "data/egen.h"
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
 #include "data/gen.h"
