@@ -326,14 +326,9 @@ int cmd_collapse(int) {
         }
     }
 
-    // the swap: observations beyond the groups go, the by-variables get the groups' values, the
+    // the swap: as many observations as groups, whose by-variables get the groups' values; the
     // other variables go and the targets come
-    if (ds.nobs > g.ngroups) {
-        std::vector<uint8_t> remove((size_t)ds.nobs, 0);
-        for (int32_t i = g.ngroups; i < ds.nobs; ++i)
-            remove[(size_t)i] = 1;
-        if (int rc = drop_obs_mask(remove.data())) return rc;
-    }
+    obs_reset(g.ngroups);
     std::vector<uint8_t> flags((size_t)ds.nvar, 1);
     for (int v : byvars)
         flags[(size_t)v - 1] = 0;

@@ -188,8 +188,10 @@ int group_obs(const std::vector<int> &keys, const int32_t *obs, int64_t n, Group
     std::vector<uint64_t> acc, c;
     int32_t kacc = n > 0 ? 1 : 0;
     try {
-        acc.assign((size_t)n, 0);
-        if (!keys.empty()) c.resize((size_t)n);
+        if (keys.empty())
+            acc.assign((size_t)n, 0);
+        else
+            c.resize((size_t)n);
     } catch (const std::bad_alloc &) {
         return session::error(909);
     }
@@ -202,6 +204,7 @@ int group_obs(const std::vector<int> &keys, const int32_t *obs, int64_t n, Group
         if (q == 0) {
             acc.swap(c);
             kacc = k;
+            if (keys.size() > 1) c.resize((size_t)n);
             continue;
         }
         for (int64_t j = 0; j < n; ++j)
