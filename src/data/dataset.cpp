@@ -921,6 +921,13 @@ int obs_drop_finish(int svar, int32_t *removed_out) {
     return 0;
 }
 
+void obs_reset(int32_t n) {
+    identity_index(0);
+    if (n < ds.nobs) ds.nobs = n;
+    ds.sortlist[0] = 0;
+    bump_changed();
+}
+
 int drop_obs_mask(const uint8_t *remove, int32_t *removed) {
     int s;
     if (int rc = obs_drop_begin(&s)) return rc;

@@ -194,6 +194,9 @@ int obs_drop_begin(int *svar);
 int obs_drop_finish(int svar, int32_t *removed = nullptr);
 // Both in one: remove[i-1] set for each observation i to go.
 int drop_obs_mask(const uint8_t *remove, int32_t *removed = nullptr);
+// The first n observations of the physical rows in place of the data's (n at most the count), their
+// cells as the rows hold them, unsorted: for a command that writes every cell it keeps (collapse).
+void obs_reset(int32_t n);
 
 // ---- The partition ----------------------------------------------------------------------------
 

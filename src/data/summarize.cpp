@@ -43,10 +43,8 @@ int run_record(ExprRecord &rec, int32_t lo, int32_t hi, double *out) {
     return expr_lastrc;
 }
 
-// The sample of the line as weights: for each observation of the range, 0 when the `if` rejects it
-// or its weight is missing or 0, else its weight (1 without one). Left empty (every observation in,
-// weight 1) when the line has neither an `if` nor a weight. A negative weight of a kind that must
-// be positive fails with 402, a frequency weight that is not an integer with 401.
+} // namespace
+
 int sample_weights(int32_t lo, int32_t hi, std::vector<double> &wt) {
     wt.clear();
     if (hi < lo || (!sm.ifpresent && sm.wtype == WT_NONE)) return 0;
@@ -81,6 +79,8 @@ int sample_weights(int32_t lo, int32_t hi, std::vector<double> &wt) {
     }
     return 0;
 }
+
+namespace {
 
 // The figures of one variable as summarize reports them.
 struct Summary {

@@ -132,6 +132,11 @@ int command_kind(const std::string &word, ByKind *kind, bool *announce) {
     if (const session::CmdRow *r = session::find_command(word.c_str())) {
         if (std::strcmp(r->name, "by") == 0 || std::strcmp(r->name, "bysort") == 0)
             return session::error(7198);
+        if (r->flags & session::CF_BYONE) {
+            *kind = BK_ONECALL;
+            *announce = false;
+            return 0;
+        }
         if (!(r->flags & session::CF_BY))
             return session::fail(190, std::string(r->name) + " may not be combined with by\n");
         *kind = BK_LOOP;

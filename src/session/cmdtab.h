@@ -4,7 +4,7 @@
 // Flags (session/commands.h): CF_SKIP looked at while a branch is skipped, to keep block structure;
 // CF_LOOP a loop head, not expanded when typed; CF_PREFIX read past when a typed line is checked for
 // a loop head; CF_SHORT one letter is enough as such a prefix, and while skipping under version 8;
-// CF_BY may run under the by prefix.
+// CF_BY may run under the by prefix; CF_BYONE runs once under it, with the groups in __byindex.
 // clang-format off
 X(_asis,             5, cmd_na, 0, V_ANY, 0)
 X(_byobs,            6, lang::cmd_byobs, 0, V_ANY, CF_SKIP)
@@ -93,6 +93,7 @@ X(checksum,          8, cmd_na, 0, V_ANY, 0)
 X(chelp,             2, out::cmd_chelp, 0, V_ANY, 0)
 X(class,             5, lang::cmd_class, 0, V_ANY, CF_SKIP)
 X(c_local,           7, lang::cmd_macdef, 7, V_ANY, 0)
+X(collapse,          8, data::cmd_collapse, 0, V_ANY, 0)
 X(compress,          8, data::cmd_compress, 0, V_ANY, 0)
 X(confirm,           4, lang::cmd_confirm, 0, V_ANY, 0)
 X(constraint,        4, mat::cmd_constraint, 0, V_ANY, 0)
@@ -121,6 +122,7 @@ X(erase,             5, cmd_na, 0, V_ANY, 0)
 X(error,             3, cmd_error, 0, V_ANY, 0)
 X(estimates,         3, cmd_na, 0, V_LT800, 0)
 X(ereturn,           4, mat::cmd_ereturn, 0, V_GE800, 0)
+X(egen,              4, data::cmd_egen, 0, V_ANY, CF_BYONE)
 X(exit,              1, lang::cmd_exit, 0, V_ANY, 0)
 X(expand,            6, cmd_na, 0, V_ANY, 0)
 X(forvalues,         4, lang::cmd_forvalues, 0, V_ANY, CF_SKIP|CF_LOOP)

@@ -14,6 +14,7 @@ enum CmdFlag : uint8_t {
     CF_PREFIX = 4, // read past when a typed line is checked for a loop head
     CF_SHORT = 8,  // one letter is enough as that prefix, and while skipping under version 8 and later
     CF_BY = 16,    // may run under the by prefix, once for each group
+    CF_BYONE = 32, // may run under the by prefix once, the groups handed over in __byindex
 };
 
 struct CmdRow {

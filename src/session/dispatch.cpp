@@ -6,10 +6,12 @@
 #include <vector>
 
 #include "data/assert.h"
+#include "data/collapse.h"
 #include "data/correlate.h"
 #include "data/count.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
+#include "data/egen.h"
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
 #include "data/gen.h"
