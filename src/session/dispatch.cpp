@@ -9,6 +9,8 @@
 #include "data/count.h"
 #include "data/datacmd.h"
 #include "data/dataset.h"
+#include "data/encode.h"
+#include "data/expand.h"
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
 #include "data/gen.h"
@@ -47,10 +49,12 @@
 #include "session/commands.h"
 #include "session/errorcmd.h"
 #include "session/errors.h"
+#include "session/filefilter.h"
 #include "session/input.h"
 #include "session/loop.h"
 #include "session/memory.h"
 #include "session/tok.h"
+#include "session/zipfile.h"
 
 namespace session {
 
