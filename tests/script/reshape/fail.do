@@ -13,6 +13,10 @@ capture noisily reshape long x, i(nosuch) j(t)
 display _rc
 capture noisily reshape long x, i(id) j(z)
 display _rc
+generate x = 1
+capture noisily reshape long x, i(id) j(t)
+display _rc
+drop x
 capture noisily reshape sideways x, i(id) j(t)
 display _rc
 clear
@@ -30,4 +34,12 @@ reshape error
 replace t = 3 in 3
 capture noisily reshape wide x, i(id) j(t)
 display _rc
+list
+* A new name that is taken; then w made constant, and the unbalanced data go wide.
+replace w = 7 if id == 1
+generate x3 = 0
+capture noisily reshape wide x, i(id) j(t)
+display _rc
+drop x3
+reshape wide x, i(id) j(t)
 list

@@ -15,3 +15,4 @@ reshape long x, i(id) j(t 1/3)
 list
 reshape wide
 list
+reshape wide

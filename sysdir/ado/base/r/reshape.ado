@@ -22,6 +22,10 @@ program reshape
 			exit 198
 		}
 		if "`how'" == "wide" local values
+		if "`: char _dta[ReS_form]'" == "`how'" {
+			display as text "(data already `how')"
+			exit
+		}
 	}
 	else {
 		syntax anything(name=stubs), I(string) J(string) [String]
@@ -128,6 +132,10 @@ program Long
 	// Each stub's variables and the type that holds them all.
 	local xij
 	foreach s of local stubs {
+		if `: list s in all' {
+			display as error "variable `s' already defined"
+			exit 110
+		}
 		local have
 		foreach v of local values {
 			local name `s'`v'
@@ -174,11 +182,6 @@ program Long
 		}
 	}
 	foreach s of local stubs {
-		capture confirm new variable `s'
-		if _rc {
-			display as error "variable `s' already defined"
-			exit 110
-		}
 		local miss = cond(substr("`type_`s''", 1, 3) == "str", `""""', ".")
 		quietly generate `type_`s'' `s' = `miss'
 		format `s' `fmt_`s''
@@ -202,6 +205,7 @@ program Long
 	char _dta[ReS_Xij] `stubs'
 	char _dta[ReS_jv] `values'
 	char _dta[ReS_str] `string'
+	char _dta[ReS_form] long
 	Summary wide long `nobs0' `=_N' `nvar0' `nvar1' `nj' "`j'" "`xij'" "`stubs'" "`values'"
 end
 
@@ -269,17 +273,21 @@ program Wide
 	local values `r(values)'
 	restore
 	local nj : word count `values'
+	foreach s of local stubs {
+		foreach v of local values {
+			local name `s'`v'
+			if `: list name in all' {
+				display as error "variable `name' already defined"
+				exit 110
+			}
+		}
+	}
 	local xij
 	foreach s of local stubs {
 		local type : type `s'
 		local fmt : format `s'
 		foreach v of local values {
 			local name `s'`v'
-			capture confirm new variable `name'
-			if _rc {
-				display as error "variable `name' already defined"
-				exit 110
-			}
 			local cond = cond(`jstr', `"`j' == "`v'""', "`j' == `v'")
 			quietly by `i': generate long `pos' = sum((`cond') * _n)
 			quietly by `i': generate `type' `name' = `s'[`pos'[_N]]
@@ -298,6 +306,7 @@ program Wide
 	char _dta[ReS_Xij] `stubs'
 	char _dta[ReS_jv] `values'
 	char _dta[ReS_str] `string'
+	char _dta[ReS_form] wide
 	Summary long wide `nobs0' `=_N' `nvar0' `nvar1' `nj' "`j'" "`stubs'" "`xij'" "`values'"
 end
 
