@@ -57,6 +57,7 @@ int cmd_encode(int) {
     std::vector<ValueLabel> entries;
     std::unordered_map<std::string, int32_t> code;
     int32_t top = 0;
+    if (noextend && !vl_exists(label.c_str())) return session::label_not_found(label);
     if (vl_exists(label.c_str())) {
         vl_entries(label.c_str(), entries);
         for (const ValueLabel &e : entries) {

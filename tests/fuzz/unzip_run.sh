@@ -13,7 +13,8 @@ cmake -S "$root" -B "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DORVAT_SANITIZE
     cmake --build "$root/build-asan" -j2 --target orvat-px >/dev/null || exit 1
 exe="$root/build-asan/orvat-px"
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+[ -n "${KEEP:-}" ] || trap 'rm -rf "$work"' EXIT
+echo "work: $work" >&2
 export SYSDIR_ORVAT="$root/sysdir" HOME="$work"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1:abort_on_error=1
 mkdir -p "$work/seeds" "$root/tests/fuzz/crashes"
