@@ -16,3 +16,15 @@ list
 reshape wide
 list
 reshape wide
+* The place of j inside the names: @.
+clear
+input id a1x a2x b
+1 10 11 5
+2 20 21 6
+end
+reshape long a@x, i(id) j(q)
+list
+reshape wide
+list
+capture noisily reshape long a@y, i(id) j(q)
+display _rc

@@ -85,6 +85,22 @@ program Widest, rclass
 	else return local type : word `rank' of byte int long float double
 end
 
+// A stub's parts: the text before and after the place of j (`@`, or the end), and the name of its
+// variable in the long form.
+program StubParts, rclass
+	args s
+	local at = strpos("`s'", "@")
+	if `at' {
+		return local pre = substr("`s'", 1, `at' - 1)
+		return local post = substr("`s'", `at' + 1, .)
+	}
+	else {
+		return local pre `s'
+		return local post
+	}
+	return local base = subinstr("`s'", "@", "", 1)
+end
+
 // wide -> long
 program Long
 	args stubs i j values string
@@ -94,12 +110,28 @@ program Long
 		display as error "variable `j' already defined"
 		exit 110
 	}
-	// The values of j: those given, or the suffixes of the variables that begin with a stub.
+	AllVars
+	local all `r(all)'
+	local nvar0 : word count `all'
+	local ns 0
+	local bases
+	foreach s of local stubs {
+		local ++ns
+		StubParts `s'
+		local pre`ns' `r(pre)'
+		local post`ns' `r(post)'
+		local base`ns' `r(base)'
+		local bases `bases' `r(base)'
+	}
+	// The values of j: those given, or what stands in the names at the place of j.
 	if "`values'" == "" {
-		foreach s of local stubs {
-			capture foreach v of varlist `s'* {
-				local suf = substr("`v'", length("`s'") + 1, .)
-				if "`suf'" == "" continue
+		forvalues q = 1/`ns' {
+			local lp = length("`pre`q''")
+			local lq = length("`post`q''")
+			foreach v of local all {
+				if substr("`v'", 1, `lp') != "`pre`q''" | length("`v'") <= `lp' + `lq' continue
+				if `lq' > 0 & substr("`v'", -`lq', .) != "`post`q''" continue
+				local suf = substr("`v'", `lp' + 1, length("`v'") - `lp' - `lq')
 				if "`string'" == "" {
 					capture confirm number `suf'
 					if _rc continue
@@ -115,7 +147,7 @@ program Long
 	local values : list uniq values
 	if "`values'" == "" {
 		display as error "no xij variables found"
-		display as error "{p 4 4 2}No variable begins with a stub of `stubs' followed by a value of j.{p_end}"
+		display as error "{p 4 4 2}No variable is named by a stub of `stubs' with a value of j.{p_end}"
 		exit 111
 	}
 	if "`string'" == "" {
@@ -125,30 +157,28 @@ program Long
 	else local values : list sort values
 	local nj : word count `values'
 	local nobs0 = _N
-	AllVars
-	local all `r(all)'
-	local nvar0 : word count `all'
 
 	// Each stub's variables and the type that holds them all.
 	local xij
-	foreach s of local stubs {
-		if `: list s in all' {
-			display as error "variable `s' already defined"
+	forvalues q = 1/`ns' {
+		local b `base`q''
+		if `: list b in all' {
+			display as error "variable `b' already defined"
 			exit 110
 		}
 		local have
 		foreach v of local values {
-			local name `s'`v'
-			if `: list name in all' local have `have' `s'`v'
+			local name `pre`q''`v'`post`q''
+			if `: list name in all' local have `have' `name'
 		}
 		if "`have'" == "" {
-			display as error "no xij variables found for stub `s'"
+			display as error "no xij variables found for stub `: word `q' of `stubs''"
 			exit 111
 		}
 		Widest `have'
-		local type_`s' `r(type)'
+		local type`q' `r(type)'
 		local first : word 1 of `have'
-		local fmt_`s' : format `first'
+		local fmt`q' : format `first'
 		local xij `xij' `have'
 	}
 
@@ -181,22 +211,23 @@ program Long
 			quietly replace `j' = "`v'" if `k' == `n'
 		}
 	}
-	foreach s of local stubs {
-		local miss = cond(substr("`type_`s''", 1, 3) == "str", `""""', ".")
-		quietly generate `type_`s'' `s' = `miss'
-		format `s' `fmt_`s''
+	forvalues q = 1/`ns' {
+		local b `base`q''
+		local miss = cond(substr("`type`q''", 1, 3) == "str", `""""', ".")
+		quietly generate `type`q'' `b' = `miss'
+		format `b' `fmt`q''
 		local n 0
 		foreach v of local values {
 			local ++n
-			local name `s'`v'
+			local name `pre`q''`v'`post`q''
 			if `: list name in all' {
-				quietly replace `s' = `s'`v' if `k' == `n'
-				quietly drop `s'`v'
+				quietly replace `b' = `name' if `k' == `n'
+				quietly drop `name'
 			}
 		}
 	}
 	drop `o' `k'
-	order `i' `j' `stubs'
+	order `i' `j' `bases'
 	sort `i' `j'
 	AllVars
 	local nvar1 : word count `r(all)'
@@ -206,7 +237,7 @@ program Long
 	char _dta[ReS_jv] `values'
 	char _dta[ReS_str] `string'
 	char _dta[ReS_form] long
-	Summary wide long `nobs0' `=_N' `nvar0' `nvar1' `nj' "`j'" "`xij'" "`stubs'" "`values'"
+	Summary wide long `nobs0' `=_N' `nvar0' `nvar1' `nj' "`j'" "`xij'" "`bases'" "`values'"
 end
 
 // long -> wide
@@ -219,11 +250,20 @@ program Wide
 		display as error "variable `j' not found"
 		exit 111
 	}
+	local ns 0
+	local bases
 	foreach s of local stubs {
-		if !`: list s in all' {
-			display as error "variable `s' not found"
+		local ++ns
+		StubParts `s'
+		local pre`ns' `r(pre)'
+		local post`ns' `r(post)'
+		local base`ns' `r(base)'
+		local b `r(base)'
+		if !`: list b in all' {
+			display as error "variable `b' not found"
 			exit 111
 		}
+		local bases `bases' `b'
 	}
 	capture confirm string variable `j'
 	local jstr = _rc == 0
@@ -254,7 +294,7 @@ program Wide
 	// The other variables must be constant within i: they become single values.
 	local others : list all - i
 	local others : list others - j
-	local others : list others - stubs
+	local others : list others - bases
 	foreach v of local others {
 		quietly by `i': generate byte `dup' = `v' != `v'[1]
 		quietly count if `dup'
@@ -266,38 +306,44 @@ program Wide
 		}
 		drop `dup'
 	}
-	// The values of j, in order, from the first observation of each.
+	// The values of j, in order.
 	preserve
 	quietly keep `j'
 	quietly duplicates_free `j'
 	local values `r(values)'
 	restore
 	local nj : word count `values'
-	foreach s of local stubs {
+	forvalues q = 1/`ns' {
 		foreach v of local values {
-			local name `s'`v'
+			local name `pre`q''`v'`post`q''
 			if `: list name in all' {
 				display as error "variable `name' already defined"
 				exit 110
 			}
+			capture confirm name `name'
+			if _rc {
+				display as error "`name' invalid variable name"
+				exit 198
+			}
 		}
 	}
 	local xij
-	foreach s of local stubs {
-		local type : type `s'
-		local fmt : format `s'
+	forvalues q = 1/`ns' {
+		local b `base`q''
+		local type : type `b'
+		local fmt : format `b'
 		foreach v of local values {
-			local name `s'`v'
+			local name `pre`q''`v'`post`q''
 			local cond = cond(`jstr', `"`j' == "`v'""', "`j' == `v'")
 			quietly by `i': generate long `pos' = sum((`cond') * _n)
-			quietly by `i': generate `type' `name' = `s'[`pos'[_N]]
+			quietly by `i': generate `type' `name' = `b'[`pos'[_N]]
 			format `name' `fmt'
 			drop `pos'
 			local xij `xij' `name'
 		}
 	}
 	quietly by `i': keep if _n == _N
-	drop `stubs' `j'
+	drop `bases' `j'
 	order `i'
 	AllVars
 	local nvar1 : word count `r(all)'
@@ -307,7 +353,7 @@ program Wide
 	char _dta[ReS_jv] `values'
 	char _dta[ReS_str] `string'
 	char _dta[ReS_form] wide
-	Summary long wide `nobs0' `=_N' `nvar0' `nvar1' `nj' "`j'" "`stubs'" "`xij'" "`values'"
+	Summary long wide `nobs0' `=_N' `nvar0' `nvar1' `nj' "`j'" "`bases'" "`xij'" "`values'"
 end
 
 // The names of the variables in dataset order.
