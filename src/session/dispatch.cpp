@@ -12,6 +12,8 @@
 #include "data/datacmd.h"
 #include "data/dataset.h"
 #include "data/egen.h"
+#include "data/encode.h"
+#include "data/expand.h"
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
 #include "data/gen.h"
@@ -54,10 +56,12 @@
 #include "session/commands.h"
 #include "session/errorcmd.h"
 #include "session/errors.h"
+#include "session/filefilter.h"
 #include "session/input.h"
 #include "session/loop.h"
 #include "session/memory.h"
 #include "session/tok.h"
+#include "session/zipfile.h"
 
 namespace session {
 
