@@ -62,7 +62,8 @@ const HelpAlias help_aliases[] = {
     {"continue", "forvalues"}, {"tempname", "tempvar"},  {"tempfile", "tempvar"},
     {"keep", "drop"},          {"ereturn", "return"},    {"sreturn", "return"},
     {"_return", "return"},     {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
-    {"cat", "type"},
+    {"cat", "type"},           {"post", "postfile"},     {"postclose", "postfile"},
+    {"postutil", "postfile"},
 };
 
 int help_not_found(const std::string &topic) {
