@@ -112,6 +112,7 @@ int load_result(const InLayout &lay, InResult &res) {
             cut_vars(0);
             return session::error(-v);
         }
+        std::snprintf(ds.vallab[v - 1], VNAMELEN + 1, "%s", x.vallab.c_str());
         if (!x.label.empty())
             if (int rc = varlabel_set(x.name.c_str(), x.label)) return rc;
     }

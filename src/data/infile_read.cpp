@@ -255,7 +255,8 @@ bool dict_item(Cursor &c, InLayout &lay, int &line, int &col, std::string &err) 
         c.skip_blanks();
         if (c.i < c.s.size() && c.s[c.i] == ':') {
             ++c.i;
-            if (!valid_name(c.word())) {
+            f.vallab = c.word();
+            if (!valid_name(f.vallab) || is_string_type(type)) {
                 err = "value label name of " + f.name + " invalid";
                 return false;
             }

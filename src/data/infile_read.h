@@ -10,14 +10,15 @@ namespace data {
 
 // One field of an observation.
 struct InField {
-    std::string name;  // empty for a `_skip` of a free list
-    int type = 0;      // storage type; 0 the default numeric type (float)
-    int line = 1;      // line of the observation it is read from (fixed layouts), from 1
-    int col = 0;       // column where it starts, from 1; 0: where the last field ended
-    int width = 0;     // bytes of a fixed field; 0: a free field, read up to a blank
-    int decimals = -1; // %#.#f: digits implied behind the point when the text has none
-    int skip = 0;      // free list: values passed over
-    std::string label; // the variable label a dictionary gives
+    std::string name;   // empty for a `_skip` of a free list
+    int type = 0;       // storage type; 0 the default numeric type (float)
+    int line = 1;       // line of the observation it is read from (fixed layouts), from 1
+    int col = 0;        // column where it starts, from 1; 0: where the last field ended
+    int width = 0;      // bytes of a fixed field; 0: a free field, read up to a blank
+    int decimals = -1;  // %#.#f: digits implied behind the point when the text has none
+    int skip = 0;       // free list: values passed over
+    std::string label;  // the variable label a dictionary gives
+    std::string vallab; // ... and the value label it links to
 };
 
 // How the data text is cut into observations.

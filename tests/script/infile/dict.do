@@ -27,10 +27,12 @@ infile using imp, clear
 list
 * the data may follow the dictionary, and using() names another file
 file open f using free.dct, write
-file write f "dictionary" _n "{" _n "  a" _n "  str5 b" _n "}" _n "1 x" _n "2 y" _n
+file write f "dictionary" _n "{" _n "  a:yn" _n "  str5 b" _n "}" _n "1 x" _n "2 y" _n
 file close f
 infile using free, clear
+label define yn 1 "yes"
 list
+display "`: value label a'"
 file open f using other.raw, write
 file write f "9 z" _n
 file close f
