@@ -287,7 +287,7 @@ int write_directives(FileHandle &h, const std::string &s, std::string &out) {
     return 0;
 }
 
-// file open handle using filename, {read|write|append} [text|binary] [replace all]
+// file open handle using filename, {read|write|append} [text|binary] [replace]
 int file_open() {
     const std::string handle = session::gettok(SEP_STD);
     if (handle.empty()) return session::error(198);
@@ -296,14 +296,11 @@ int file_open() {
     const std::string path = unquoted(session::gettok(SEP_FILE));
     if (path.empty() || path == ",") return session::error(7197);
     session::FileOpen how;
-    bool text = false, all = false;
-    const session::OptSpec specs[] = {session::opt_flag("read", 4, how.read),
-                                      session::opt_flag("write", 5, how.write),
-                                      session::opt_flag("append", 6, how.append),
-                                      session::opt_flag("text", 4, text),
-                                      session::opt_flag("binary", 6, how.binary),
-                                      session::opt_flag("replace", 7, how.replace),
-                                      session::opt_flag("all", 3, all)};
+    bool text = false;
+    const session::OptSpec specs[] = {
+        session::opt_flag("read", 4, how.read),     session::opt_flag("write", 5, how.write),
+        session::opt_flag("append", 6, how.append), session::opt_flag("text", 4, text),
+        session::opt_flag("binary", 6, how.binary), session::opt_flag("replace", 7, how.replace)};
     if (int rc = session::parse_options(specs)) return rc;
     if (!how.read && !how.write && !how.append)
         return session::fail(198, "must specify read, write, or append\n");

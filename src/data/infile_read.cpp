@@ -192,7 +192,7 @@ bool infix_items(Cursor &c, InLayout &lay, int &line, std::string &err) {
 }
 
 // One line of an infile dictionary's body.
-bool dict_item(Cursor &c, InLayout &lay, int &line, int &col, std::string &err) {
+bool dict_item(Cursor &c, InLayout &lay, int &line, int &col, int &pending, std::string &err) {
     int type = 0;
     while (!c.done()) {
         std::string_view w = c.word();
@@ -206,17 +206,24 @@ bool dict_item(Cursor &c, InLayout &lay, int &line, int &col, std::string &err) 
             if (w == "_column" || w == "_col") {
                 ok = paren_int(c, 1, MAX_COLUMN, &n, false);
                 col = n;
+                pending = 0;
             } else if (w == "_skip") {
                 ok = paren_int(c, 0, MAX_COLUMN, &n, true);
-                col += n;
+                // Behind a free field the column is known only when reading: the skip is left to it.
+                if (col > 0)
+                    col = std::min(col + n, 2 * MAX_COLUMN);
+                else
+                    pending = std::min(pending + n, 2 * MAX_COLUMN);
             } else if (w == "_line") {
                 ok = paren_int(c, 1, MAX_LINES, &n, false);
                 line = n;
                 col = 1;
+                pending = 0;
             } else if (w == "_newline") {
                 ok = paren_int(c, 0, MAX_LINES, &n, true);
                 line += n;
                 col = 1;
+                pending = 0;
             } else if (w == "_lines") {
                 ok = paren_int(c, 1, MAX_LINES, &n, false);
                 lay.lines = std::max(lay.lines, n);
@@ -251,6 +258,8 @@ bool dict_item(Cursor &c, InLayout &lay, int &line, int &col, std::string &err) 
         f.type = type;
         f.line = line;
         f.col = col;
+        f.pre = col > 0 ? 0 : pending;
+        pending = 0;
         // [:lblname] [%infmt] ["label"]
         c.skip_blanks();
         if (c.i < c.s.size() && c.s[c.i] == ':') {
@@ -285,7 +294,7 @@ bool dict_item(Cursor &c, InLayout &lay, int &line, int &col, std::string &err) 
             return false;
         }
         // A fixed field moves the column past itself; a free one leaves the column to the reader.
-        col = f.width ? col + f.width : 0;
+        col = f.width && col > 0 ? std::min(col + f.width, 2 * MAX_COLUMN) : 0;
         lay.fields.push_back(f);
         return true;
     }
@@ -496,7 +505,10 @@ int read_fixed(std::string_view data, Store &st) {
                 cur_line = f.line;
                 col = 1;
             }
-            if (f.col > 0) col = f.col;
+            if (f.col > 0)
+                col = f.col;
+            else
+                col = std::min(col + f.pre, 2 * MAX_COLUMN);
             const std::string_view l = obs[(size_t)f.line - 1];
             std::string_view text;
             bool quoted = false;
@@ -504,7 +516,7 @@ int read_fixed(std::string_view data, Store &st) {
                 const size_t b = std::min<size_t>((size_t)col - 1, l.size());
                 text = l.substr(b, std::min<size_t>((size_t)f.width, l.size() - b));
                 if (is_string_type(in_type(f))) text = trim(text);
-                col += f.width;
+                col = std::min(col + f.width, 2 * MAX_COLUMN);
             } else {
                 text = line_value(l, col, quoted);
             }
@@ -582,7 +594,7 @@ int parse_dictionary(std::string_view text, bool infix, InLayout &lay) {
         }
         if (!open) return dict_fail(line_no, "open brace expected");
     }
-    int cur_line = 1, col = 1;
+    int cur_line = 1, col = 1, pending = 0;
     for (;;) {
         if (!ls.next(line)) return dict_fail(line_no, "close brace not found");
         ++line_no;
@@ -594,7 +606,8 @@ int parse_dictionary(std::string_view text, bool infix, InLayout &lay) {
             break;
         }
         std::string err;
-        const bool ok = infix ? infix_items(c, lay, cur_line, err) : dict_item(c, lay, cur_line, col, err);
+        const bool ok =
+            infix ? infix_items(c, lay, cur_line, err) : dict_item(c, lay, cur_line, col, pending, err);
         if (!ok) return dict_fail(line_no, err);
     }
     if (lay.fields.empty()) return dict_fail(line_no, "no variables defined");

@@ -17,6 +17,7 @@ struct InField {
     int width = 0;      // bytes of a fixed field; 0: a free field, read up to a blank
     int decimals = -1;  // %#.#f: digits implied behind the point when the text has none
     int skip = 0;       // free list: values passed over
+    int pre = 0;        // columns passed over first, behind a free field (where col is 0)
     std::string label;  // the variable label a dictionary gives
     std::string vallab; // ... and the value label it links to
 };

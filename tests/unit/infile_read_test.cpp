@@ -99,6 +99,21 @@ TEST_F(InfileRead, DictionaryColumnsLinesFormats) {
     EXPECT_EQ(r.cols[2].str[1], "xy");
 }
 
+// Behind a free field the columns of the fields that follow count from where it ended.
+TEST_F(InfileRead, DictionaryFixedBehindFree) {
+    InLayout lay;
+    ASSERT_EQ(
+        parse_dictionary("dictionary {\n a\n b %3f\n _skip(1)\n c %2f\n _column(1) d %1f\n}\n", false, lay),
+        0);
+    InResult r;
+    ASSERT_EQ(read_records("12 345 67\n", lay, r), 0);
+    ASSERT_EQ(r.nobs, 1);
+    EXPECT_EQ(r.cols[0].num[0], 12);
+    EXPECT_EQ(r.cols[1].num[0], 34);
+    EXPECT_EQ(r.cols[2].num[0], 6);
+    EXPECT_EQ(r.cols[3].num[0], 1);
+}
+
 TEST_F(InfileRead, DictionaryErrorsNameTheLine) {
     InLayout lay;
     EXPECT_EQ(parse_dictionary("a b c\n", false, lay), 613);
