@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -189,7 +190,10 @@ TEST_F(InfileRead, MutatedInputsKeepTheirShape) {
     const std::vector<std::string> data = {"1 2.5 abc\n2 -3e2 \"two words\"\n3,,xyz\n4 . 'q'\n",
                                            "001 125 abcde\nxy 9\n002  3.1\n\n"};
     int parsed = 0, read = 0;
-    for (uint64_t it = 0; it < 6000; ++it) {
+    // ORVAT_INFILE_FUZZ sets a longer run than the few thousand inputs of every test run.
+    const char *env = std::getenv("ORVAT_INFILE_FUZZ");
+    const uint64_t count = env && std::atoll(env) > 0 ? (uint64_t)std::atoll(env) : 6000;
+    for (uint64_t it = 0; it < count; ++it) {
         cap.reset();
         const std::string &seed = dicts[it % dicts.size()];
         const std::string d = mutate(seed, it);
