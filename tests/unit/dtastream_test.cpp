@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -18,11 +19,16 @@ using namespace data;
 
 namespace {
 
-std::string dir_made() {
-    char tmpl[] = "/tmp/dtastream.XXXXXX";
-    EXPECT_NE(mkdtemp(tmpl), nullptr);
-    return tmpl;
-}
+// A directory of the test's own, removed with what it holds when the test ends.
+struct TempDir {
+    std::string path;
+    TempDir() {
+        char tmpl[] = "/tmp/dtastream.XXXXXX";
+        EXPECT_NE(mkdtemp(tmpl), nullptr);
+        path = tmpl;
+    }
+    ~TempDir() { std::filesystem::remove_all(path); }
+};
 
 std::string contents(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
@@ -30,7 +36,8 @@ std::string contents(const std::string &path) {
 }
 
 TEST_F(DataFixture, DtaStreamRowsReadBack) {
-    const std::string dir = dir_made(), path = dir + "/p.dta";
+    TempDir td;
+    const std::string dir = td.path, path = dir + "/p.dta";
     DtaStream s;
     ASSERT_EQ(dta_stream_open(path, false, {{"id", T_INT}, {"s", 3}, {"x", T_DOUBLE}}, s), 0);
     EXPECT_EQ(s.width, 2 + 3 + 8);
@@ -61,7 +68,8 @@ TEST_F(DataFixture, DtaStreamRowsReadBack) {
 }
 
 TEST_F(DataFixture, DtaStreamFullDiskKeepsTheOldFile) {
-    const std::string dir = dir_made(), path = dir + "/p.dta";
+    TempDir td;
+    const std::string dir = td.path, path = dir + "/p.dta";
     std::ofstream(path) << "old contents";
     DtaStream s;
     ASSERT_EQ(dta_stream_open(path, true, {{"x", T_DOUBLE}}, s), 0);
