@@ -1155,4 +1155,123 @@ int dta_save(const std::string &path, const DtaSave &o, std::string *stamp_out) 
     return 0;
 }
 
+// ---- Writing a row at a time ---------------------------------------------------------------------
+
+namespace {
+
+constexpr int32_t NOBS_AT = 6; // where the header holds the count of rows
+
+int stream_write_failed(DtaStream &s, int err) {
+    s.failed = true;
+    return session::file_error(err == ENOSPC || err == EDQUOT ? 699 : 693, err == ENOSPC ? "" : s.path);
+}
+
+int stream_flush(DtaStream &s) {
+    if (s.buf.empty() || s.failed) return 0;
+    if (!session::write_all(s.fd, s.buf.data(), s.buf.size())) return stream_write_failed(s, errno);
+    s.buf.clear();
+    return 0;
+}
+
+} // namespace
+
+DtaStream::~DtaStream() { dta_stream_abandon(*this); }
+
+void dta_stream_abandon(DtaStream &s) {
+    if (s.fd >= 0) ::close(s.fd);
+    if (!s.tmp.empty()) ::unlink(s.tmp.c_str());
+    s.fd = -1;
+    s.tmp.clear();
+    s.buf.clear();
+}
+
+int dta_stream_open(const std::string &path, bool replace, const std::vector<DtaStreamVar> &vars,
+                    DtaStream &s) {
+    s.path = path;
+    s.target = save_target(path);
+    struct stat sb;
+    const bool exists = ::stat(s.target.c_str(), &sb) == 0;
+    if (exists) {
+        if (!replace) return session::file_error(602, path);
+        if (!S_ISREG(sb.st_mode)) return session::file_error(603, path);
+        if (::access(s.target.c_str(), W_OK) != 0 && errno == EACCES) return session::file_error(608, path);
+    }
+    const size_t slash = s.target.rfind('/');
+    const std::string dir = slash == std::string::npos ? "." : s.target.substr(0, slash == 0 ? 1 : slash);
+    const std::string base = slash == std::string::npos ? s.target : s.target.substr(slash + 1);
+    s.tmp = dir + "/." + base + ".XXXXXX";
+    s.fd = ::mkostemp(s.tmp.data(), O_CLOEXEC);
+    if (s.fd < 0) {
+        s.tmp.clear();
+        return session::file_error(603, path);
+    }
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    (void)::fchmod(s.fd, exists ? sb.st_mode & 07777 : 0666 & ~mask);
+
+    const int nw = (int)vars.size();
+    Writer w(s.fd);
+    w.byte((uint8_t)DTA_FORMAT);
+    w.byte(2);
+    w.byte(1);
+    w.byte(0);
+    w.u16((uint16_t)nw);
+    w.i32(0);
+    w.slot("", 81);
+    w.slot(time_stamp(), DTA_STAMPLEN);
+    for (const DtaStreamVar &v : vars)
+        w.byte((uint8_t)v.type);
+    for (const DtaStreamVar &v : vars)
+        w.slot(v.name, 33);
+    for (int k = 0; k <= nw; ++k)
+        w.u16(0);
+    char fmt[FMTLEN + 1];
+    for (const DtaStreamVar &v : vars) {
+        default_format(v.type, fmt);
+        w.slot(fmt, 49);
+    }
+    for (int k = 0; k < nw; ++k)
+        w.slot("", 33);
+    for (int k = 0; k < nw; ++k)
+        w.slot("", 81);
+    w.byte(0);
+    w.i32(0);
+    w.flush();
+    s.width = 0;
+    for (const DtaStreamVar &v : vars)
+        s.width += type_width(v.type);
+    if (w.failed) {
+        const int err = errno;
+        dta_stream_abandon(s);
+        return stream_write_failed(s, err);
+    }
+    return 0;
+}
+
+int dta_stream_row(DtaStream &s, const char *row) {
+    if (s.failed) return session::file_error(693, s.path);
+    if (s.nobs == INT32_MAX - 1) return session::error(901);
+    s.buf.append(row, (size_t)s.width);
+    ++s.nobs;
+    if ((s.every > 0 && s.nobs % s.every == 0) || s.buf.size() >= (size_t)ROWBUF) return stream_flush(s);
+    return 0;
+}
+
+int dta_stream_finish(DtaStream &s) {
+    int rc = stream_flush(s);
+    if (!rc) {
+        const int32_t n = s.nobs;
+        if (::pwrite(s.fd, &n, 4, NOBS_AT) != 4) rc = stream_write_failed(s, errno);
+    }
+    if (!rc && ::close(s.fd) != 0)
+        rc = stream_write_failed(s, errno);
+    else if (rc)
+        ::close(s.fd);
+    s.fd = -1;
+    if (!rc && ::rename(s.tmp.c_str(), s.target.c_str()) != 0) rc = session::error(694);
+    if (rc) ::unlink(s.tmp.c_str());
+    s.tmp.clear();
+    return rc;
+}
+
 } // namespace data

@@ -158,6 +158,41 @@ struct DtaSave {
 // write failed (the new file is removed), 694 the rename failed, 1 a Break.
 int dta_save(const std::string &path, const DtaSave &opts, std::string *stamp = nullptr);
 
+// A data file written a row at a time (postfile): the header goes out first with its count of rows
+// left open, the rows follow as they come, and finishing writes the count and renames the new file
+// into place; a file abandoned leaves an old one as it was.
+struct DtaStream {
+    std::string path;   // as messages show it
+    std::string target; // the file renamed into place
+    std::string tmp;    // the new file beside it
+    int fd = -1;
+    int32_t width = 0; // bytes of a row
+    int32_t nobs = 0;  // rows written
+    int32_t every = 0; // rows kept before they go to the file; 0: as the buffer fills
+    std::string buf;   // rows not yet written
+    bool failed = false;
+
+    DtaStream() = default;
+    DtaStream(const DtaStream &) = delete;
+    DtaStream &operator=(const DtaStream &) = delete;
+    ~DtaStream();
+};
+struct DtaStreamVar {
+    std::string name;
+    int type;
+};
+// Opens the new file and writes the header and descriptors. 0, or 602 exists, 603 cannot be made,
+// 608 read-only, 699 the disk refused the header (message written, nothing left behind).
+int dta_stream_open(const std::string &path, bool replace, const std::vector<DtaStreamVar> &vars,
+                    DtaStream &s);
+// One row of s.width bytes in the file's layout. 0, or 699/693 with the message written; after a
+// failure the stream must be abandoned.
+int dta_stream_row(DtaStream &s, const char *row);
+// The count of rows written into the header, the file renamed into place. 0, or the code with the
+// message written; the new file is gone after a failure.
+int dta_stream_finish(DtaStream &s);
+void dta_stream_abandon(DtaStream &s);
+
 // The 12-byte form of a format for format 113: a longer date format becomes its kind's default.
 std::string dta_short_format(const char *fmt);
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "data/postfile.h"
 #include "lang/emf.h"
 #include "lang/exprhook.h"
 #include "lang/macro.h"
@@ -12,6 +13,7 @@
 #include "output/channel.h"
 #include "output/rimu.h"
 #include "session/errors.h"
+#include "session/filehandles.h"
 #include "session/state.h"
 #include "session/store.h"
 #include "session/tok.h"
@@ -261,6 +263,8 @@ __attribute__((weak)) void drop_temp_variables(int64_t, int64_t) {}
 void drop_temp_objects(int64_t from, int64_t to) {
     if (from == to) return;
     drop_temp_variables(from, to);
+    session::fh_close_temp(from, to);
+    data::post_drop_temp(from, to);
     auto in_range = [&](int64_t n) {
         return n >= 0 && (to >= from ? n >= from && n < to : n >= from || n < to);
     };

@@ -20,6 +20,7 @@
 #include "data/dates.h"
 #include "data/expr.h"
 #include "data/labels.h"
+#include "data/postfile.h"
 #include "data/varlist.h"
 #include "estimate/frame.h"
 #include "lang/prog.h"
@@ -29,6 +30,7 @@
 #include "output/log.h"
 #include "output/rimu.h"
 #include "output/term.h"
+#include "session/filehandles.h"
 #include "session/findfile.h"
 #include "session/hexfloat.h"
 #include "session/lineedit.h"
@@ -618,6 +620,10 @@ int session_main(int argc, char **argv) {
 }
 
 void exit_path(int status) {
+    if (st.initstage >= 19) {
+        data::post_close_all();
+        (void)session::fh_close_all();
+    }
     if (st.initstage >= 4 && out::ch.console) {
         out::logs_close_at_exit();
         out::stream_flush(out::ch.console);
