@@ -56,6 +56,7 @@ test: build build-asan
 	python3 tests/runscripts.py --exe build/orvat-px --sysdir $(SYSDIR) --sweep-processors || rc=1; \
 	bash tests/interop/run.sh build/orvat-px $(SYSDIR) || rc=1; \
 	bash tests/interop/summarize.sh build/orvat-px $(SYSDIR) || rc=1; \
+	bash tests/interop/csv.sh build/orvat-px $(SYSDIR) || rc=1; \
 	exit $$rc
 
 install: build

@@ -12,6 +12,7 @@
 #include "data/formatcmd.h"
 #include "data/fvcmd.h"
 #include "data/gen.h"
+#include "data/insheet.h"
 #include "data/labelcmd.h"
 #include "data/list.h"
 #include "data/markcmd.h"
