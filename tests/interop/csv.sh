@@ -31,7 +31,7 @@ assert d == d2 & f == f2 & l == l2 & s == s2
 display "insheet: same"
 outsheet d f l using nums.csv, comma nolabel
 insheet using estref.csv, clear double
-assert _N == 200 & y[1] == 1.571671 & x2[2] == 1.635348
+assert _N == 500 & y[1] == 1.571671 & x2[2] == 1.635348
 display "estref: same"
 DO
 (cd "$work" && env -u TERM SYSDIR_ORVAT="$sysdir" HOME="$work" TMPDIR="$work" "$exe" -q -b do make.do)
