@@ -3,11 +3,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -58,8 +60,20 @@ int delimiter_of(std::string arg, char *d) {
     return 0;
 }
 
-// The whole file into buf: 0, or 601, 603, 692 with the message written.
-int slurp(const std::string &path, std::unique_ptr<char[]> &buf, int64_t *size) {
+// A file's bytes, mapped read-only for as long as it lives.
+struct Mapped {
+    const char *p = nullptr;
+    int64_t size = 0;
+    Mapped() = default;
+    Mapped(const Mapped &) = delete;
+    Mapped &operator=(const Mapped &) = delete;
+    ~Mapped() {
+        if (p && size) ::munmap(const_cast<char *>(p), (size_t)size);
+    }
+};
+
+// The whole file: 0, or 601, 603, 692 with the message written.
+int map_file(const std::string &path, Mapped &m) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return session::file_error(errno == ENOENT || errno == ENOTDIR ? 601 : 603, path);
     struct stat sb;
@@ -67,26 +81,16 @@ int slurp(const std::string &path, std::unique_ptr<char[]> &buf, int64_t *size) 
         ::close(fd);
         return session::file_error(603, path);
     }
-    const int64_t n = sb.st_size;
-    buf.reset(new (std::nothrow) char[(size_t)n + 1]);
-    if (!buf) {
-        ::close(fd);
-        return session::error(909);
-    }
-    int64_t got = 0;
-    while (got < n) {
-        const ssize_t r = ::read(fd, buf.get() + got, (size_t)(n - got));
-        if (r < 0 && errno == EINTR) continue;
-        if (r < 0) {
+    if (sb.st_size > 0) {
+        void *a = ::mmap(nullptr, (size_t)sb.st_size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+        if (a == MAP_FAILED) {
             ::close(fd);
             return session::file_error(692, path);
         }
-        if (r == 0) break; // the file shrank while read: what was there
-        got += r;
+        m.p = static_cast<const char *>(a);
+        m.size = sb.st_size;
     }
     ::close(fd);
-    buf[(size_t)got] = 0;
-    *size = got;
     return 0;
 }
 
@@ -167,10 +171,15 @@ int build(const CsvParse &cp, const InOpts &o) {
             return session::error(950);
         }
     }
-    if (int rc = set_obs(nobs)) {
-        clear_dataset();
-        return rc;
+    // Room for the rows; the fill writes every cell, missing values included.
+    if (nobs + 1 > ds.maxobs) {
+        int rc = nobs + 1 > INT32_MAX ? 901 : add_obs_room(nobs + 1 - ds.maxobs);
+        if (rc) {
+            clear_dataset();
+            return session::error(rc == 9996 ? 901 : rc);
+        }
     }
+    ds.nobs = (int32_t)nobs;
     std::vector<int64_t> cut;
     if (int rc = csv_fill(cp, 1, cut)) {
         clear_dataset();
@@ -230,10 +239,10 @@ int cmd_insheet(int) {
     if (ds.changed && !o.clear) return session::error(4);
 
     const std::string path = with_extension(name, ".raw");
-    std::unique_ptr<char[]> buf;
-    int64_t size = 0;
-    if (int rc = slurp(path, buf, &size)) return rc;
-    if (session::looks_binary(buf.get(), (size_t)std::min<int64_t>(size, 4096)))
+    Mapped file;
+    if (int rc = map_file(path, file)) return rc;
+    const int64_t size = file.size;
+    if (session::looks_binary(file.p, (size_t)std::min<int64_t>(size, 4096)))
         return session::fail(610, "file \"" + path + "\" holds binary data, not delimited text\n");
     if (size >= PROGRESS_BYTES) {
         char line[64];
@@ -241,7 +250,7 @@ int cmd_insheet(int) {
         note(line);
         out::out_flush();
     }
-    cp.text = buf.get();
+    cp.text = file.p;
     cp.size = size;
     if (o.comma) cp.delim = ',';
     if (o.tab) cp.delim = '\t';

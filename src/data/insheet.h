@@ -73,9 +73,9 @@ int csv_scan(CsvParse &cp);
 // The storage type of a column under the parse's options; truncated is set when strings are cut.
 int csv_type(const CsvColumn &c, bool asdouble, bool *truncated);
 
-// Fills the cells of observations 1..nrec of the variables first..first+ncol-1 (already made with
-// the types of csv_type) from the parse, in parallel. *cut gets per column the values cut to the
-// string's width. 0, or 1 at a Break.
+// Fills every cell of observations 1..nrec of the variables first..first+ncol-1 (already made with
+// the types of csv_type) from the parse, in parallel: a short record ends in missing values. *cut
+// gets per column the values cut to the string's width. 0, or 1 at a Break.
 int csv_fill(const CsvParse &cp, int first, std::vector<int64_t> &cut);
 
 } // namespace data

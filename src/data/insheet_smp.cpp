@@ -253,7 +253,11 @@ int csv_scan(CsvParse &cp) {
         std::vector<std::string_view> f;
         std::deque<std::string> scratch;
         std::vector<double> &vals = cp.vals[(size_t)t];
-        vals.reserve((size_t)(hi - lo) * 8);
+        // As many values a record as the block's first has separators, and one.
+        if (lo < hi) {
+            const char *a = cp.text + cp.starts[(size_t)lo], *b = cp.text + cp.ends[(size_t)lo];
+            vals.reserve((size_t)(hi - lo) * (size_t)(1 + std::count(a, b, cp.delim)));
+        }
         cp.block_first[(size_t)t] = lo;
         for (int64_t r = lo; r < hi; ++r) {
             if ((r & 1023) == 0 && est::break_pending()) return;
@@ -332,6 +336,7 @@ int csv_fill(const CsvParse &cp, int first, std::vector<int64_t> &cut) {
         strings = strings || is_string_type(types[(size_t)j]);
     }
     const int blocks = (int)cp.vals.size();
+    const double dot = missing_value(0);
     std::vector<std::vector<int64_t>> cuts((size_t)blocks, std::vector<int64_t>((size_t)ncol, 0));
     // The blocks of the scan, one thread each: their numbers stand in the order the scan read them.
     est::Team tm{};
@@ -370,6 +375,15 @@ int csv_fill(const CsvParse &cp, int first, std::vector<int64_t> &cut) {
                 } else {
                     cell_put(cell, ty, vals[off + (size_t)j]);
                 }
+            }
+            // A short record ends in missing values.
+            for (int j = nf; j < ncol; ++j) {
+                const int ty = types[(size_t)j];
+                char *cell = row + ds.offset[first - 1 + j];
+                if (is_string_type(ty))
+                    cell[0] = 0;
+                else
+                    cell_put(cell, ty, dot);
             }
             off += (size_t)nf;
         }

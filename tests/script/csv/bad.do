@@ -31,3 +31,6 @@ display length(s[1]) " " n[1]
 capture noisily insheet using semi.csv, clear comma tab
 capture noisily insheet using semi.csv, clear names nonames
 capture noisily insheet semi.csv, clear
+* a quote inside a value that is not quoted opens a quoted part all the same
+capture noisily insheet using stray.csv, clear
+display "r(" _rc ")"

@@ -40,3 +40,6 @@ assert y[1] == 1.571671 & x2[2] == 1.635348 & y[_N] == 1.67537
 insheet using estref.csv, clear
 describe
 assert y[1] == float(1.571671) & x2[2] == float(1.635348) & g[1] == 15
+* names alone: variables without observations (found by the fuzz test: the columns went missing)
+insheet using header.csv, clear names
+describe, short
