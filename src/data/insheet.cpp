@@ -96,6 +96,7 @@ int map_file(const std::string &path, Mapped &m) {
 
 // Tab or comma, from the first line: the one that occurs, or the more frequent.
 char guess_delimiter(const char *p, int64_t n) {
+    if (n == 0) return ','; // an empty file maps to no address
     const char *e = static_cast<const char *>(std::memchr(p, '\n', (size_t)n));
     if (!e) e = p + n;
     const auto tabs = std::count(p, e, '\t'), commas = std::count(p, e, ',');

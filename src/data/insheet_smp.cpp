@@ -184,26 +184,26 @@ int csv_split(CsvParse &cp) {
         std::vector<int64_t> &out = nl[(size_t)t];
         bool inq = inq0[(size_t)t] != 0;
         const char *p = text + lo, *end = text + hi;
+        auto next_quote = [&](const char *from) {
+            const char *q = static_cast<const char *>(std::memchr(from, '"', (size_t)(end - from)));
+            return q ? q : end;
+        };
+        // Line ends before the next quote end records, unless a quote is open.
+        const char *nq = next_quote(p);
         while (p < end) {
             if (est::break_pending()) return;
-            if (inq) {
-                const char *q = static_cast<const char *>(std::memchr(p, '"', (size_t)(end - p)));
-                if (!q) break;
-                inq = false;
-                p = q + 1;
-                continue;
+            if (!inq) {
+                const char *l = static_cast<const char *>(std::memchr(p, '\n', (size_t)(nq - p)));
+                if (l) {
+                    out.push_back(l - text);
+                    p = l + 1;
+                    continue;
+                }
             }
-            const char *l = static_cast<const char *>(std::memchr(p, '\n', (size_t)(end - p)));
-            const char *stop = l ? l : end;
-            const char *q = static_cast<const char *>(std::memchr(p, '"', (size_t)(stop - p)));
-            if (q) {
-                inq = true;
-                p = q + 1;
-                continue;
-            }
-            if (!l) break;
-            out.push_back(l - text);
-            p = l + 1;
+            if (nq == end) break;
+            inq = !inq;
+            p = nq + 1;
+            nq = next_quote(p);
         }
     });
     if (rc) return rc;
