@@ -30,6 +30,28 @@ bool float_says(double x) {
     return y == x;
 }
 
+// A plain decimal of at most 19 digits whose digits make a whole number below 2^53, read as that
+// number divided by a power of ten: both are doubles exactly, so the one division rounds correctly.
+// False for anything else (an exponent, more digits), which from_chars reads.
+bool exact_decimal(std::string_view s, double *x) {
+    static constexpr double pow10[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                                       1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
+    const char *p = s.data(), *e = p + s.size();
+    const bool neg = *p == '-';
+    if (*p == '-' || *p == '+') ++p;
+    uint64_t m = 0;
+    int nd = 0, fd = 0;
+    for (; p < e && *p >= '0' && *p <= '9'; ++p, ++nd)
+        m = m * 10 + (uint64_t)(*p - '0');
+    if (p < e && *p == '.')
+        for (++p; p < e && *p >= '0' && *p <= '9'; ++p, ++nd, ++fd)
+            m = m * 10 + (uint64_t)(*p - '0');
+    if (p != e || nd == 0 || nd > 19 || m > (1ull << 53)) return false;
+    const double v = (double)m / pow10[fd];
+    *x = neg ? -v : v;
+    return true;
+}
+
 void note_field(CsvColumn &c, std::string_view text, int r, double x, bool real, bool fok) {
     if ((int64_t)text.size() > c.maxlen) c.maxlen = (int64_t)text.size();
     if (r < 0) {
@@ -95,9 +117,11 @@ int csv_number(std::string_view s, double *x, bool *real, bool *float_ok) {
     if (s[0] == '+' || s[0] == '-') k = 1;
     // Only digits and a point may open the number: no "inf", no "nan", no "+-1".
     if (k >= s.size() || !((s[k] >= '0' && s[k] <= '9') || s[k] == '.')) return -1;
-    const char *from = s.data() + (s[0] == '+' ? 1 : 0);
-    const auto res = std::from_chars(from, s.data() + s.size(), *x, std::chars_format::general);
-    if (res.ec != std::errc() || res.ptr != s.data() + s.size()) return -1;
+    if (!exact_decimal(s, x)) {
+        const char *from = s.data() + (s[0] == '+' ? 1 : 0);
+        const auto res = std::from_chars(from, s.data() + s.size(), *x, std::chars_format::general);
+        if (res.ec != std::errc() || res.ptr != s.data() + s.size()) return -1;
+    }
     if (!std::isfinite(*x)) return -1;
     if (*x == 0) *x = 0; // no negative zero
     *real = *x != std::trunc(*x);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -38,6 +39,22 @@ TEST(CsvNumber, Rules) {
     EXPECT_EQ(csv_number(".", &x, &real, &fok), 1);
     EXPECT_EQ(csv_number(".c", &x, &real, &fok), 1);
     EXPECT_EQ(missing_index(x), 3);
+    // The fast reading of plain decimals rounds as from_chars does.
+    uint64_t z = 88172645463325252ull;
+    for (int k = 0; k < 200000; ++k) {
+        z ^= z << 13, z ^= z >> 7, z ^= z << 17;
+        const int digits = 1 + (int)(z % 19), point = (int)((z >> 8) % (uint64_t)(digits + 1));
+        std::string t = (z >> 20) & 1 ? "-" : "";
+        for (int d = 0; d < digits; ++d) {
+            if (d == point && d > 0) t += '.';
+            t += (char)('0' + (z >> (24 + d * 2)) % 10);
+        }
+        double want = 0;
+        std::from_chars(t.data(), t.data() + t.size(), want);
+        ASSERT_EQ(csv_number(t, &x, &real, &fok), 0) << t;
+        if (want == 0) want = 0;
+        ASSERT_EQ(x, want) << t;
+    }
     for (const char *s : {"inf", "nan", "-inf", "1,5", "1e", "x1", "+-1", "1e999", "0x10", ".ab"})
         EXPECT_EQ(csv_number(s, &x, &real, &fok), -1) << s;
 }
