@@ -57,6 +57,7 @@ test: build build-asan
 	bash tests/interop/run.sh build/orvat-px $(SYSDIR) || rc=1; \
 	bash tests/interop/summarize.sh build/orvat-px $(SYSDIR) || rc=1; \
 	bash tests/interop/tabulate.sh build/orvat-px $(SYSDIR) || rc=1; \
+	bash tests/interop/csv.sh build/orvat-px $(SYSDIR) || rc=1; \
 	exit $$rc
 
 install: build

@@ -35,6 +35,8 @@ const GranRow granularity_table[] = {
     {"kmeans", "assign_obs_smp newcenters_mean_smp newcenters_prop_smp newcenters_medbin_smp", 50},
     {"kdensity", "kde_smp kde2_smp weight_smp", 10},
     {"summarize", "summarize_smp", 4}, // items are chunks of 4096 observations
+    {"insheet", "csv_split_smp", 4},   // items are pieces of 64 KiB of text
+    {"insheet", "csv_scan_smp csv_write_smp", 100},
     {"kiln/opmult matrin2", "multrc_rv_rv multrc_rv_ra multrc_ra_rv multrc_ra_ra multrc_na_na sweep_smp", 10},
     {"anova anotab manova manohypo manoextrabld",
      "mult_smp clean_smp anotest manohypo justdotest jdo2 matzazmult", 5},

@@ -19,6 +19,7 @@
 #include "data/fvcmd.h"
 #include "data/gen.h"
 #include "data/infile.h"
+#include "data/insheet.h"
 #include "data/labelcmd.h"
 #include "data/list.h"
 #include "data/markcmd.h"
