@@ -143,6 +143,18 @@ int fit_gather(FitData &d) {
         if (d.weighted) d.w.reserve((size_t)n);
         if (d.ovar) d.offset.reserve((size_t)n);
         char buf[data::T_STRMAX + 1];
+        // each row is found once and its cells read by offset and type
+        std::vector<std::pair<int64_t, int>> cells;
+        for (int v : d.vars)
+            cells.emplace_back(data::ds.offset[(size_t)v - 1], data::ds.vartype[(size_t)v - 1]);
+        auto cell = [&cells](const char *row, size_t j) {
+            if (cells[j].second == data::T_DOUBLE) {
+                double v;
+                std::memcpy(&v, row + cells[j].first, 8);
+                return v;
+            }
+            return data::cell_get(row + cells[j].first, cells[j].second);
+        };
         for (int32_t i = d.lo; i <= d.hi; ++i) {
             if (!d.marks[(size_t)i - 1]) continue;
             if (poll_break()) return error(1);
@@ -163,9 +175,10 @@ int fit_gather(FitData &d) {
                     d.ckey_num.push_back(g);
                 }
             }
-            d.y.push_back(data::get_num(d.vars[0], i));
+            const char *row = data::row_addr(i);
+            d.y.push_back(cell(row, 0));
             for (int j = 0; j < nx_all; ++j)
-                d.x[(size_t)j].push_back(data::get_num(d.vars[(size_t)j + 1], i));
+                d.x[(size_t)j].push_back(cell(row, (size_t)j + 1));
             for (size_t j = 0; j < d.extra.size(); ++j)
                 d.xtra[j].push_back(data::get_num(d.extra[j], i));
             if (d.weighted) d.w.push_back(data::expr_xeqforby(data::wtexp, i));
