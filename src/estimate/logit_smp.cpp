@@ -106,6 +106,34 @@ inline v2d load2(const double *p) {
     return v;
 }
 
+// g (k) += the sum over the len rows of r x_c, four columns at a time in two lanes each.
+void gradient_block(const double *const *cols, int k, const double *r, int len, double *g) {
+    for (int c0 = 0; c0 < k; c0 += 4) {
+        const int nc = std::min(4, k - c0);
+        const double *xc[4];
+        for (int q = 0; q < 4; ++q)
+            xc[q] = cols[c0 + std::min(q, nc - 1)];
+        v2d a0 = {0, 0}, a1 = a0, a2 = a0, a3 = a0;
+        int t = 0;
+        for (; t + 2 <= len; t += 2) {
+            const v2d rv = load2(r + t);
+            a0 += rv * load2(xc[0] + t);
+            a1 += rv * load2(xc[1] + t);
+            a2 += rv * load2(xc[2] + t);
+            a3 += rv * load2(xc[3] + t);
+        }
+        if (t < len) {
+            a0[0] += r[t] * xc[0][t];
+            a1[0] += r[t] * xc[1][t];
+            a2[0] += r[t] * xc[2][t];
+            a3[0] += r[t] * xc[3][t];
+        }
+        const double sm[4] = {a0[0] + a0[1], a1[0] + a1[1], a2[0] + a2[1], a3[0] + a3[1]};
+        for (int q = 0; q < nc; ++q)
+            g[c0 + q] += sm[q];
+    }
+}
+
 // H (k by k, lower triangle) += the sum over the len rows of h x_j x_c. The triangle is walked in
 // tiles of two rows by four columns, each entry summed in two lanes (even and odd rows) and the
 // lanes added at the end: the tile keeps its eight sums in registers, and every load serves four or
@@ -135,42 +163,25 @@ void hessian_block(const double *const *cols, int k, const double *h, int len, d
                 a12 += u1 * c2v;
                 a13 += u1 * c3v;
             }
-            double sm[2][4] = {{a00[0] + a00[1], a01[0] + a01[1], a02[0] + a02[1], a03[0] + a03[1]},
-                               {a10[0] + a10[1], a11[0] + a11[1], a12[0] + a12[1], a13[0] + a13[1]}};
             if (t < len) {
+                // the odd row joins the even lane, as in a plain sum of two lanes
                 const double u0 = h[t] * xj0[t], u1 = h[t] * xj1[t];
-                for (int q = 0; q < 4; ++q) {
-                    sm[0][q] += u0 * xc[q][t];
-                    sm[1][q] += u1 * xc[q][t];
-                }
+                a00[0] += u0 * xc[0][t];
+                a01[0] += u0 * xc[1][t];
+                a02[0] += u0 * xc[2][t];
+                a03[0] += u0 * xc[3][t];
+                a10[0] += u1 * xc[0][t];
+                a11[0] += u1 * xc[1][t];
+                a12[0] += u1 * xc[2][t];
+                a13[0] += u1 * xc[3][t];
             }
+            const double sm[2][4] = {{a00[0] + a00[1], a01[0] + a01[1], a02[0] + a02[1], a03[0] + a03[1]},
+                                     {a10[0] + a10[1], a11[0] + a11[1], a12[0] + a12[1], a13[0] + a13[1]}};
             for (int i = 0; i < nj; ++i)
                 for (int q = 0; q < nc; ++q)
                     if (c0 + q <= j0 + i) H[(size_t)(j0 + i) * (size_t)k + (size_t)(c0 + q)] += sm[i][q];
         }
     }
-}
-
-inline double dot(const double *__restrict x, const double *__restrict y, int n) {
-    double s0 = 0, s1 = 0;
-    int t = 0;
-    for (; t + 2 <= n; t += 2) {
-        s0 += x[t] * y[t];
-        s1 += x[t + 1] * y[t + 1];
-    }
-    if (t < n) s0 += x[t] * y[t];
-    return s0 + s1;
-}
-
-inline double sum(const double *x, int n) {
-    double s0 = 0, s1 = 0;
-    int t = 0;
-    for (; t + 2 <= n; t += 2) {
-        s0 += x[t];
-        s1 += x[t + 1];
-    }
-    if (t < n) s0 += x[t];
-    return s0 + s1;
 }
 
 // xb of rows [a, a+m) in extended precision: the regressors, the constant, the offset. Row by row,
@@ -257,10 +268,9 @@ void run_chunk(const BinModel &m, const std::vector<double> &b, bool derivs, con
         *ll = llsum;
         if (!derivs) continue;
         // the gradient and the lower triangle of the Hessian
-        for (int j = 0; j < k; ++j) {
+        for (int j = 0; j < k; ++j)
             s.cols[(size_t)j] = j == nx ? ones() : m.x[(size_t)j].data() + a;
-            g[j] += j == nx ? sum(s.r.data(), len) : dot(s.r.data(), s.cols[(size_t)j], len);
-        }
+        gradient_block(s.cols.data(), k, s.r.data(), len, g);
         hessian_block(s.cols.data(), k, s.h.data(), len, H);
     }
 }
