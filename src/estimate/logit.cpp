@@ -110,9 +110,9 @@ int run(bool probit) {
 
     // the evaluator: the objective is the negative log likelihood. Every pass takes the derivatives
     // too, and the last one is kept: the optimiser asks for the objective at a new point and then
-    // for the derivatives at the same point, and the pass over the rows costs more than the sums of
-    // the Hessian, so one pass serves both (a step that is backed up pays for sums it drops). The
-    // log likelihood does not depend on whether the derivatives were taken.
+    // for the derivatives at the same point, and xb with the tail functions of every row cost more
+    // than the sums of the derivatives, so one pass serves both (a step that is backed up pays for
+    // sums it drops). The log likelihood does not depend on whether the derivatives were taken.
     BinSums last;
     struct Pass {
         std::vector<double> b;
