@@ -134,15 +134,33 @@ int fit_gather(FitData &d) {
         for (int32_t i = d.lo; i <= d.hi; ++i)
             n += d.marks[(size_t)i - 1];
         d.x.assign((size_t)nx_all, std::vector<double>());
+        // the outcome and the regressors are written in place: a row dropped for its cluster key
+        // leaves the columns one shorter
         for (auto &c : d.x)
-            c.reserve((size_t)n);
+            c.resize((size_t)n);
         d.xtra.assign(d.extra.size(), std::vector<double>());
         for (auto &c : d.xtra)
             c.reserve((size_t)n);
-        d.y.reserve((size_t)n);
+        d.y.resize((size_t)n);
         if (d.weighted) d.w.reserve((size_t)n);
         if (d.ovar) d.offset.reserve((size_t)n);
         char buf[data::T_STRMAX + 1];
+        // each row is found once and its cells read by offset and type
+        std::vector<std::pair<int64_t, int>> cells;
+        for (int v : d.vars)
+            cells.emplace_back(data::ds.offset[(size_t)v - 1], data::ds.vartype[(size_t)v - 1]);
+        auto cell = [&cells](const char *row, size_t j) {
+            if (cells[j].second == data::T_DOUBLE) {
+                double v;
+                std::memcpy(&v, row + cells[j].first, 8);
+                return v;
+            }
+            return data::cell_get(row + cells[j].first, cells[j].second);
+        };
+        std::vector<double *> px((size_t)nx_all);
+        for (int j = 0; j < nx_all; ++j)
+            px[(size_t)j] = d.x[(size_t)j].data();
+        size_t r = 0;
         for (int32_t i = d.lo; i <= d.hi; ++i) {
             if (!d.marks[(size_t)i - 1]) continue;
             if (poll_break()) return error(1);
@@ -163,15 +181,20 @@ int fit_gather(FitData &d) {
                     d.ckey_num.push_back(g);
                 }
             }
-            d.y.push_back(data::get_num(d.vars[0], i));
+            const char *row = data::row_addr(i);
+            d.y[r] = cell(row, 0);
             for (int j = 0; j < nx_all; ++j)
-                d.x[(size_t)j].push_back(data::get_num(d.vars[(size_t)j + 1], i));
+                px[(size_t)j][r] = cell(row, (size_t)j + 1);
+            ++r;
             for (size_t j = 0; j < d.extra.size(); ++j)
                 d.xtra[j].push_back(data::get_num(d.extra[j], i));
             if (d.weighted) d.w.push_back(data::expr_xeqforby(data::wtexp, i));
             if (d.ovar) d.offset.push_back(data::get_num(d.ovar, i));
         }
-        d.rows = (int64_t)d.y.size();
+        d.y.resize(r);
+        for (auto &c : d.x)
+            c.resize(r);
+        d.rows = (int64_t)r;
     } catch (const std::bad_alloc &) {
         return error(909);
     }

@@ -108,16 +108,28 @@ int run(bool probit) {
     m.offset = std::move(d.offset);
     const int k = m.k(), nx = (int)m.x.size();
 
-    // the evaluator: the objective is the negative log likelihood
+    // the evaluator: the objective is the negative log likelihood. Every pass takes the derivatives
+    // too, and the last one is kept: the optimiser asks for the objective at a new point and then
+    // for the derivatives at the same point, and xb with the tail functions of every row cost more
+    // than the sums of the derivatives, so one pass serves both (a step that is backed up pays for
+    // sums it drops). The log likelihood does not depend on whether the derivatives were taken.
     BinSums last;
-    auto lf = [&](const BinModel &mm, const std::vector<double> &b, bool derivs, BinSums &s) {
-        return probit ? problf_smp(mm, b, derivs, s) : loglf_smp(mm, b, derivs, s);
+    struct Pass {
+        std::vector<double> b;
+        BinSums s;
     };
-    auto evaluator_of = [&](const BinModel &mm) {
-        return [&lf, &last, &mm](const std::vector<double> &b, int want, double *f, std::vector<double> &g,
-                                 std::vector<double> &H) {
-            BinSums s;
-            if (int rc = lf(mm, b, want == EVAL_DERIVS, s)) return rc;
+    auto lf = [&](const BinModel &mm, const std::vector<double> &b, Pass &p) -> int {
+        if (!p.b.empty() && p.b == b) return 0;
+        p.b.clear();
+        if (int rc = probit ? problf_smp(mm, b, true, p.s) : loglf_smp(mm, b, true, p.s)) return rc;
+        p.b = b;
+        return 0;
+    };
+    auto evaluator_of = [&](const BinModel &mm, Pass &p) {
+        return [&lf, &last, &mm, &p](const std::vector<double> &b, int want, double *f,
+                                     std::vector<double> &g, std::vector<double> &H) {
+            if (int rc = lf(mm, b, p)) return rc;
+            const BinSums &s = p.s;
             *f = data::is_missing(s.ll) ? lim.dot : -s.ll;
             if (want == EVAL_DERIVS) {
                 g.resize(s.g.size());
@@ -135,7 +147,7 @@ int run(bool probit) {
     const double pbar = sumwy / sumw;
     const double c0 = probit ? data::xm::invnormal(pbar) : std::log(pbar / (1 - pbar));
     std::vector<double> b((size_t)k, 0.0);
-    double ll_0;
+    double ll_0 = 0;
     if (m.cons && d.ovar) {
         BinModel m0;
         m0.rows = m.rows;
@@ -147,20 +159,23 @@ int run(bool probit) {
         Optimizer op;
         fit_setup(o.f, d, op);
         op.showLog = false;
-        op.evaluator = evaluator_of(m0);
+        Pass p0;
+        op.evaluator = evaluator_of(m0, p0);
         std::vector<double> b0{c0};
         if (int rc = optimize(op, b0)) return rc;
         ll_0 = -op.objective;
         b[(size_t)nx] = b0[0];
-    } else {
+    }
+    // the fit's first pass is at the start, where the constant-only model's log likelihood is read
+    Pass pm;
+    if (!(m.cons && d.ovar)) {
         if (m.cons) b[(size_t)nx] = c0;
-        BinSums s;
-        if (int rc = lf(m, b, false, s)) return rc;
-        ll_0 = s.ll;
+        if (int rc = lf(m, b, pm)) return rc;
+        ll_0 = pm.s.ll;
     }
     Optimizer op;
     fit_setup(o.f, d, op);
-    op.evaluator = evaluator_of(m);
+    op.evaluator = evaluator_of(m, pm);
     if (int rc = optimize(op, b)) return rc;
     const double ll = -op.objective;
     std::vector<double> V = op.V;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 #include <new>
+#include <numbers>
 
 #include "data/exprmath.h"
 #include "estimate/frame.h"
@@ -34,19 +35,15 @@ struct RowLf {
 };
 
 struct Logistic {
+    // exp of minus the absolute value, so that it cannot overflow; the two sides are chosen by
+    // selection rather than by branches, which random outcomes and signs would mispredict
     static RowLf row(double y, double xb, bool derivs) {
-        double p, q;
-        if (xb >= 0) {
-            const double e = std::exp(-xb);
-            p = 1 / (1 + e);
-            q = e / (1 + e);
-        } else {
-            const double e = std::exp(xb);
-            p = e / (1 + e);
-            q = 1 / (1 + e);
-        }
+        const double e = std::exp(-std::fabs(xb));
+        const double near = 1 / (1 + e), far = e / (1 + e);
+        const bool pos = xb >= 0;
+        const double p = pos ? near : far, q = pos ? far : near;
         RowLf o;
-        o.ll = y != 0 ? std::log(p) : std::log(q);
+        o.ll = std::log(y != 0 ? p : q);
         if (derivs) {
             o.r = y - p;
             o.h = p * q;
@@ -60,7 +57,12 @@ struct Normal {
     static RowLf row(double y, double xb, bool derivs) {
         const double s = y != 0 ? 1 : -1, t = s * xb;
         RowLf o;
-        o.ll = data::xm::lnnormal(t);
+        // above 0 the log of the complement of the upper tail: to working precision in absolute
+        // terms, which is what the sum needs, and far cheaper than the log of one plus
+        if (t > 0 && t < session::lim.dot)
+            o.ll = std::log(1 - 0.5 * std::erfc(t / std::numbers::sqrt2));
+        else
+            o.ll = data::xm::lnnormal(t);
         if (std::isnan(xb)) o.ll = xb;
         if (derivs) {
             // the density over the distribution function, by their logs: finite far out
@@ -85,44 +87,117 @@ struct Shape {
 
 struct Scratch {
     std::vector<long double> xb;
-    std::vector<double> r, h, hx;
-    explicit Scratch(int k) : xb(SUB), r(SUB), h(SUB), hx((size_t)k * SUB) {}
+    std::vector<double> r, h;
+    std::vector<const double *> cols; // the columns of the block, the constant's a row of ones
+    explicit Scratch(int k) : xb(SUB), r(SUB), h(SUB), cols((size_t)k) {}
 };
 
-inline double dot(const double *__restrict x, const double *__restrict y, int n) {
-    double s0 = 0, s1 = 0;
-    int t = 0;
-    for (; t + 2 <= n; t += 2) {
-        s0 += x[t] * y[t];
-        s1 += x[t + 1] * y[t + 1];
-    }
-    if (t < n) s0 += x[t] * y[t];
-    return s0 + s1;
+// The column of the constant in the products.
+const double *ones() {
+    static const std::vector<double> v(SUB, 1.0);
+    return v.data();
 }
 
-inline double sum(const double *x, int n) {
-    double s0 = 0, s1 = 0;
-    int t = 0;
-    for (; t + 2 <= n; t += 2) {
-        s0 += x[t];
-        s1 += x[t + 1];
+typedef double v2d __attribute__((vector_size(16)));
+
+inline v2d load2(const double *p) {
+    v2d v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+// g (k) += the sum over the len rows of r x_c, four columns at a time in two lanes each.
+void gradient_block(const double *const *cols, int k, const double *r, int len, double *g) {
+    for (int c0 = 0; c0 < k; c0 += 4) {
+        const int nc = std::min(4, k - c0);
+        const double *xc[4];
+        for (int q = 0; q < 4; ++q)
+            xc[q] = cols[c0 + std::min(q, nc - 1)];
+        v2d a0 = {0, 0}, a1 = a0, a2 = a0, a3 = a0;
+        int t = 0;
+        for (; t + 2 <= len; t += 2) {
+            const v2d rv = load2(r + t);
+            a0 += rv * load2(xc[0] + t);
+            a1 += rv * load2(xc[1] + t);
+            a2 += rv * load2(xc[2] + t);
+            a3 += rv * load2(xc[3] + t);
+        }
+        if (t < len) {
+            a0[0] += r[t] * xc[0][t];
+            a1[0] += r[t] * xc[1][t];
+            a2[0] += r[t] * xc[2][t];
+            a3[0] += r[t] * xc[3][t];
+        }
+        const double sm[4] = {a0[0] + a0[1], a1[0] + a1[1], a2[0] + a2[1], a3[0] + a3[1]};
+        for (int q = 0; q < nc; ++q)
+            g[c0 + q] += sm[q];
     }
-    if (t < n) s0 += x[t];
-    return s0 + s1;
+}
+
+// H (k by k, lower triangle) += the sum over the len rows of h x_j x_c. The triangle is walked in
+// tiles of two rows by four columns, each entry summed in two lanes (even and odd rows) and the
+// lanes added at the end: the tile keeps its eight sums in registers, and every load serves four or
+// two products. The order of the sums depends on k and len alone.
+void hessian_block(const double *const *cols, int k, const double *h, int len, double *H) {
+    for (int j0 = 0; j0 < k; j0 += 2) {
+        const int nj = std::min(2, k - j0);
+        const double *xj0 = cols[j0], *xj1 = cols[j0 + nj - 1];
+        for (int c0 = 0; c0 < j0 + nj; c0 += 4) {
+            const int nc = std::min(4, j0 + nj - c0);
+            const double *xc[4];
+            for (int q = 0; q < 4; ++q)
+                xc[q] = cols[c0 + std::min(q, nc - 1)];
+            v2d a00 = {0, 0}, a01 = a00, a02 = a00, a03 = a00, a10 = a00, a11 = a00, a12 = a00, a13 = a00;
+            int t = 0;
+            for (; t + 2 <= len; t += 2) {
+                const v2d hv = load2(h + t);
+                const v2d u0 = hv * load2(xj0 + t), u1 = hv * load2(xj1 + t);
+                const v2d c0v = load2(xc[0] + t), c1v = load2(xc[1] + t), c2v = load2(xc[2] + t),
+                          c3v = load2(xc[3] + t);
+                a00 += u0 * c0v;
+                a01 += u0 * c1v;
+                a02 += u0 * c2v;
+                a03 += u0 * c3v;
+                a10 += u1 * c0v;
+                a11 += u1 * c1v;
+                a12 += u1 * c2v;
+                a13 += u1 * c3v;
+            }
+            if (t < len) {
+                // the odd row joins the even lane, as in a plain sum of two lanes
+                const double u0 = h[t] * xj0[t], u1 = h[t] * xj1[t];
+                a00[0] += u0 * xc[0][t];
+                a01[0] += u0 * xc[1][t];
+                a02[0] += u0 * xc[2][t];
+                a03[0] += u0 * xc[3][t];
+                a10[0] += u1 * xc[0][t];
+                a11[0] += u1 * xc[1][t];
+                a12[0] += u1 * xc[2][t];
+                a13[0] += u1 * xc[3][t];
+            }
+            const double sm[2][4] = {{a00[0] + a00[1], a01[0] + a01[1], a02[0] + a02[1], a03[0] + a03[1]},
+                                     {a10[0] + a10[1], a11[0] + a11[1], a12[0] + a12[1], a13[0] + a13[1]}};
+            for (int i = 0; i < nj; ++i)
+                for (int q = 0; q < nc; ++q)
+                    if (c0 + q <= j0 + i) H[(size_t)(j0 + i) * (size_t)k + (size_t)(c0 + q)] += sm[i][q];
+        }
+    }
 }
 
 // xb of rows [a, a+m) in extended precision: the regressors, the constant, the offset. Row by row,
-// so that the running sum stays in the extended register across the columns.
+// so that the running sums stay in the extended registers across the columns. The coefficients are
+// kept as doubles: the product is formed in extended precision all the same, and a double is read
+// from memory faster than an extended number.
 void linear(const BinModel &m, const std::vector<double> &b, int64_t a, int len, long double *xb) {
     const int nx = (int)m.x.size();
     const long double c = m.cons ? (long double)b[(size_t)nx] : 0.0L;
     constexpr int NX_STACK = 64;
     const double *xs_stack[NX_STACK];
-    long double bs_stack[NX_STACK];
+    double bs_stack[NX_STACK];
     std::vector<const double *> xs_heap;
-    std::vector<long double> bs_heap;
+    std::vector<double> bs_heap;
     const double **xs = xs_stack;
-    long double *bs = bs_stack;
+    double *bs = bs_stack;
     if (nx > NX_STACK) {
         xs_heap.resize((size_t)nx);
         bs_heap.resize((size_t)nx);
@@ -134,11 +209,27 @@ void linear(const BinModel &m, const std::vector<double> &b, int64_t a, int len,
         bs[j] = b[(size_t)j];
     }
     const double *off = m.offset.empty() ? nullptr : m.offset.data() + a;
-    for (int t = 0; t < len; ++t) {
+    // two rows at a time: each coefficient read serves both
+    int t = 0;
+    for (; t + 2 <= len; t += 2) {
+        long double a0 = c, a1 = c;
+        if (off) {
+            a0 += off[t];
+            a1 += off[t + 1];
+        }
+        for (int j = 0; j < nx; ++j) {
+            const long double bj = bs[j];
+            a0 += bj * xs[j][t];
+            a1 += bj * xs[j][t + 1];
+        }
+        xb[t] = a0;
+        xb[t + 1] = a1;
+    }
+    for (; t < len; ++t) {
         long double acc = c;
         if (off) acc += off[t];
         for (int j = 0; j < nx; ++j)
-            acc += bs[j] * xs[j][t];
+            acc += (long double)bs[j] * xs[j][t];
         xb[t] = acc;
     }
 }
@@ -176,18 +267,11 @@ void run_chunk(const BinModel &m, const std::vector<double> &b, bool derivs, con
         }
         *ll = llsum;
         if (!derivs) continue;
-        // the gradient and the lower triangle of the Hessian, column against column
-        for (int j = 0; j < k; ++j) {
-            const bool isc = j == nx;
-            const double *x = isc ? nullptr : m.x[(size_t)j].data() + a;
-            g[j] += isc ? sum(s.r.data(), len) : dot(s.r.data(), x, len);
-            double *hx = &s.hx[(size_t)j * SUB];
-            for (int t = 0; t < len; ++t)
-                hx[t] = isc ? s.h[(size_t)t] : s.h[(size_t)t] * x[t];
-            double *row = &H[(size_t)j * (size_t)k];
-            for (int c = 0; c <= j; ++c)
-                row[c] += c == nx ? sum(hx, len) : dot(hx, m.x[(size_t)c].data() + a, len);
-        }
+        // the gradient and the lower triangle of the Hessian
+        for (int j = 0; j < k; ++j)
+            s.cols[(size_t)j] = j == nx ? ones() : m.x[(size_t)j].data() + a;
+        gradient_block(s.cols.data(), k, s.r.data(), len, g);
+        hessian_block(s.cols.data(), k, s.h.data(), len, H);
     }
 }
 
