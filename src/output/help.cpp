@@ -63,7 +63,8 @@ const HelpAlias help_aliases[] = {
     {"keep", "drop"},          {"ereturn", "return"},    {"sreturn", "return"},
     {"_return", "return"},     {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
     {"cat", "type"},           {"tab1", "tabulate"},     {"tab2", "tabulate"},
-    {"pwcorr", "correlate"},
+    {"pwcorr", "correlate"},   {"mlsum", "mleval"},      {"mlvecsum", "mleval"},
+    {"mlmatsum", "mleval"},    {"mlmatbysum", "mleval"}, {"_mlmatbysum", "mleval"},
 };
 
 int help_not_found(const std::string &topic) {
