@@ -19,6 +19,11 @@ capture describe __ML_t*
 display _rc
 * a d2 evaluator reads them through the aids, with lags of two steps in a list
 ml model d2 logit_d (yb = L(1/2).x1 x2)
+display "$ML_x1 | $ML_xn1"
+* the aids' results carry the operators' names too
+scalar lnf = 0
+mlvecsum lnf g = 1
+display "`: colfullnames g'"
 ml maximize, nolog
 display colsof(e(b)) " " e(N) " `: colnames e(b)'"
 * ml init by name: eq:name=#, /eq=# for a constant, name=# in the first equation
