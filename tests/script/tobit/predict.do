@@ -51,7 +51,13 @@ predict double p5 in 1/5, pr(0,1.2)
 count if p5 < .
 predict double xbd
 assert abs(xbd - xb) < 1e-12
-* failures: one end, three ends, two statistics, an unknown variable
+* ends from variables in the wrong order give no prediction there
+generate double hi = cond(_n <= 3, -1, 1.2)
+predict double pw, pr(0,hi)
+assert pw == . in 1/3
+assert abs(pw - pmid) < 1e-15 in 4/l
+* failures: one end, three ends, ends in the wrong order, two statistics, an unknown variable
+predict double f0, e(1.2,0)
 predict double f1, pr(0)
 predict double f2, e(0,1,2)
 predict double f3, pr(0,1) stdp

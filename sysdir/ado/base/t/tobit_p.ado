@@ -42,6 +42,10 @@ program tobit_p
 			display as error "`stat'(`ab') invalid: two ends, a and b, required"
 			exit 198
 		}
+		if real(`"`lo'"') < . & real(`"`hi'"') < . & real(`"`lo'"') >= real(`"`hi'"') {
+			display as error "`stat'(`ab') invalid: a must be less than b"
+			exit 198
+		}
 		tempvar za zb FA GA FB GB fA fB P
 		local s = _b[_se]
 		quietly generate double `za' = ((`lo') - `q') / `s' if `touse'
@@ -54,7 +58,9 @@ program tobit_p
 		quietly generate double `fA' = cond(`za' >= ., 0, normalden(`za'))
 		quietly generate double `fB' = cond(`zb' >= ., 0, normalden(`zb'))
 		* the chance between, as a difference of two small tails rather than of two numbers near 1
+		* ends in the wrong order (from variables) give no prediction there
 		quietly generate double `P' = cond(`za' > 0 & `za' < ., `GA' - `GB', `FB' - `FA')
+		quietly replace `P' = . if `za' >= `zb' & `za' < . & `zb' < .
 		if "`stat'" == "pr" {
 			generate `typlist' `varlist' = `P' if `touse'
 		}
