@@ -34,6 +34,7 @@ namespace {
 struct BinOpts {
     FitOpts f;
     bool eform = false, asis = false;
+    bool table = false;    // the outcome table after the coefficients
     bool logistic = false; // the fit of the command logistic: e(cmd) says so
 };
 
@@ -42,7 +43,26 @@ std::vector<OptSpec> option_specs(BinOpts &o) {
     s.push_back(opt_flag("or", 2, o.eform));
     s.push_back(opt_flag("asis", 4, o.asis));
     s.push_back(opt_flag("logistic", 8, o.logistic));
+    s.push_back(opt_flag("table", 5, o.table));
     return s;
+}
+
+// The outcome table: for each outcome, how many observations have it, how many the fit puts there by
+// the sign of xb, and its observed share. n is the kernel's count by sign of xb and outcome.
+int outcome_table(const double (&n)[2][2]) {
+    const double observed[2] = {n[0][0] + n[1][0], n[0][1] + n[1][1]};
+    const double predicted[2] = {n[0][0] + n[0][1], n[1][0] + n[1][1]};
+    const double total = observed[0] + observed[1];
+    auto col = [](double v) { return data::fmt_text(v, "%12.0g"); };
+    std::string s = "\n{txt}     Outcome {c |}     Observed   Predicted Probability\n"
+                    "{hline 13}{c +}{hline 37}\n";
+    for (int y = 0; y < 2; ++y)
+        s += "{txt}           " + std::to_string(y) + " {c |} {res}" + col(observed[y]) + col(predicted[y]) +
+             col(observed[y] / total) + "\n";
+    s += "{txt}{hline 13}{c +}{hline 37}\n";
+    s += "{txt}       Total {c |} {res}" + col(total) + col(total) + col(1.0) + "\n";
+    out::ClassScope cs(out::CLS_RESULT);
+    return out::out_rimu(s);
 }
 
 int show(const BinOpts &o, bool probit) {
@@ -64,6 +84,8 @@ int show(const BinOpts &o, bool probit) {
 int replay(const BinOpts &o, bool probit) {
     const std::string cmd = fit_emacro("cmd");
     if (probit ? cmd != "probit" : cmd != (o.logistic ? "logistic" : "logit")) return error(301);
+    // the counts live only as long as the fit
+    if (o.table) return fail(198, "option table not allowed when replaying\n");
     return show(o, probit);
 }
 
@@ -255,6 +277,10 @@ int run(bool probit) {
                                                : "logit"}}))
         return r;
     if (int rc = show(o, probit)) return rc;
+    if (o.table) {
+        const bool fw = data::sm.wtype == data::WT_F;
+        if (int rc = outcome_table(fw ? last.nw : last.n)) return rc;
+    }
     if (op.status == OPT_ITER) return error(430);
     return 0;
 }

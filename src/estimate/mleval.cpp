@@ -74,7 +74,7 @@ int model_position(const char *stem, int eq, long *out) {
 
 struct Cached {
     bool valid = false;
-    std::string x, xo, xe, name;
+    std::string x, xo, xe, name, xn;
     bool xc = false;
     std::vector<std::string> names; // of eq.var, then of the offset
     Equation eq;
@@ -171,11 +171,11 @@ int model_equation(int num, const Equation *&out) {
     if (cache.empty()) cache.resize((size_t)MAX_EQ + 1);
     Cached &c = cache[(size_t)num];
     const char *x = ml_macro("x", num), *xo = ml_macro("xo", num), *xe = ml_macro("xe", num),
-               *nm = ml_macro("eq", num);
+               *nm = ml_macro("eq", num), *xn = ml_macro("xn", num);
     const bool xc = ml_macro("xc", num) != nullptr;
     auto eqs = [](const std::string &s, const char *p) { return p ? s == p : s.empty(); };
     if (c.valid && c.xc == xc && eqs(c.x, x) && eqs(c.xo, xo) && eqs(c.xe, xe) && eqs(c.name, nm) &&
-        still_named(c)) {
+        eqs(c.xn, xn) && still_named(c)) {
         out = &c.eq;
         return 0;
     }
@@ -198,11 +198,14 @@ int model_equation(int num, const Equation *&out) {
         eq.exposure = !xo;
     }
     if (eq.k() == 0) return error(102);
+    eq.label = words(text_of(xn));
+    if (eq.label.size() != eq.var.size()) eq.label.clear();
     c.eq = eq;
     c.x = text_of(x);
     c.xo = text_of(xo);
     c.xe = text_of(xe);
     c.name = text_of(nm);
+    c.xn = text_of(xn);
     c.xc = xc;
     c.names.clear();
     for (int v : eq.var)
@@ -263,8 +266,8 @@ std::vector<mat::StripeName> stripe(const Equation &eq) {
         std::snprintf(n.name, sizeof n.name, "%s", name);
         s.push_back(n);
     };
-    for (int v : eq.var)
-        put(data::ds.varname[(size_t)v - 1]);
+    for (size_t j = 0; j < eq.var.size(); ++j)
+        put(eq.label.empty() ? data::ds.varname[(size_t)eq.var[j] - 1] : eq.label[j].c_str());
     if (eq.cons) put("_cons");
     return s;
 }

@@ -27,6 +27,9 @@ struct Equation {
     int num = 0;
     std::string name; // ML_eq#: the equation's name in result stripes ("" for none)
     std::vector<int> var;
+    // ML_xn#: the names of var in result stripes, when they are not the variables' own (the operated
+    // variables L.x, D.x that the fitter holds in scratch variables); empty otherwise
+    std::vector<std::string> label;
     bool cons = true;
     int offset = 0;
     bool exposure = false;

@@ -576,8 +576,8 @@ std::vector<mat::StripeName> coef_names(const Fit &m) {
     for (int j = 0; j < m.neq; ++j) {
         const Equation &e = m.eqs[(size_t)j];
         const std::string eq = e.name.empty() ? "eq" + std::to_string(j + 1) : e.name;
-        for (int v : e.var)
-            cn.push_back(stripe(eq, data::ds.varname[(size_t)v - 1]));
+        for (size_t i = 0; i < e.var.size(); ++i)
+            cn.push_back(stripe(eq, e.label.empty() ? data::ds.varname[(size_t)e.var[i] - 1] : e.label[i]));
         if (e.cons) cn.push_back(stripe(eq, "_cons"));
     }
     return cn;

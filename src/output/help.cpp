@@ -64,7 +64,8 @@ const HelpAlias help_aliases[] = {
     {"_return", "return"},     {"testfv", "fvdescribe"}, {"dumpfv", "fvdescribe"},
     {"cat", "type"},           {"tab1", "tabulate"},     {"tab2", "tabulate"},
     {"pwcorr", "correlate"},   {"post", "postfile"},     {"postclose", "postfile"},
-    {"postutil", "postfile"},
+    {"postutil", "postfile"},  {"mlsum", "mleval"},      {"mlvecsum", "mleval"},
+    {"mlmatsum", "mleval"},    {"mlmatbysum", "mleval"}, {"_mlmatbysum", "mleval"},
 };
 
 int help_not_found(const std::string &topic) {

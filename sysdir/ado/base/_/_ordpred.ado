@@ -1,11 +1,11 @@
 *! _ordpred: the predictions of the ordered models: pr (the default), one new variable per outcome or
-*! the one of outcome(); or xb
+*! the one of outcome(); or xb; or stdp, its standard error
 * Made wherever the regressors (and the offset) are present, in the estimation sample or not.
 program _ordpred
 	version 10.1
 	gettoken link 0 : 0
-	syntax newvarlist [if] [in] [, Pr XB Outcome(string)]
-	if "`pr'" != "" & "`xb'" != "" {
+	syntax newvarlist [if] [in] [, Pr XB STDP Outcome(string)]
+	if `: word count `pr' `xb' `stdp'' > 1 {
 		display as error "only one statistic may be specified"
 		exit 198
 	}
@@ -26,12 +26,30 @@ program _ordpred
 		}
 	}
 	if "`e(offset)'" != "" quietly replace `xbv' = `xbv' + `e(offset)'
-	if "`xb'" != "" {
+	if "`xb'`stdp'" != "" {
 		if `nv' > 1 {
-			display as error "only one new variable may be specified with xb"
+			display as error "only one new variable may be specified with `xb'`stdp'"
 			exit 103
 		}
-		generate `typlist' `varlist' = `xbv' if `touse'
+		if "`xb'" != "" {
+			generate `typlist' `varlist' = `xbv' if `touse'
+			exit
+		}
+		* x V x' over the columns of the regressors; the cut points are not part of xb
+		tempname V
+		tempvar q
+		matrix `V' = e(V)
+		quietly generate double `q' = 0 if `touse'
+		forvalues i = 1/`k' {
+			local a : word `i' of `names'
+			if substr("`a'", 1, 4) == "_cut" continue
+			forvalues j = 1/`k' {
+				local c : word `j' of `names'
+				if substr("`c'", 1, 4) == "_cut" continue
+				if `V'[`i', `j'] != 0 quietly replace `q' = `q' + `a' * `c' * `V'[`i', `j'] if `touse'
+			}
+		}
+		generate `typlist' `varlist' = sqrt(`q') if `touse'
 		exit
 	}
 	* the outcomes asked for: all of them, one variable each, or the one of outcome(#) (#k: the k-th)

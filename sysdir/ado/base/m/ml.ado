@@ -52,6 +52,7 @@ program ml_clear
 	macro drop ML_*
 	capture drop __ML_samp
 	capture drop __ML_w
+	capture drop __ML_t*
 	capture matrix drop ML_b
 end
 
@@ -199,8 +200,23 @@ program ml_eq, rclass
 		local dep `varlist'
 		local 0 `rhs'
 	}
-	syntax [varlist(numeric default=none)]
-	local indep `varlist'
+	syntax [varlist(numeric ts default=none)]
+	* an operated variable (L.x, D.x) is held in a scratch variable of the model, and named by its
+	* operator in the results through ML_xn#
+	local indep
+	local operated 0
+	foreach v of local varlist {
+		if strpos("`v'", ".") {
+			local t : word count ${ML_tvars}
+			local t __ML_t`=`t' + 1'
+			quietly generate double `t' = `v'
+			global ML_tvars ${ML_tvars} `t'
+			local indep `indep' `t'
+			local operated 1
+		}
+		else local indep `indep' `v'
+	}
+	if `operated' global ML_xn`num' `varlist'
 	local 0 , `opts'
 	syntax [, noCONStant OFFset(varname numeric) EXPosure(varname numeric)]
 	if "`offset'" != "" & "`exposure'" != "" {
@@ -225,8 +241,14 @@ program ml_eq, rclass
 	return local vars `indep'
 end
 
-* ml init matname | ml init # [# ...], copy
+* ml init matname | ml init # [# ...], copy | ml init [eq:]name=# [/eq=# ...]
 program ml_init
+	if strpos(`"`0'"', "=") {
+		foreach a of local 0 {
+			ml_init1 `a'
+		}
+		exit
+	}
 	syntax anything [, COPY]
 	if "`copy'" != "" {
 		local n : word count `anything'
@@ -250,6 +272,46 @@ program ml_init
 		exit 503
 	}
 	matrix ML_b = `anything'
+end
+
+* one starting value: eq:name=#, /eq=# for the constant of eq, or name=# in the first equation
+program ml_init1
+	local 0 = trim(`"`0'"')
+	local at = strpos(`"`0'"', "=")
+	local lhs = substr(`"`0'"', 1, `at' - 1)
+	local val = substr(`"`0'"', `at' + 1, .)
+	if `at' == 0 | `"`lhs'"' == "" | real(`"`val'"') >= . {
+		display as error `"`0' invalid; eq:name=#, /eq=# or name=#"'
+		exit 198
+	}
+	if substr(`"`lhs'"', 1, 1) == "/" {
+		local eq = substr(`"`lhs'"', 2, .)
+		local name _cons
+	}
+	else if strpos(`"`lhs'"', ":") {
+		local c = strpos(`"`lhs'"', ":")
+		local eq = substr(`"`lhs'"', 1, `c' - 1)
+		local name = substr(`"`lhs'"', `c' + 1, .)
+	}
+	else {
+		local eq ${ML_eq1}
+		local name `lhs'
+	}
+	local pos 0
+	forvalues j = 1/$ML_n {
+		if "${ML_eq`j'}" == `"`eq'"' {
+			local names ${ML_xn`j'}
+			if "`names'" == "" local names ${ML_x`j'}
+			if "${ML_xc`j'}" == "" local names `names' _cons
+			local i : list posof `"`name'"' in names
+			if `i' local pos = ${ML_fp`j'} + `i' - 1
+		}
+	}
+	if `pos' == 0 {
+		display as error `"`lhs' not found in the model"'
+		exit 111
+	}
+	matrix ML_b[1, `pos'] = `val'
 end
 
 * ml maximize [, options]: the fit, e(), and on success the model's state goes
