@@ -66,30 +66,6 @@ int read_stat(const std::string &word, Target &t) {
     return session::fail(198, "(" + word + ") is not a statistic collapse knows\n");
 }
 
-// The variables of a list written in text, through the list parser; the tokenizer is put back.
-int expand_varlist(const std::string &text, std::vector<int> &out) {
-    session::TokState st;
-    session::savetok(st);
-    std::vector<char> buf(text.begin(), text.end());
-    buf.push_back(0);
-    session::settok(buf.data());
-    // the `in` range of the line, which the list parser's reset would forget
-    const bool inrange = ps.inrange;
-    const int32_t in_lo = ps.in_lo, in_hi = ps.in_hi;
-    parser_reset();
-    int rc = parse_varlist(VL_NOALL);
-    if (!rc && *session::tokrest()) rc = session::invalid_rest(session::tokrest());
-    if (!rc)
-        for (int k = 0; k < ps.count; ++k)
-            out.push_back(ps.var[(size_t)k]);
-    parser_reset();
-    ps.inrange = inrange;
-    ps.in_lo = in_lo;
-    ps.in_hi = in_hi;
-    session::restoretok(st);
-    return rc;
-}
-
 // The words of a clist: `(`, `)`, `=` and the runs of other characters between blanks.
 std::vector<std::string> clist_words(const std::string &s) {
     std::vector<std::string> w;

@@ -805,4 +805,28 @@ int newvars_create() {
     return 0;
 }
 
+// The tokenizer is set to the text and put back afterwards, and the line's `in` range, which the
+// parser's reset would forget, is kept.
+int expand_varlist(const std::string &text, std::vector<int> &out) {
+    session::TokState st;
+    session::savetok(st);
+    std::vector<char> buf(text.begin(), text.end());
+    buf.push_back(0);
+    session::settok(buf.data());
+    const bool inrange = ps.inrange;
+    const int32_t in_lo = ps.in_lo, in_hi = ps.in_hi;
+    parser_reset();
+    int rc = parse_varlist(VL_NOALL);
+    if (!rc && *session::tokrest()) rc = session::invalid_rest(session::tokrest());
+    if (!rc)
+        for (int k = 0; k < ps.count; ++k)
+            out.push_back(ps.var[(size_t)k]);
+    parser_reset();
+    ps.inrange = inrange;
+    ps.in_lo = in_lo;
+    ps.in_hi = in_hi;
+    session::restoretok(st);
+    return rc;
+}
+
 } // namespace data

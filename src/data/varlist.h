@@ -147,6 +147,9 @@ enum : unsigned {
 // new     := { [(type)] [type] name[:label] | name#-name# | _skip[(#)] }
 // Appends to ps.var and ps.info (new lists also to ps.newvars). 0 or the code, message written.
 int parse_varlist(unsigned flags);
+// The variables of a list written in text (no `_all`) appended to out, through the list parser, from
+// inside a command whose own line is being read. 0 or the parser's code.
+int expand_varlist(const std::string &text, std::vector<int> &out);
 
 // Look-up of one name: the number of the variable, or a negated return code. report: write the
 // message. abbrev: abbreviations allowed (the caller passes varabbrev, or false).

@@ -94,6 +94,19 @@ int cluster_order(int v, std::vector<int32_t> &obs, std::vector<int64_t> &start)
     return 0;
 }
 
+// What the residual kernel reads of the fit s over the observations obs.
+ScoreRows score_rows(const RegScoreSpec &s, const std::vector<int32_t> &obs) {
+    ScoreRows rows;
+    rows.obs = &obs;
+    rows.y = s.y;
+    rows.x = &s.x;
+    rows.b = &s.b;
+    rows.cons = s.cons;
+    rows.weightType = s.weightType;
+    rows.safe = s.safe;
+    return rows;
+}
+
 } // namespace
 
 int reg2_robust(const RegScoreSpec &s, RegScoreOut *out) {
@@ -105,14 +118,7 @@ int reg2_robust(const RegScoreSpec &s, RegScoreOut *out) {
     if (s.clusterVar)
         if (int rc = cluster_order(s.clusterVar, obs, start)) return rc;
 
-    ScoreRows rows;
-    rows.obs = &obs;
-    rows.y = s.y;
-    rows.x = &s.x;
-    rows.b = &s.b;
-    rows.cons = s.cons;
-    rows.weightType = s.weightType;
-    rows.safe = s.safe;
+    const ScoreRows rows = score_rows(s, obs);
     std::vector<std::vector<double>> xcol;
     std::vector<double> w, e;
     if (int rc = reg2score_smp(rows, xcol, w, e)) return rc;
@@ -168,14 +174,7 @@ int reg2ess_smp(const RegScoreSpec &s, double *ess) {
     std::vector<int32_t> obs;
     if (int rc = marked_obs(s, obs)) return rc;
     if (obs.empty()) return session::error(2000);
-    ScoreRows rows;
-    rows.obs = &obs;
-    rows.y = s.y;
-    rows.x = &s.x;
-    rows.b = &s.b;
-    rows.cons = s.cons;
-    rows.weightType = s.weightType;
-    rows.safe = s.safe;
+    const ScoreRows rows = score_rows(s, obs);
     std::vector<std::vector<double>> xcol;
     std::vector<double> w, e;
     if (int rc = reg2score_smp(rows, xcol, w, e)) return rc;
