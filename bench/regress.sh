@@ -5,11 +5,10 @@
 # under /usr/bin/python3. Each figure of this system is the time of a session that makes the data and
 # runs the command five times, less one that only makes the data, divided by five; best of three.
 # The peers time the fit alone, best of three.
-# On the development machine (2 cores, processors 1), after the cross-product became one chunked pass:
-# regress 144 to 217 ms, R's lm 347 ms (ratio 0.41 to 0.63), statsmodels 484 to 558 ms; robust 381 ms
-# against lm with sandwich HC1 2343 ms and statsmodels HC1 663 ms; 1,000 clusters 412 ms against
-# 1047 ms and 598 ms. The one-pass figure is a difference of two session times and is noisy
-# (5 to 35 ms, at times below zero).
+# On the development machine (2 cores, quiet), with the means folded into the product pass and the
+# robust forms made inside _regress: regress 77 ms against one pass 23 ms (3.3), R's lm 281 ms (0.27)
+# and statsmodels 466 ms (0.17); robust 203 ms against lm with sandwich HC1 2247 ms (0.09) and
+# statsmodels HC1 549 ms (0.37); 1,000 clusters 249 ms against 1039 ms (0.24) and 611 ms (0.41).
 . "$(dirname "$0")/lib.sh"
 n=1000000
 make='set memory 300m
