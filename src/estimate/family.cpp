@@ -135,12 +135,13 @@ void build_bv(const std::vector<PostCol> &cols, const std::vector<double> &b, co
     Vm.sym = true;
 }
 
-// The evaluator of an index model: the objective is the negative log likelihood.
-EvalFn index_evaluator(const IndexModel &m) {
-    return [&m](const std::vector<double> &b, int want, double *f, std::vector<double> &g,
-                std::vector<double> &H) {
+// The evaluator over a kernel that sums the log likelihood and its derivatives: the objective is the
+// negative log likelihood, and so are the gradient and the matrix the kernel gives.
+template <class Model, class Kernel> EvalFn sums_evaluator(const Model &m, Kernel kernel) {
+    return [&m, kernel](const std::vector<double> &b, int want, double *f, std::vector<double> &g,
+                        std::vector<double> &H) {
         IndexSums s;
-        if (int rc = indexlf_smp(m, b, want == EVAL_DERIVS, s)) return rc;
+        if (int rc = kernel(m, b, want == EVAL_DERIVS, s)) return rc;
         *f = data::is_missing(s.ll) ? lim.dot : -s.ll;
         if (want == EVAL_DERIVS) {
             g.resize(s.g.size());
@@ -150,6 +151,12 @@ EvalFn index_evaluator(const IndexModel &m) {
         }
         return 0;
     };
+}
+
+EvalFn index_evaluator(const IndexModel &m) {
+    return sums_evaluator(m, [](const IndexModel &mm, const std::vector<double> &b, bool d, IndexSums &s) {
+        return indexlf_smp(mm, b, d, s);
+    });
 }
 
 // The sandwich of an index model: each parameter's column and equation, the scores by equation.
@@ -624,19 +631,9 @@ int run_mlogit() {
 }
 
 EvalFn group_evaluator(const GroupModel &m) {
-    return [&m](const std::vector<double> &b, int want, double *f, std::vector<double> &g,
-                std::vector<double> &H) {
-        IndexSums s;
-        if (int rc = clogitlf_smp(m, b, want == EVAL_DERIVS, s)) return rc;
-        *f = data::is_missing(s.ll) ? lim.dot : -s.ll;
-        if (want == EVAL_DERIVS) {
-            g.resize(s.g.size());
-            for (size_t j = 0; j < s.g.size(); ++j)
-                g[j] = -s.g[j];
-            H.swap(s.H);
-        }
-        return 0;
-    };
+    return sums_evaluator(m, [](const GroupModel &mm, const std::vector<double> &b, bool d, IndexSums &s) {
+        return clogitlf_smp(mm, b, d, s);
+    });
 }
 
 int run_clogit() {

@@ -364,18 +364,23 @@ int cmd_mlsum(int) {
     return data::scalar_set(name.c_str(), sum);
 }
 
-// mlvecsum scalarname vecname = exp [if] [, eq(#)]
-int cmd_mlvecsum(int) {
-    std::string lnf, name;
+// The line of mlvecsum and mlmatsum: the likelihood scalar's name, the result's name, `= exp`, an
+// `if`, and the eq() option's text.
+int read_sum_line(std::string &lnf, std::string &name, std::string &eqtext) {
     if (int rc = read_name(lnf)) return rc;
     if (int rc = read_name(name)) return rc;
     data::ParseSpec spec;
     spec.exp = data::PO_REQUIRED;
     spec.in = data::PO_NONE;
     if (int rc = data::std_parse(spec)) return rc;
-    std::string eqtext;
     const OptSpec specs[] = {opt_text("eq", 2, eqtext)};
-    if (int rc = data::std_options(specs)) return rc;
+    return data::std_options(specs);
+}
+
+// mlvecsum scalarname vecname = exp [if] [, eq(#)]
+int cmd_mlvecsum(int) {
+    std::string lnf, name, eqtext;
+    if (int rc = read_sum_line(lnf, name, eqtext)) return rc;
     int e, unused, n;
     if (int rc = read_eqs(eqtext, false, &e, &unused)) return rc;
     if (int rc = model_equations(&n)) return rc;
@@ -394,16 +399,8 @@ int cmd_mlvecsum(int) {
 
 // mlmatsum scalarname matname = exp [if] [, eq(#[,#])]
 int cmd_mlmatsum(int) {
-    std::string lnf, name;
-    if (int rc = read_name(lnf)) return rc;
-    if (int rc = read_name(name)) return rc;
-    data::ParseSpec spec;
-    spec.exp = data::PO_REQUIRED;
-    spec.in = data::PO_NONE;
-    if (int rc = data::std_parse(spec)) return rc;
-    std::string eqtext;
-    const OptSpec specs[] = {opt_text("eq", 2, eqtext)};
-    if (int rc = data::std_options(specs)) return rc;
+    std::string lnf, name, eqtext;
+    if (int rc = read_sum_line(lnf, name, eqtext)) return rc;
     int ea, eb, n;
     if (int rc = read_eqs(eqtext, true, &ea, &eb)) return rc;
     if (int rc = model_equations(&n)) return rc;
