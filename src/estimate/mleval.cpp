@@ -364,6 +364,8 @@ int cmd_mlsum(int) {
     return data::scalar_set(name.c_str(), sum);
 }
 
+namespace {
+
 // The line of mlvecsum and mlmatsum: the likelihood scalar's name, the result's name, `= exp`, an
 // `if`, and the eq() option's text.
 int read_sum_line(std::string &lnf, std::string &name, std::string &eqtext) {
@@ -376,6 +378,8 @@ int read_sum_line(std::string &lnf, std::string &name, std::string &eqtext) {
     const OptSpec specs[] = {opt_text("eq", 2, eqtext)};
     return data::std_options(specs);
 }
+
+} // namespace
 
 // mlvecsum scalarname vecname = exp [if] [, eq(#)]
 int cmd_mlvecsum(int) {
